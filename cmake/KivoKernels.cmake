@@ -1,0 +1,44 @@
+# SPDX-License-Identifier: Apache-2.0
+# One kernel text, one object library per instruction-set target.
+#
+# A new target is a row here, a vocabulary header in src/simd and a row in src/simd/targets.cpp.
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 8)
+  set(kivoTargets Baseline Sse41 Avx2 Avx512)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "^(aarch64|arm64|ARM64)$")
+  set(kivoTargets Baseline Neon)
+else()
+  set(kivoTargets Baseline)
+endif()
+set(CAMUTL_TARGETS "${kivoTargets}" CACHE STRING "Instruction-set targets to build; Baseline is always needed")
+
+set(KIVO_FLAGS_Baseline)
+set(KIVO_FLAGS_Sse41 -mssse3 -msse4.1)
+set(KIVO_FLAGS_Avx2 -mavx2)
+set(KIVO_FLAGS_Avx512 -mavx2 -mavx512f -mavx512bw -mavx512dq -mavx512vl -mavx512vbmi)
+set(KIVO_FLAGS_Neon)
+
+set(KIVO_TARGET_DEFINITIONS)
+foreach(target IN LISTS CAMUTL_TARGETS)
+  string(TOUPPER ${target} upper)
+  list(APPEND KIVO_TARGET_DEFINITIONS KIVO_HAVE_${upper}=1)
+endforeach()
+
+set(KIVO_KERNEL_OBJECTS)
+function(kivo_kernels family source)
+  foreach(target IN LISTS CAMUTL_TARGETS)
+    set(object KivoCamUtl_${family}_${target})
+    add_library(${object} OBJECT ${source})
+    kivo_library_properties(${object})
+    target_compile_definitions(${object} PRIVATE KIVO_TARGET=${target} KIVO_TARGET_${target}=1)
+    # Kernels are written in terms of vectors: no compiler may turn their tails and loops into something else
+    # that costs more than it saves, and the vector types cross no interface.
+    target_compile_options(${object} PRIVATE ${KIVO_FLAGS_${target}} -fno-exceptions -Wno-psabi)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND target STREQUAL "Avx512")
+      # g++ 12 reports its own AVX-512 header for using undefined vectors on purpose.
+      target_compile_options(${object} PRIVATE -Wno-maybe-uninitialized -Wno-uninitialized)
+    endif()
+    list(APPEND KIVO_KERNEL_OBJECTS ${object})
+  endforeach()
+  set(KIVO_KERNEL_OBJECTS ${KIVO_KERNEL_OBJECTS} PARENT_SCOPE)
+endfunction()

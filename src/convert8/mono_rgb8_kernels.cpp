@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+// Mono8: B = G = R = the sample. Packed RGB and BGR: the bytes of each pixel put in order.
+#include "simd/byte_maps.h"
+
+namespace Kivo::KIVO_TARGET {
+namespace {
+
+template <Output eOut>
+struct MonoStep : StepDefaults {
+  static constexpr size_t c_uiItems = c_uiVec;
+  static constexpr size_t c_uiSrcItem = 1;
+  static constexpr size_t c_uiDstItem = PixelBytes(eOut);
+  static constexpr size_t c_uiSrcReach = c_uiVec;
+  static constexpr size_t c_uiDstReach = c_uiVec * c_uiDstItem;
+  static constexpr bool c_bWholeVectors = true;
+
+  template <bool bStream>
+  KIVO_INLINE void Do(uint8_t *pucDst, const uint8_t *pucSrc) const {
+    const U8 v = Load<U8>(pucSrc);
+    StorePixels<eOut, bStream>(pucDst, v, v, v);
+  }
+};
+
+}  // namespace
+
+const MonoRgb8Kernels c_sMonoRgb8Kernels = {
+    {RunKernelOf<MonoStep<c_eBGRA>>, RunKernelOf<MonoStep<c_eBGR>>},
+    {RunKernelOf<MapStep<MapRGBToBGRA>>, RunKernelOf<MapStep<MapRGBToBGR>>},
+    {RunKernelOf<MapStep<MapBGRToBGRA>>, nullptr},
+};
+
+}  // namespace Kivo::KIVO_TARGET

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+// The vocabulary that every kernel text is written in, for the target that this object is compiled for.
+//
+// Vectors are compiler vector types of c_uiVec bytes: + - & | ^ << >> and comparisons are plain operators on
+// them. What the operators cannot say, or what a compiler turns into slow code, is a word of the target's
+// header: the only files that name an instruction. Everything lives in the target's own namespace and has
+// internal linkage, so that no copy compiled for one processor can be linked into the code of another.
+#ifndef KIVO_SIMD_VEC_H
+#define KIVO_SIMD_VEC_H
+
+#include <stddef.h>
+#include <stdint.h>
+#include <string.h>
+
+#include "simd/kernels.h"
+
+#ifndef KIVO_TARGET
+#error "compile kernels once per target, with KIVO_TARGET set to its name"
+#endif
+
+#define KIVO_INLINE [[gnu::always_inline]] inline
+
+namespace Kivo::KIVO_TARGET {
+namespace {
+
+#if defined(KIVO_TARGET_Avx512)
+constexpr size_t c_uiVec = 64;
+#elif defined(KIVO_TARGET_Avx2)
+constexpr size_t c_uiVec = 32;
+#else
+constexpr size_t c_uiVec = 16;
+#endif
+
+using U8 [[gnu::vector_size(c_uiVec)]] = uint8_t;
+using I8 [[gnu::vector_size(c_uiVec)]] = int8_t;
+using U16 [[gnu::vector_size(c_uiVec)]] = uint16_t;
+using I16 [[gnu::vector_size(c_uiVec)]] = int16_t;
+using U32 [[gnu::vector_size(c_uiVec)]] = uint32_t;
+using I32 [[gnu::vector_size(c_uiVec)]] = int32_t;
+
+// Stores that bypass the caches are made in whole lines of this size, at addresses aligned to it.
+constexpr size_t c_uiLine = 64;
+
+constexpr size_t PixelBytes(Output eOut) {
+  return eOut == c_eBGRA ? 4 : 3;
+}
+
+template <class V>
+KIVO_INLINE V Load(const void *p) {
+  V v;
+  memcpy(&v, p, sizeof v);
+  return v;
+}
+
+template <class V>
+KIVO_INLINE void Store(void *p, V v) {
+  memcpy(p, &v, sizeof v);
+}
+
+template <class V>
+KIVO_INLINE V Splat(int i) {
+  using Lane = __typeof__(V{}[0]);
+  return V{} + static_cast<Lane>(i);
+}
+
+// One vector of table bytes, entry(i) for i from 0 to c_uiVec - 1, computed by the compiler.
+struct Table {
+  alignas(c_uiVec) uint8_t auc[c_uiVec];
+};
+
+template <class Entry>
+constexpr Table MakeTable(Entry entry) {
+  Table s{};
+  for (size_t i = 0; i < c_uiVec; ++i) s.auc[i] = static_cast<uint8_t>(entry(i));
+  return s;
+}
+
+KIVO_INLINE U8 Load(const Table &s) {
+  return Load<U8>(s.auc);
+}
+
+// Interleaving three planes to 3-byte pixels, in blocks of B pixels (B = 1 modulo 3) that make three vectors
+// of B bytes. Byte j of vector k belongs to pixel (B k + j) / 3 and colour (k + j) modulo 3. For one colour
+// the three vectors claim disjoint positions j, so a single shuffle of the plane serves all three, and blends
+// do the rest.
+constexpr size_t BgrSourcePixel(size_t uiBlock, size_t uiColour, size_t j) {
+  const size_t k = (uiColour + 3 * uiBlock - j) % 3;
+  return (uiBlock * k + j) / 3;
+}
+
+}  // namespace
+}  // namespace Kivo::KIVO_TARGET
+
+// A target's header defines, beside the words themselves:
+//   c_bLookup   whether byte shuffles are fast; without them kernels take their plain form
+//   c_uiLane    bytes that one shuffle can reach: 16, or the whole vector
+#if defined(KIVO_TARGET_Avx512)
+#include "simd/vec_avx512.h"
+#elif defined(KIVO_TARGET_Avx2)
+#include "simd/vec_avx2.h"
+#elif defined(__SSE2__)
+#include "simd/vec_sse.h"
+#elif defined(KIVO_TARGET_Neon)
+#include "simd/vec_neon.h"
+#else
+#include "simd/vec_base.h"
+#endif
+
+namespace Kivo::KIVO_TARGET {
+namespace {
+
+constexpr size_t c_uiLanes = c_uiVec / c_uiLane;
+
+template <Output eOut, bool bStream>
+KIVO_INLINE void StorePixels(uint8_t *pucDst, U8 b, U8 g, U8 r) {
+  if constexpr (eOut == c_eBGRA) {
+    StoreBGRA<bStream>(pucDst, b, g, r);
+  } else {
+    StoreBGR<bStream>(pucDst, b, g, r);
+  }
+}
+
+}  // namespace
+}  // namespace Kivo::KIVO_TARGET
+
+#endif  // KIVO_SIMD_VEC_H

@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+// Words of the AVX2 target. Included by vec.h alone.
+#ifndef KIVO_SIMD_VEC_AVX2_H
+#define KIVO_SIMD_VEC_AVX2_H
+
+#include <immintrin.h>
+
+namespace Kivo::KIVO_TARGET {
+namespace {
+
+constexpr bool c_bLookup = true;
+constexpr size_t c_uiLane = 16;
+
+template <class V>
+KIVO_INLINE __m256i Raw(V v) {
+  return reinterpret_cast<__m256i>(v);
+}
+
+// Keeps a loaded vector in its register: g++ would fold one unaligned load into several instructions and so
+// issue it several times.
+template <class V>
+KIVO_INLINE V Pin(V v) {
+  asm("" : "+x"(v));
+  return v;
+}
+
+KIVO_INLINE void Stream(void *p, U8 v) {
+  _mm256_stream_si256(static_cast<__m256i *>(p), Raw(v));
+}
+KIVO_INLINE void StreamFence() {
+  _mm_sfence();
+}
+
+KIVO_INLINE U8 Avg(U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm256_avg_epu8(Raw(a), Raw(b)));
+}
+KIVO_INLINE U16 Avg(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm256_avg_epu16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I16 Abs(I16 v) {
+  return reinterpret_cast<I16>(_mm256_abs_epi16(Raw(v)));
+}
+
+KIVO_INLINE U16 ShiftRight(U16 v, unsigned uiCount) {
+  return reinterpret_cast<U16>(_mm256_srl_epi16(Raw(v), _mm_cvtsi32_si128(static_cast<int>(uiCount))));
+}
+
+// Which lanes of an alternating row hold its first kind of site, for bytes and for words.
+struct Parity {
+  __m256i bytes, words;
+};
+KIVO_INLINE Parity MakeParity(bool bEven) {
+  const __m256i all = _mm256_set1_epi32(bEven ? 0 : -1);
+  return {_mm256_xor_si256(all, _mm256_set1_epi16(0x00FF)),
+          _mm256_xor_si256(all, _mm256_set1_epi32(0x0000FFFF))};
+}
+KIVO_INLINE U8 Select(const Parity &s, U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm256_blendv_epi8(Raw(b), Raw(a), s.bytes));
+}
+KIVO_INLINE U16 Select(const Parity &s, U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm256_blendv_epi8(Raw(b), Raw(a), s.words));
+}
+
+// a where x > y, else b.
+KIVO_INLINE I16 SelectGreater(I16 x, I16 y, I16 a, I16 b) {
+  return reinterpret_cast<I16>(_mm256_blendv_epi8(Raw(b), Raw(a), _mm256_cmpgt_epi16(Raw(x), Raw(y))));
+}
+
+// Low bytes of two word vectors, each lane of the result from that lane of a and of b.
+KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) {
+  const __m256i low = _mm256_set1_epi16(0x00FF);
+  return reinterpret_cast<U8>(
+      _mm256_packus_epi16(_mm256_and_si256(Raw(a), low), _mm256_and_si256(Raw(b), low)));
+}
+
+// Low bytes of two word vectors, in order.
+KIVO_INLINE U8 PackLow(U16 a, U16 b) {
+  return reinterpret_cast<U8>(_mm256_permute4x64_epi64(Raw(PackLowLanes(a, b)), 0xD8));
+}
+
+// Two word vectors clamped to bytes, in order.
+KIVO_INLINE U8 PackSat(I16 a, I16 b) {
+  return reinterpret_cast<U8>(_mm256_permute4x64_epi64(_mm256_packus_epi16(Raw(a), Raw(b)), 0xD8));
+}
+
+// The same, but for each 16 bytes of the vectors on their own: 8 bytes from a, then 8 from b.
+KIVO_INLINE U8 PackSatBy16(I16 a, I16 b) {
+  return reinterpret_cast<U8>(_mm256_packus_epi16(Raw(a), Raw(b)));
+}
+
+// Two word vectors clamped to bytes and interleaved: even, odd, even, odd.
+KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {
+  const __m256i v = _mm256_packus_epi16(Raw(even), Raw(odd));
+  return reinterpret_cast<U8>(_mm256_shuffle_epi8(
+      v, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15))));
+}
+
+KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
+  return reinterpret_cast<I16>(_mm256_mulhrs_epi16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
+  return reinterpret_cast<I32>(_mm256_madd_epi16(Raw(a), Raw(b)));
+}
+
+// Lane l from p + l * iStride.
+template <ptrdiff_t iStride>
+KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
+  const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+  const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + iStride));
+  return reinterpret_cast<U8>(_mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1));
+}
+
+// Each lane to p + l * uiStride; what a lane holds beyond the stride may be written too.
+template <size_t uiStride>
+KIVO_INLINE void StoreLanes(uint8_t *p, U8 v) {
+  if constexpr (uiStride == 16) {
+    Store(p, v);
+  } else {
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p), _mm256_castsi256_si128(Raw(v)));
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(p + uiStride), _mm256_extracti128_si256(Raw(v), 1));
+  }
+}
+
+// Bytes of a lane by index below 16.
+KIVO_INLINE U8 Lookup(U8 v, U8 table) {
+  return reinterpret_cast<U8>(_mm256_shuffle_epi8(Raw(v), Raw(table)));
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreVec(uint8_t *p, __m256i v) {
+  if constexpr (bStream) {
+    _mm256_stream_si256(reinterpret_cast<__m256i *>(p), v);
+  } else {
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), v);
+  }
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
+  // Four pixels a doubleword: sorted so that the in-lane unpacks below come out in memory order.
+  const __m256i order = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
+  const __m256i vb = _mm256_permutevar8x32_epi32(Raw(b), order);
+  const __m256i vg = _mm256_permutevar8x32_epi32(Raw(g), order);
+  const __m256i vr = _mm256_permutevar8x32_epi32(Raw(r), order);
+  const __m256i alpha = _mm256_set1_epi8(-1);
+  const __m256i bgLow = _mm256_unpacklo_epi8(vb, vg);
+  const __m256i bgHigh = _mm256_unpackhi_epi8(vb, vg);
+  const __m256i raLow = _mm256_unpacklo_epi8(vr, alpha);
+  const __m256i raHigh = _mm256_unpackhi_epi8(vr, alpha);
+  StoreVec<bStream>(p, _mm256_unpacklo_epi16(bgLow, raLow));
+  StoreVec<bStream>(p + 32, _mm256_unpackhi_epi16(bgLow, raLow));
+  StoreVec<bStream>(p + 64, _mm256_unpacklo_epi16(bgHigh, raHigh));
+  StoreVec<bStream>(p + 96, _mm256_unpackhi_epi16(bgHigh, raHigh));
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
+  static constexpr Table c_sB = MakeTable([](size_t j) { return BgrSourcePixel(16, 0, j % 16); });
+  static constexpr Table c_sG = MakeTable([](size_t j) { return BgrSourcePixel(16, 1, j % 16); });
+  static constexpr Table c_sR = MakeTable([](size_t j) { return BgrSourcePixel(16, 2, j % 16); });
+  static constexpr Table c_s1 = MakeTable([](size_t j) { return j % 16 % 3 == 1 ? 255 : 0; });
+  static constexpr Table c_s2 = MakeTable([](size_t j) { return j % 16 % 3 == 2 ? 255 : 0; });
+  const __m256i vb = Raw(Lookup(b, Load(c_sB)));
+  const __m256i vg = Raw(Lookup(g, Load(c_sG)));
+  const __m256i vr = Raw(Lookup(r, Load(c_sR)));
+  const __m256i m1 = Raw(Load(c_s1));
+  const __m256i m2 = Raw(Load(c_s2));
+  // Vector k of the 48 bytes that each lane makes.
+  const __m256i v0 = _mm256_blendv_epi8(_mm256_blendv_epi8(vb, vg, m1), vr, m2);
+  const __m256i v1 = _mm256_blendv_epi8(_mm256_blendv_epi8(vg, vr, m1), vb, m2);
+  const __m256i v2 = _mm256_blendv_epi8(_mm256_blendv_epi8(vr, vb, m1), vg, m2);
+  StoreVec<bStream>(p, _mm256_permute2x128_si256(v0, v1, 0x20));
+  StoreVec<bStream>(p + 32, _mm256_permute2x128_si256(v2, v0, 0x30));
+  StoreVec<bStream>(p + 64, _mm256_permute2x128_si256(v1, v2, 0x31));
+}
+
+}  // namespace
+}  // namespace Kivo::KIVO_TARGET
+
+#endif  // KIVO_SIMD_VEC_AVX2_H

@@ -1,0 +1,166 @@
+// SPDX-License-Identifier: Apache-2.0
+// Words of the AVX-512 target: F, BW, DQ, VL and VBMI. Included by vec.h alone.
+#ifndef KIVO_SIMD_VEC_AVX512_H
+#define KIVO_SIMD_VEC_AVX512_H
+
+#include <immintrin.h>
+
+namespace Kivo::KIVO_TARGET {
+namespace {
+
+constexpr bool c_bLookup = true;
+constexpr size_t c_uiLane = 64;
+
+template <class V>
+KIVO_INLINE __m512i Raw(V v) {
+  return reinterpret_cast<__m512i>(v);
+}
+
+// Keeps a loaded vector in its register: g++ would fold one unaligned load into several instructions and so
+// issue it several times.
+template <class V>
+KIVO_INLINE V Pin(V v) {
+  asm("" : "+v"(v));
+  return v;
+}
+
+KIVO_INLINE void Stream(void *p, U8 v) {
+  _mm512_stream_si512(static_cast<__m512i *>(p), Raw(v));
+}
+KIVO_INLINE void StreamFence() {
+  _mm_sfence();
+}
+
+KIVO_INLINE U8 Avg(U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm512_avg_epu8(Raw(a), Raw(b)));
+}
+KIVO_INLINE U16 Avg(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm512_avg_epu16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I16 Abs(I16 v) {
+  return reinterpret_cast<I16>(_mm512_abs_epi16(Raw(v)));
+}
+
+KIVO_INLINE U16 ShiftRight(U16 v, unsigned uiCount) {
+  return reinterpret_cast<U16>(_mm512_srl_epi16(Raw(v), _mm_cvtsi32_si128(static_cast<int>(uiCount))));
+}
+
+// Which lanes of an alternating row hold its first kind of site; the same for bytes and for words.
+struct Parity {
+  __mmask64 mEven;
+};
+KIVO_INLINE Parity MakeParity(bool bEven) {
+  return {bEven ? 0x5555555555555555u : 0xAAAAAAAAAAAAAAAAu};
+}
+KIVO_INLINE U8 Select(Parity s, U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm512_mask_blend_epi8(s.mEven, Raw(b), Raw(a)));
+}
+KIVO_INLINE U16 Select(Parity s, U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm512_mask_blend_epi16(static_cast<__mmask32>(s.mEven), Raw(b), Raw(a)));
+}
+
+// a where x > y, else b.
+KIVO_INLINE I16 SelectGreater(I16 x, I16 y, I16 a, I16 b) {
+  return reinterpret_cast<I16>(
+      _mm512_mask_blend_epi16(_mm512_cmpgt_epi16_mask(Raw(x), Raw(y)), Raw(b), Raw(a)));
+}
+
+// Low bytes of two word vectors, in order.
+KIVO_INLINE U8 PackLow(U16 a, U16 b) {
+  static constexpr Table c_sLow = MakeTable([](size_t i) { return 2 * i; });
+  return reinterpret_cast<U8>(_mm512_permutex2var_epi8(Raw(a), Raw(Load(c_sLow)), Raw(b)));
+}
+
+// Each lane of the result from that lane of a and of b; a lane is the whole vector here.
+KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) {
+  return PackLow(a, b);
+}
+
+// Two word vectors clamped to bytes, in order.
+KIVO_INLINE U8 PackSat(I16 a, I16 b) {
+  const __m512i v = _mm512_packus_epi16(Raw(a), Raw(b));
+  return reinterpret_cast<U8>(_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), v));
+}
+
+// The same, but for each 16 bytes of the vectors on their own: 8 bytes from a, then 8 from b.
+KIVO_INLINE U8 PackSatBy16(I16 a, I16 b) {
+  return reinterpret_cast<U8>(_mm512_packus_epi16(Raw(a), Raw(b)));
+}
+
+// Two word vectors clamped to bytes and interleaved: even, odd, even, odd.
+KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {
+  const __m512i v = _mm512_packus_epi16(Raw(even), Raw(odd));
+  return reinterpret_cast<U8>(
+      _mm512_shuffle_epi8(v, _mm512_set4_epi32(0x0F070E06, 0x0D050C04, 0x0B030A02, 0x09010800)));
+}
+
+KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
+  return reinterpret_cast<I16>(_mm512_mulhrs_epi16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
+  return reinterpret_cast<I32>(_mm512_madd_epi16(Raw(a), Raw(b)));
+}
+
+// Lane l from p + l * iStride.
+template <ptrdiff_t iStride>
+KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
+  return Load<U8>(p);
+}
+
+// Each lane to p + l * uiStride; what a lane holds beyond the stride may be written too.
+template <size_t uiStride>
+KIVO_INLINE void StoreLanes(uint8_t *p, U8 v) {
+  Store(p, v);
+}
+
+// Bytes of a lane by index. An index outside the lane gives an unspecified byte.
+KIVO_INLINE U8 Lookup(U8 v, U8 table) {
+  return reinterpret_cast<U8>(_mm512_permutexvar_epi8(Raw(table), Raw(v)));
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreVec(uint8_t *p, __m512i v) {
+  if constexpr (bStream) {
+    _mm512_stream_si512(reinterpret_cast<__m512i *>(p), v);
+  } else {
+    _mm512_storeu_si512(p, v);
+  }
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
+  // Four pixels a doubleword: sorted so that the in-lane unpacks below come out in memory order.
+  const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+  const __m512i vb = _mm512_permutexvar_epi32(order, Raw(b));
+  const __m512i vg = _mm512_permutexvar_epi32(order, Raw(g));
+  const __m512i vr = _mm512_permutexvar_epi32(order, Raw(r));
+  const __m512i alpha = _mm512_set1_epi8(-1);
+  const __m512i bgLow = _mm512_unpacklo_epi8(vb, vg);
+  const __m512i bgHigh = _mm512_unpackhi_epi8(vb, vg);
+  const __m512i raLow = _mm512_unpacklo_epi8(vr, alpha);
+  const __m512i raHigh = _mm512_unpackhi_epi8(vr, alpha);
+  StoreVec<bStream>(p, _mm512_unpacklo_epi16(bgLow, raLow));
+  StoreVec<bStream>(p + 64, _mm512_unpackhi_epi16(bgLow, raLow));
+  StoreVec<bStream>(p + 128, _mm512_unpacklo_epi16(bgHigh, raHigh));
+  StoreVec<bStream>(p + 192, _mm512_unpackhi_epi16(bgHigh, raHigh));
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
+  static constexpr Table c_sB = MakeTable([](size_t j) { return BgrSourcePixel(64, 0, j); });
+  static constexpr Table c_sG = MakeTable([](size_t j) { return BgrSourcePixel(64, 1, j); });
+  static constexpr Table c_sR = MakeTable([](size_t j) { return BgrSourcePixel(64, 2, j); });
+  constexpr __mmask64 m1 = 0x2492492492492492u;  // j = 1 modulo 3
+  constexpr __mmask64 m2 = 0x4924924924924924u;  // j = 2 modulo 3
+  const __m512i vb = Raw(Lookup(b, Load(c_sB)));
+  const __m512i vg = Raw(Lookup(g, Load(c_sG)));
+  const __m512i vr = Raw(Lookup(r, Load(c_sR)));
+  StoreVec<bStream>(p, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vb, m1, vg), m2, vr));
+  StoreVec<bStream>(p + 64, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vg, m1, vr), m2, vb));
+  StoreVec<bStream>(p + 128, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vr, m1, vb), m2, vg));
+}
+
+}  // namespace
+}  // namespace Kivo::KIVO_TARGET
+
+#endif  // KIVO_SIMD_VEC_AVX512_H

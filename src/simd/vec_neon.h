@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: Apache-2.0
+// Words of the NEON target, which every 64-bit ARM processor has. Included by vec.h alone.
+#ifndef KIVO_SIMD_VEC_NEON_H
+#define KIVO_SIMD_VEC_NEON_H
+
+#include <arm_neon.h>
+
+namespace Kivo::KIVO_TARGET {
+namespace {
+
+constexpr bool c_bLookup = true;
+constexpr size_t c_uiLane = 16;
+
+template <class V>
+KIVO_INLINE V Pin(V v) {
+  return v;
+}
+
+KIVO_INLINE uint8x16_t Raw(U8 v) {
+  return reinterpret_cast<uint8x16_t>(v);
+}
+KIVO_INLINE uint16x8_t Raw(U16 v) {
+  return reinterpret_cast<uint16x8_t>(v);
+}
+KIVO_INLINE int16x8_t Raw(I16 v) {
+  return reinterpret_cast<int16x8_t>(v);
+}
+
+// The architecture offers no portable line-wide store that bypasses the caches; the fence has nothing to
+// order.
+KIVO_INLINE void Stream(void *p, U8 v) {
+  Store(p, v);
+}
+KIVO_INLINE void StreamFence() {}
+
+KIVO_INLINE U8 Avg(U8 a, U8 b) {
+  return reinterpret_cast<U8>(vrhaddq_u8(Raw(a), Raw(b)));
+}
+KIVO_INLINE U16 Avg(U16 a, U16 b) {
+  return reinterpret_cast<U16>(vrhaddq_u16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I16 Abs(I16 v) {
+  return reinterpret_cast<I16>(vabsq_s16(Raw(v)));
+}
+
+KIVO_INLINE U16 ShiftRight(U16 v, unsigned uiCount) {
+  return reinterpret_cast<U16>(
+      vshlq_u16(Raw(v), vdupq_n_s16(static_cast<int16_t>(-static_cast<int>(uiCount)))));
+}
+
+// Which lanes of an alternating row hold its first kind of site, for bytes and for words.
+struct Parity {
+  uint8x16_t bytes;
+  uint16x8_t words;
+};
+KIVO_INLINE Parity MakeParity(bool bEven) {
+  return {vreinterpretq_u8_u16(vdupq_n_u16(bEven ? 0x00FF : 0xFF00)),
+          vreinterpretq_u16_u32(vdupq_n_u32(bEven ? 0x0000FFFFu : 0xFFFF0000u))};
+}
+KIVO_INLINE U8 Select(const Parity &s, U8 a, U8 b) {
+  return reinterpret_cast<U8>(vbslq_u8(s.bytes, Raw(a), Raw(b)));
+}
+KIVO_INLINE U16 Select(const Parity &s, U16 a, U16 b) {
+  return reinterpret_cast<U16>(vbslq_u16(s.words, Raw(a), Raw(b)));
+}
+
+// a where x > y, else b.
+KIVO_INLINE I16 SelectGreater(I16 x, I16 y, I16 a, I16 b) {
+  return reinterpret_cast<I16>(vbslq_s16(vcgtq_s16(Raw(x), Raw(y)), Raw(a), Raw(b)));
+}
+
+// Low bytes of two word vectors, in order.
+KIVO_INLINE U8 PackLow(U16 a, U16 b) {
+  return reinterpret_cast<U8>(vuzp1q_u8(vreinterpretq_u8_u16(Raw(a)), vreinterpretq_u8_u16(Raw(b))));
+}
+
+// Each lane of the result from that lane of a and of b; a lane is the whole vector here.
+KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) {
+  return PackLow(a, b);
+}
+
+// Two word vectors clamped to bytes, in order.
+KIVO_INLINE U8 PackSat(I16 a, I16 b) {
+  return reinterpret_cast<U8>(vcombine_u8(vqmovun_s16(Raw(a)), vqmovun_s16(Raw(b))));
+}
+
+// The same for each 16 bytes of the vectors on their own, which here is the whole vector.
+KIVO_INLINE U8 PackSatBy16(I16 a, I16 b) {
+  return PackSat(a, b);
+}
+
+// Two word vectors clamped to bytes and interleaved: even, odd, even, odd.
+KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {
+  const uint8x16_t e = vcombine_u8(vqmovun_s16(Raw(even)), vdup_n_u8(0));
+  const uint8x16_t o = vcombine_u8(vqmovun_s16(Raw(odd)), vdup_n_u8(0));
+  return reinterpret_cast<U8>(vzip1q_u8(e, o));
+}
+
+KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
+  return reinterpret_cast<I16>(vqrdmulhq_s16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
+  const int32x4_t low = vmull_s16(vget_low_s16(Raw(a)), vget_low_s16(Raw(b)));
+  const int32x4_t high = vmull_high_s16(Raw(a), Raw(b));
+  return reinterpret_cast<I32>(vpaddq_s32(low, high));
+}
+
+// The one lane from p.
+template <ptrdiff_t iStride>
+KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
+  return Load<U8>(p);
+}
+
+// The one lane to p, all 16 bytes of it.
+template <size_t uiStride>
+KIVO_INLINE void StoreLanes(uint8_t *p, U8 v) {
+  Store(p, v);
+}
+
+// Bytes of the lane by index below 16.
+KIVO_INLINE U8 Lookup(U8 v, U8 table) {
+  return reinterpret_cast<U8>(vqtbl1q_u8(Raw(v), Raw(table)));
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
+  vst4q_u8(p, uint8x16x4_t{{Raw(b), Raw(g), Raw(r), vdupq_n_u8(255)}});
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
+  vst3q_u8(p, uint8x16x3_t{{Raw(b), Raw(g), Raw(r)}});
+}
+
+}  // namespace
+}  // namespace Kivo::KIVO_TARGET
+
+#endif  // KIVO_SIMD_VEC_NEON_H
