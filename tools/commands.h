@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: Apache-2.0
+// The commands of kivocam. Each throws Failure when it cannot do what it was asked to.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "failure.h"
+#include "raw_input.h"
+
+namespace tool {
+
+// info: facts about raw frames. Several files fail one by one, each with its line; the last failure is the
+// result.
+struct InfoOptions {
+  std::vector<std::string> files;
+  InputOptions input;  // its file is set per file
+  bool json = false;
+};
+Exit runInfo(const InfoOptions &options);
+
+// formats: the table of pixel formats.
+void runFormats(bool json);
+
+struct ConvertOptions {
+  InputOptions input;
+  std::string output;
+  std::string to;  // empty: by extension
+  kivo::Bayer bayer = kivo::Bayer::Standard;
+  bool bgr = false;
+  bool mirror = false;
+  bool flip = false;
+  bool anyBayerSize = false;
+};
+void runConvert(const ConvertOptions &options);
+
+struct ImportOptions {
+  InputOptions input;
+  std::string output;
+};
+void runImport(const ImportOptions &options);
+
+struct MosaicOptions {
+  std::string picture;
+  std::string output;
+  std::string format;
+  std::string to;  // rwh, raw, or empty: by extension
+};
+void runMosaic(const MosaicOptions &options);
+
+struct CompareOptions {
+  std::string first;
+  std::string second;
+  bool json = false;
+};
+void runCompare(const CompareOptions &options);
+
+struct SceneOptions {
+  std::string output;
+  std::string size = "640x480";
+  std::string to;
+};
+void runScene(const SceneOptions &options);
+
+struct SheetOptions {
+  std::string output;
+  std::vector<std::string> pictures;
+  std::vector<std::string> labels;  // empty, or one per picture
+  std::string title;
+  std::string cell = "240x180";
+  unsigned columns = 4;
+  std::string to;
+};
+void runSheet(const SheetOptions &options);
+
+}  // namespace tool

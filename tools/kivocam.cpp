@@ -1,0 +1,255 @@
+// SPDX-License-Identifier: Apache-2.0
+// The command line of kivocam: what can be said, and how each command ends.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "commands.h"
+#include "failure.h"
+
+namespace {
+
+using tool::Exit;
+
+const char kExitCodes[] =
+    "Exit codes: 0 done; 1 the command line makes no sense; 2 an input cannot be read or is not what it claims;\n"
+    "3 the output cannot be written (nothing is left behind); 4 a format or conversion that does not exist.";
+
+#define KIVO_TEXT(x) KIVO_TEXT_OF(x)
+#define KIVO_TEXT_OF(x) #x
+const char kVersion[] = "kivocam " KIVO_TEXT(CAMUTL_VERSION_MAJOR) "." KIVO_TEXT(
+    CAMUTL_VERSION_MINOR) "." KIVO_TEXT(CAMUTL_VERSION_PATCH);
+#undef KIVO_TEXT_OF
+#undef KIVO_TEXT
+
+void addHeaderlessOptions(CLI::App &command, tool::InputOptions &input) {
+  const char *group = "Headerless input";
+  command.add_option("-f,--format", input.format, "Pixel format, a name or 0xCODE of 'kivocam formats'")
+      ->type_name("NAME")
+      ->group(group);
+  command.add_option("-s,--size", input.size, "Width and height in pixels, such as 1920x1080")
+      ->type_name("WxH")
+      ->group(group);
+  command.add_option("--stride", input.stride, "Bytes from row to row, where rows are padded")
+      ->type_name("N")
+      ->group(group);
+  command.add_option("--offset", input.offset, "Bytes in front of the frame to skip")
+      ->type_name("N")
+      ->group(group);
+}
+
+CLI::App *addCommand(CLI::App &app, const char *name, const char *summary, const std::string &examples) {
+  CLI::App *command = app.add_subcommand(name, summary);
+  command->footer("Examples:\n" + examples + "\n" + kExitCodes);
+  return command;
+}
+
+void addPictureType(CLI::App &command, std::string &to) {
+  command.add_option("--to", to, "Type of OUT: png, ppm or bmp (default: its extension)")->type_name("TYPE");
+}
+
+// Everything that the command line fills in.
+struct Options {
+  tool::InfoOptions info;
+  bool formatsJson = false;
+  tool::ConvertOptions convert;
+  std::string bayer = "standard";
+  tool::ImportOptions import;
+  tool::MosaicOptions mosaic;
+  tool::CompareOptions compare;
+  tool::SceneOptions scene;
+  tool::SheetOptions sheet;
+  Exit result = Exit::Ok;
+};
+
+void addInfo(CLI::App &app, Options &all) {
+  CLI::App *command = addCommand(
+      app, "info", "Tell what raw frames hold: header, size check, range and clipped share of the samples",
+      "  kivocam info frame.rwh\n"
+      "  kivocam info --json *.rwh\n"
+      "  kivocam info frame.raw --format BayerRG12 --size 1920x1080\n");
+  command->add_option("FILE", all.info.files, "RWH files, or headerless frames with --format and --size")
+      ->required();
+  addHeaderlessOptions(*command, all.info.input);
+  command->add_flag("--json", all.info.json, "One JSON object a line for each file");
+  command->callback([&all] { all.result = tool::runInfo(all.info); });
+}
+
+void addFormats(CLI::App &app, Options &all) {
+  CLI::App *command = addCommand(app, "formats", "List the pixel formats and their names in other systems",
+                                 "  kivocam formats\n  kivocam formats --json\n");
+  command->add_flag("--json", all.formatsJson, "As a JSON array");
+  command->callback([&all] { tool::runFormats(all.formatsJson); });
+}
+
+void addConvert(CLI::App &app, Options &all) {
+  CLI::App *command =
+      addCommand(app, "convert", "Turn a raw frame into a BMP, PNG or PPM picture",
+                 "  kivocam convert frame.rwh frame.png\n"
+                 "  kivocam convert frame.rwh frame.bmp --bayer acpi --bgr\n"
+                 "  kivocam convert frame.raw out.png --format BayerRG8 --size 640x480 --stride 704\n"
+                 "  kivocam convert frame.raw out.ppm --format 0x0210001F --size 640x480 --mirror\n");
+  tool::ConvertOptions &options = all.convert;
+  command->add_option("IN", options.input.file, "RWH file, or headerless frame with --format and --size")
+      ->required();
+  command->add_option("OUT", options.output, "Picture to write, whole or not at all")->required();
+  addPictureType(*command, options.to);
+  command
+      ->add_option(
+          "--bayer", all.bayer,
+          "Bayer frames: standard (means of neighbours), acpi (adaptive, 8 bits only) or off (grey mosaic)")
+      ->type_name("MODE")
+      ->capture_default_str();
+  command->add_flag("--bgr", options.bgr, "Use the 24-bit converter (a BMP then has 24 bits, not 32)");
+  command->add_flag("--mirror", options.mirror, "Left to right, on the raw samples");
+  command->add_flag("--flip", options.flip, "Top to bottom, on the raw samples");
+  command->add_flag("--any-size", options.anyBayerSize, "Demosaic frames of odd or tiny size too");
+  addHeaderlessOptions(*command, options.input);
+  command->callback([&all] {
+    if (all.bayer == "standard")
+      all.convert.bayer = kivo::Bayer::Standard;
+    else if (all.bayer == "acpi")
+      all.convert.bayer = kivo::Bayer::Acpi;
+    else if (all.bayer == "off")
+      all.convert.bayer = kivo::Bayer::Off;
+    else
+      throw tool::Failure(Exit::Usage, "--bayer", "'" + all.bayer + "' is not standard, acpi or off");
+    tool::runConvert(all.convert);
+  });
+}
+
+void addImport(CLI::App &app, Options &all) {
+  CLI::App *command = addCommand(app, "import", "Put the header of an RWH file before a headerless frame",
+                                 "  kivocam import frame.raw frame.rwh --format BayerRG8 --size 640x480\n");
+  command->add_option("RAW", all.import.input.file, "Headerless frame")->required();
+  command->add_option("OUT", all.import.output, "RWH file to write, with packed rows")->required();
+  addHeaderlessOptions(*command, all.import.input);
+  command->callback([&all] { tool::runImport(all.import); });
+}
+
+void addMosaic(CLI::App &app, Options &all) {
+  CLI::App *command =
+      addCommand(app, "mosaic", "Make of a picture the raw frame that a camera would deliver of it",
+                 "  kivocam mosaic photo.png photo.rwh --format BayerGB10\n"
+                 "  kivocam mosaic photo.ppm photo.raw --format YUV422_8_UYVY\n");
+  command->add_option("PICTURE", all.mosaic.picture, "PNG, PPM, PGM or BMP picture")->required();
+  command->add_option("OUT", all.mosaic.output, "RWH file, or headerless where the name does not end in .rwh")
+      ->required();
+  command->add_option("-f,--format", all.mosaic.format, "Pixel format, a name or 0xCODE of 'kivocam formats'")
+      ->type_name("NAME")
+      ->required();
+  command->add_option("--to", all.mosaic.to, "Type of OUT: rwh or raw (default: its extension)")
+      ->type_name("TYPE");
+  command->callback([&all] { tool::runMosaic(all.mosaic); });
+}
+
+void addCompare(CLI::App &app, Options &all) {
+  CLI::App *command =
+      addCommand(app, "compare", "Tell how far two pictures are apart: largest difference, PSNR, CPSNR",
+                 "  kivocam compare photo.png converted.bmp\n  kivocam compare --json a.png b.png\n");
+  command->add_option("A", all.compare.first, "PNG, PPM, PGM or BMP picture")->required();
+  command->add_option("B", all.compare.second, "Picture of the same size")->required();
+  command->add_flag("--json", all.compare.json,
+                    "As a JSON object; null stands for the PSNR of equal pictures");
+  command->callback([&all] { tool::runCompare(all.compare); });
+}
+
+void addScene(CLI::App &app, Options &all) {
+  CLI::App *command =
+      addCommand(app, "scene", "Draw the test scene: zone plate, colours, edges, fine text and ramps",
+                 "  kivocam scene scene.png\n  kivocam scene scene.ppm --size 1920x1080\n");
+  command->add_option("OUT", all.scene.output, "Picture to write")->required();
+  command->add_option("-s,--size", all.scene.size, "Width and height in pixels")
+      ->type_name("WxH")
+      ->capture_default_str();
+  addPictureType(*command, all.scene.to);
+  command->callback([&all] { tool::runScene(all.scene); });
+}
+
+void addSheet(CLI::App &app, Options &all) {
+  CLI::App *command =
+      addCommand(app, "sheet", "Put thumbnails of pictures and their labels on one page",
+                 "  kivocam sheet sheet.png a.png b.bmp\n"
+                 "  kivocam sheet sheet.png a.png b.png --labels 'first' 'second\\n31.2 dB' --columns 2\n");
+  tool::SheetOptions &options = all.sheet;
+  command->add_option("OUT", options.output, "Picture to write")->required();
+  command->add_option("PICTURES", options.pictures, "PNG, PPM, PGM or BMP pictures")->required();
+  command
+      ->add_option("--labels", options.labels,
+                   "One label a picture (default: file names); \\n starts another line")
+      ->type_name("TEXT ...");
+  command->add_option("--title", options.title, "Heading of the page")->type_name("TEXT");
+  command->add_option("--columns", options.columns, "Thumbnails in a row")
+      ->type_name("N")
+      ->check(CLI::Range(1U, 64U))
+      ->capture_default_str();
+  command->add_option("--cell", options.cell, "Largest size of a thumbnail")
+      ->type_name("WxH")
+      ->capture_default_str();
+  addPictureType(*command, options.to);
+  command->callback([&all] { tool::runSheet(all.sheet); });
+}
+
+int complain(const std::string &line, Exit code) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "kivocam: %s\n", tool::oneLine(line).c_str());
+  return static_cast<int>(code);
+}
+
+// CLI11's own messages, in one line and with the way to help.
+int complainUsage(const CLI::App &app, const CLI::ParseError &error) {
+  std::string command;
+  for (const CLI::App *used : app.get_subcommands()) command = " " + used->get_name();
+  return complain(std::string(error.what()) + "; see 'kivocam" + command + " --help'", Exit::Usage);
+}
+
+int run(int argc, char **argv) {
+  Options all;
+  CLI::App app("Raw frames of machine-vision cameras: look at them, convert them, make them.", "kivocam");
+  app.set_version_flag("--version", kVersion);
+  app.set_help_all_flag("--help-all", "Print the help of every command and exit");
+  app.require_subcommand(1);
+  app.footer(
+      "Examples:\n"
+      "  kivocam convert frame.rwh frame.png\n"
+      "  kivocam convert frame.raw frame.png --format BayerRG8 --size 1920x1080\n"
+      "  kivocam convert --help\n\n" +
+      std::string(kExitCodes));
+  addInfo(app, all);
+  addFormats(app, all);
+  addConvert(app, all);
+  addImport(app, all);
+  addMosaic(app, all);
+  addCompare(app, all);
+  addScene(app, all);
+  addSheet(app, all);
+  const auto isFirstWord = [argv](const CLI::App *command) { return command->get_name() == argv[1]; };
+  if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isFirstWord).empty())
+    return complain("'" + std::string(argv[1]) + "' is not a command; see 'kivocam --help'", Exit::Usage);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::Success &success) {
+    return app.exit(success);
+  } catch (const CLI::ParseError &error) {
+    return complainUsage(app, error);
+  }
+  // Facts that did not reach the reader are no facts.
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    return complain("standard output: cannot be written", Exit::Output);
+  return static_cast<int>(all.result);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  try {
+    return run(argc, argv);
+  } catch (const tool::Failure &failure) {
+    return complain(failure.what(), failure.code());
+  } catch (const std::bad_alloc &) {
+    return complain("not enough memory", Exit::Input);
+  } catch (const std::exception &error) {
+    return complain(error.what(), Exit::Input);
+  }
+}

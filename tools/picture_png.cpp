@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+// PNG through libpng. Sixteen bits a channel are reduced to eight; transparency is dropped.
+#include <png.h>
+
+#include <cerrno>
+#include <csetjmp>
+#include <cstring>
+
+#include "failure.h"
+#include "output_file.h"
+#include "picture.h"
+
+namespace tool {
+namespace {
+
+struct Reader {
+  const std::uint8_t *data;
+  std::size_t left;
+  char message[160];
+};
+
+void onError(png_structp png, png_const_charp message) {
+  Reader *reader = static_cast<Reader *>(png_get_error_ptr(png));
+  std::strncpy(reader->message, message, sizeof reader->message - 1);
+  std::longjmp(png_jmpbuf(png), 1);
+}
+
+void onWarning(png_structp, png_const_charp) {}
+
+void readBytes(png_structp png, png_bytep to, std::size_t size) {
+  Reader *reader = static_cast<Reader *>(png_get_io_ptr(png));
+  if (size > reader->left) png_error(png, "the file ends too early");
+  std::memcpy(to, reader->data, size);
+  reader->data += size;
+  reader->left -= size;
+}
+
+// Between setjmp and longjmp nothing may live that has a destructor: the two steps below hold only plain
+// values.
+bool readHeader(png_structp png, png_infop info, png_uint_32 &width, png_uint_32 &height) {
+  if (setjmp(png_jmpbuf(png)) != 0) return false;
+  png_read_info(png, info);
+  width = png_get_image_width(png, info);
+  height = png_get_image_height(png, info);
+  png_set_expand(png);
+  png_set_scale_16(png);
+  png_set_strip_alpha(png);
+  png_set_gray_to_rgb(png);
+  png_set_interlace_handling(png);
+  png_read_update_info(png, info);
+  return true;
+}
+
+bool readRows(png_structp png, png_infop info, png_bytepp rows) {
+  if (setjmp(png_jmpbuf(png)) != 0) return false;
+  png_read_image(png, rows);
+  png_read_end(png, info);
+  return true;
+}
+
+// libpng's two objects, released on every way out.
+struct Decoder {
+  png_structp png;
+  png_infop info = nullptr;
+
+  explicit Decoder(Reader &reader)
+      : png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &reader, onError, onWarning)) {
+    if (png != nullptr) info = png_create_info_struct(png);
+  }
+  ~Decoder() { png_destroy_read_struct(&png, &info, nullptr); }
+  Decoder(const Decoder &) = delete;
+  Decoder &operator=(const Decoder &) = delete;
+};
+
+}  // namespace
+
+Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file) {
+  Reader reader = {file.data(), file.size(), {}};
+  Decoder decoder(reader);
+  if (decoder.info == nullptr) throw std::bad_alloc();
+  png_set_read_fn(decoder.png, &reader, readBytes);
+  const auto damaged = [&] {
+    return Failure(Exit::Input, path, "is a damaged PNG picture: " + oneLine(reader.message));
+  };
+  png_uint_32 width = 0, height = 0;
+  if (!readHeader(decoder.png, decoder.info, width, height)) throw damaged();
+  checkPictureSize(path, width, height);
+  if (png_get_rowbytes(decoder.png, decoder.info) != std::size_t{3} * width)
+    throw Failure(Exit::Input, path, "is a PNG picture of an unknown kind");
+  Picture picture(width, height);
+  std::vector<png_bytep> rows(height);
+  for (std::uint32_t y = 0; y < height; ++y) rows[y] = picture.pixel(0, y);
+  if (!readRows(decoder.png, decoder.info, rows.data())) throw damaged();
+  return picture;
+}
+
+void encodePng(const Picture &picture, OutputFile &file) {
+  png_image image = {};
+  image.version = PNG_IMAGE_VERSION;
+  image.width = picture.width;
+  image.height = picture.height;
+  image.format = PNG_FORMAT_RGB;
+  std::FILE *stream = file.open();
+  errno = 0;
+  const int good = png_image_write_to_stdio(&image, stream, 0, picture.rgb.data(), 0, nullptr);
+  file.close(stream, good != 0);
+}
+
+}  // namespace tool
