@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "works.h"
+
+#include <stdexcept>
+
+#include "KivoCamUtl.h"
+#include "support/converters.h"
+
+namespace KivoBench {
+namespace {
+
+using KivoTest::Converter;
+
+// What the workers that take any shift are timed with: 14-bit samples.
+constexpr std::uint32_t kWorkerShift = 6;
+
+std::string FamilyName(const Converter &converter) {
+  const auto source = [&]() -> std::string {
+    switch (converter.family) {
+      case KivoTest::Family::kMonoRgb8:
+        return converter.layout == KivoTest::Layout::kMono ? "mono8" : "rgb8";
+      case KivoTest::Family::kYuv8:
+        return "yuv8";
+      case KivoTest::Family::kBayer8:
+        return "bayer8";
+      case KivoTest::Family::kAcpi8:
+        return "acpi8";
+      case KivoTest::Family::kMonoRgb16:
+        return converter.layout == KivoTest::Layout::kMono ? "mono16" : "rgb16";
+      case KivoTest::Family::kBayer16:
+        return "bayer16";
+    }
+    return "?";
+  };
+  return source() + (converter.output() == KivoTest::Output::kBgra ? "-bgra" : "-bgr");
+}
+
+Layout LayoutOf(const Converter &converter) {
+  const std::size_t bytes = converter.is_wide() ? 2 : 1;
+  const unsigned depth = converter.is_wide() ? 8 + converter.EffectiveShift(kWorkerShift) : 8;
+  switch (converter.layout) {
+    case KivoTest::Layout::kMono:
+      return {bytes, depth, 1, 1, 0, false};
+    case KivoTest::Layout::kRgb:
+    case KivoTest::Layout::kBgr:
+      return {bytes, depth, 3, 1, 0, false};
+    case KivoTest::Layout::kYuv411:
+      return {1, 8, 6, 4, 0b001001, false};
+    case KivoTest::Layout::kYuv422:
+      if (converter.output() == KivoTest::Output::kBgra) return {1, 8, 4, 2, 0b0101, false};
+      return {1, 8, 5, 2, 0b00101, false};
+    case KivoTest::Layout::kYuv444:
+      return {1, 8, 4, 1, 0b0101, false};
+    case KivoTest::Layout::kBayer:
+      break;
+  }
+  return {bytes, depth, 1, 1, 0, true};
+}
+
+Work ConverterWork(const Converter &converter) {
+  const Layout layout = LayoutOf(converter);
+  return {FamilyName(converter),
+          converter.name,
+          layout,
+          8 * layout.sample_bytes * layout.group / layout.group_pixels,
+          8 * converter.pixel_bytes(),
+          false,
+          [&converter](std::uint8_t *dst, const std::uint8_t *src, Geometry geometry) {
+            converter(dst, src, geometry.width, geometry.height, kWorkerShift);
+          }};
+}
+
+struct ReversedFormat {
+  const char *name;
+  std::uint32_t code;
+  Layout layout;
+};
+
+constexpr ReversedFormat kReversedFormats[] = {
+    {"1byte", CAMUTL_PFNC_MONO8, {1, 8, 1, 1, 0, false}},
+    {"2bytes", CAMUTL_PFNC_MONO12, {2, 12, 1, 1, 0, false}},
+    {"3bytes", CAMUTL_PFNC_RGB8, {1, 8, 3, 1, 0, false}},
+    {"6bytes", CAMUTL_PFNC_BGR12, {2, 12, 3, 1, 0, false}},
+    {"yuv422", CAMUTL_PFNC_YUV422_8_UYVY, {1, 8, 4, 2, 0b0101, false}},
+    {"yuv411", CAMUTL_PFNC_YUV411_8_UYYVYY, {1, 8, 6, 4, 0b001001, false}},
+};
+
+struct Direction {
+  const char *name;
+  bool horizontal;
+  bool vertical;
+};
+
+constexpr Direction kDirections[] = {
+    {"copy", false, false}, {"flip", false, true}, {"mirror", true, false}, {"halfturn", true, true}};
+
+Work ReverseWork(const ReversedFormat &format, const Direction &direction) {
+  const std::size_t bits = 8 * format.layout.sample_bytes * format.layout.group / format.layout.group_pixels;
+  const std::uint32_t code = format.code;
+  return {direction.horizontal ? "reverse" : "reverse-rows",
+          std::string("ReverseImg-") + direction.name + "-" + format.name,
+          format.layout,
+          bits,
+          bits,
+          !direction.horizontal,
+          [code, direction](std::uint8_t *dst, const std::uint8_t *src, Geometry geometry) {
+            ReverseImg(dst, src, code, geometry.width, geometry.height, direction.horizontal,
+                       direction.vertical);
+          }};
+}
+
+std::vector<Work> MakeWorks() {
+  std::vector<Work> works;
+  for (const Converter &converter : KivoTest::AllConverters()) works.push_back(ConverterWork(converter));
+  for (const ReversedFormat &format : kReversedFormats) {
+    for (const Direction &direction : kDirections) works.push_back(ReverseWork(format, direction));
+  }
+  return works;
+}
+
+}  // namespace
+
+const std::vector<Work> &AllWorks() {
+  static const std::vector<Work> works = MakeWorks();
+  return works;
+}
+
+const Work &FindWork(const std::string &name) {
+  for (const Work &work : AllWorks()) {
+    if (work.name == name) return work;
+  }
+  throw std::invalid_argument("no work is called " + name);
+}
+
+}  // namespace KivoBench
