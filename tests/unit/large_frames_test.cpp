@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: Apache-2.0
+// Frames of more than 2^32 bytes. Only the pixels behind that mark are looked at, so the memory in front of
+// it is one small block, mapped again and again.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "support/unit.h"
+
+namespace KivoTest {
+namespace {
+
+constexpr std::size_t kBlock = std::size_t{64} << 20;
+constexpr std::uint32_t kWidth = 32768, kHeight = 32784;  // 2^30 + 2^19 pixels
+
+class Repeated {
+ public:
+  // Blocks of one shared memory; the last block has memory of its own.
+  explicit Repeated(std::size_t size) : blocks_((size + kBlock - 1) / kBlock) {
+    base_ = static_cast<std::uint8_t *>(
+        mmap(nullptr, blocks_ * kBlock, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0));
+    fd_ = memfd_create("repeated", MFD_CLOEXEC);
+    ok_ = base_ != MAP_FAILED && fd_ >= 0 && ftruncate(fd_, 2 * kBlock) == 0;
+    for (std::size_t i = 0; ok_ && i < blocks_; ++i) {
+      const off_t offset = i + 1 == blocks_ ? static_cast<off_t>(kBlock) : 0;
+      ok_ = mmap(base_ + i * kBlock, kBlock, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, fd_, offset) !=
+            MAP_FAILED;
+    }
+  }
+  ~Repeated() {
+    if (base_ != MAP_FAILED) munmap(base_, blocks_ * kBlock);
+    if (fd_ >= 0) close(fd_);
+  }
+  Repeated(const Repeated &) = delete;
+  Repeated &operator=(const Repeated &) = delete;
+
+  bool ok() const { return ok_; }
+  std::uint8_t *data() const { return base_; }
+  std::uint8_t *last_block() const { return base_ + (blocks_ - 1) * kBlock; }
+
+ private:
+  std::size_t blocks_;
+  std::uint8_t *base_;
+  int fd_;
+  bool ok_;
+};
+
+void ExpectLastRows(const Converter &converter, std::size_t sample_bytes) {
+  SCOPED_TRACE(converter.name);
+  const std::size_t row = std::size_t{kWidth} * sample_bytes;
+  Repeated src(row * kHeight), dst(DestinationBytes(converter, kWidth, kHeight));
+  if (!src.ok() || !dst.ok()) GTEST_SKIP() << "not enough address space";
+  std::memset(src.data(), 0x33, kBlock);
+  Random random(29);
+  // The last 16 rows hold noise.
+  constexpr std::uint32_t kRows = 16;
+  std::uint8_t *const tail = src.data() + row * (kHeight - kRows);
+  for (std::size_t i = 0; i < row * kRows; ++i) tail[i] = static_cast<std::uint8_t>(random.Next());
+  ASSERT_EQ(converter(dst.data(), src.data(), kWidth, kHeight, 4), CAMUTL_STS_SUCCESS);
+
+  // The tail alone gives the same pixels but for its first rows, whose neighbours above are missing.
+  Bytes expected(DestinationBytes(converter, kWidth, kRows));
+  Reference::Convert(converter, expected.data(), tail, kWidth, kRows, 4);
+  const std::size_t skip = DestinationBytes(converter, kWidth, 4);
+  const std::uint8_t *const result = dst.data() + DestinationBytes(converter, kWidth, kHeight - kRows);
+  EXPECT_GE(result + skip - dst.data(), std::ptrdiff_t{1} << 32);
+  EXPECT_EQ(std::memcmp(result + skip, expected.data() + skip, expected.size() - skip), 0);
+}
+
+TEST(LargeFrames, Mono8) {
+  PrepareLUT();
+  ExpectLastRows(Find("ConvMono8ToBGRA"), 1);
+}
+TEST(LargeFrames, Bayer8) {
+  ExpectLastRows(Find("ConvByrGR8ToBGRA"), 1);
+}
+TEST(LargeFrames, Acpi8) {
+  ExpectLastRows(Find("ConvByrGB8ToBGRAACPI"), 1);
+}
+TEST(LargeFrames, Bayer16) {
+  ExpectLastRows(Find("ConvByrRGNToBGRA"), 2);
+}
+
+}  // namespace
+}  // namespace KivoTest
