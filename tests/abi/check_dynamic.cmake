@@ -1,0 +1,23 @@
+# SPDX-License-Identifier: Apache-2.0
+cmake_minimum_required(VERSION 3.21)
+# The soname of LIBRARY and the libraries that it needs.
+execute_process(COMMAND ${READELF} -d ${LIBRARY} OUTPUT_VARIABLE dynamic RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "${READELF} failed on ${LIBRARY}")
+endif()
+if(NOT dynamic MATCHES "\\(SONAME\\)[^\n]*\\[libKivoCamUtl\\.so\\.1\\]")
+  message(SEND_ERROR "the soname is not libKivoCamUtl.so.1:\n${dynamic}")
+endif()
+string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" needed "${dynamic}")
+foreach(line IN LISTS needed)
+  string(REGEX REPLACE ".*\\[(.*)\\].*" "\\1" name "${line}")
+  if(NOT name MATCHES "^(libstdc\\+\\+|libc\\+\\+|libm|libgcc_s|libc|ld-linux[a-z0-9_-]*)\\.so")
+    # A sanitizer brings its own runtime.
+    if(NOT name MATCHES "^lib(asan|ubsan|tsan)\\.so")
+      message(SEND_ERROR "needs ${name}")
+    endif()
+  endif()
+endforeach()
+if(dynamic MATCHES "\\((TEXTREL|RPATH|RUNPATH)\\)" OR dynamic MATCHES "SYMBOLIC")
+  message(SEND_ERROR "text relocations, a run path or symbolic binding:\n${dynamic}")
+endif()
