@@ -1,0 +1,174 @@
+# SPDX-License-Identifier: Apache-2.0
+"""From what a caller passes as a frame to bytes that the library may read."""
+
+from __future__ import annotations
+
+import dataclasses
+import operator
+from typing import Any, Optional, Union
+
+import numpy as np
+import numpy.typing as npt
+
+from .errors import FrameSizeError, SampleTypeError
+from .pixel_formats import Format, FormatLike, find_format
+
+__all__ = ["FrameLike", "Frame", "as_frame", "flat_bytes", "size_argument"]
+
+FrameLike = Union[npt.NDArray[Any], bytes, bytearray, memoryview]
+"""An array, or any object that offers its bytes through the buffer protocol."""
+
+_MAX_SIZE = 0xFFFFFFFF
+
+
+@dataclasses.dataclass(frozen=True)
+class Frame:
+    """A frame with packed rows. `pixels` is C-contiguous and has the shape and dtype of the format."""
+
+    format: Format
+    width: int
+    height: int
+    pixels: npt.NDArray[Any]
+
+    @property
+    def address(self) -> int:
+        return int(self.pixels.ctypes.data)
+
+
+def size_argument(label: str, value: Any) -> int:
+    """`value` as a number of pixels or bytes that the library can take."""
+    try:
+        number = operator.index(value)
+    except TypeError:
+        raise FrameSizeError(f"{label} is not a whole number: {value!r}") from None
+    if not 0 <= number <= _MAX_SIZE:
+        raise FrameSizeError(f"{label} is outside 0 to {_MAX_SIZE}: {number}")
+    return number
+
+
+def flat_bytes(buffer: Any) -> npt.NDArray[np.uint8]:
+    """The bytes of a contiguous buffer or array, without a copy."""
+    if isinstance(buffer, np.ndarray):
+        if not buffer.flags.c_contiguous:
+            buffer = np.ascontiguousarray(buffer)
+        if buffer.dtype.kind not in "ui":
+            raise SampleTypeError(f"a frame has unsigned samples, not dtype {buffer.dtype}")
+        return buffer.reshape(-1).view(np.uint8)
+    try:
+        view = memoryview(buffer)
+    except TypeError:
+        raise SampleTypeError(f"a frame is an array or a buffer of bytes, not {type(buffer).__name__}") from None
+    if not view.contiguous:
+        raise SampleTypeError("the buffer is not contiguous")
+    return np.frombuffer(view.cast("B"), np.uint8) if view.nbytes else np.empty(0, np.uint8)
+
+
+def _dtype(format: Format) -> np.dtype[Any]:
+    return np.dtype("<u2") if format.word_bytes == 2 else np.dtype(np.uint8)
+
+
+def _expected(format: Format) -> str:
+    """How an array of this format looks, for messages."""
+    name = {"mono": "(height, width)", "bayer": "(height, width)", "rgb": "(height, width, 3)"}.get(format.family)
+    if name is None:
+        name = {1: "(height, width, 3)", 2: "(height, width, 2)", 4: "(height, 3 * width / 2)"}[format.group_pixels]
+    return f"{name} of uint{8 * format.word_bytes}"
+
+
+def _array_size(format: Format, array: npt.NDArray[Any]) -> Optional[tuple[int, int]]:
+    """Width and height that an array of samples has in this format; None when its shape does not fit."""
+    if array.ndim not in (2, 3):
+        return None
+    height = array.shape[0]
+    words = array.shape[1] * (array.shape[2] if array.ndim == 3 else 1)
+    group_words = format.group_bytes // format.word_bytes
+    if format.family in ("mono", "bayer"):
+        fits = array.ndim == 2 or array.shape[2] == 1
+    elif format.family == "rgb":
+        fits = array.ndim == 3 and array.shape[2] == 3
+    else:
+        per_pixel = group_words // format.group_pixels if group_words % format.group_pixels == 0 else 0
+        fits = array.ndim == 2 or array.shape[2] in (per_pixel, group_words)
+    if not fits or words * format.group_pixels % group_words:
+        return None
+    return words * format.group_pixels // group_words, height
+
+
+def _padded_rows(format: Format, flat: npt.NDArray[np.uint8], width: int, height: int,
+                 stride: Optional[int]) -> npt.NDArray[Any]:
+    """The packed frame at the start of `flat`, whose rows begin every `stride` bytes."""
+    row = format.row_bytes(width)
+    step = row if stride is None else size_argument("stride", stride)
+    if step < row:
+        raise FrameSizeError(f"stride {step} is smaller than a {format.name} row of width {width} ({row} bytes)")
+    needed = step * (height - 1) + row if height and row else 0
+    if flat.size < needed:
+        raise FrameSizeError(f"the buffer has {flat.size} bytes, a {format.name} frame of {width} x {height}"
+                             f"{'' if step == row else f' with stride {step}'} takes {needed}")
+    if needed == 0:
+        return np.empty(format.shape(width, height), _dtype(format))
+    rows = np.ndarray((height, row), np.uint8, flat, strides=(step, 1))
+    return np.ascontiguousarray(rows).reshape(-1).view(_dtype(format)).reshape(format.shape(width, height))
+
+
+def as_frame(array: FrameLike, format: FormatLike, width: Optional[int], height: Optional[int],
+             stride: Optional[int]) -> Frame:
+    """The frame that `array` holds, copied only where its rows are not packed or its words are big-endian.
+
+    Arrays of two and three dimensions know their size; `width` and `height` may repeat it. A flat array or a
+    buffer needs both, and may have padded rows (`stride`) and bytes behind the frame. An array of uint8 with
+    two dimensions and an explicit width may have longer rows than the frame: their ends are padding.
+    """
+    known = find_format(format)
+    width = None if width is None else size_argument("width", width)
+    height = None if height is None else size_argument("height", height)
+    if not isinstance(array, np.ndarray) and (hasattr(array, "__array_interface__") or hasattr(array, "__array__")):
+        array = np.asarray(array)
+
+    if not isinstance(array, np.ndarray) or array.ndim == 1:
+        if isinstance(array, np.ndarray):
+            _check_dtype(known, array, bytes_allowed=True)
+            array = array.astype("<u2", copy=False) if array.dtype.itemsize == 2 else array
+        flat = flat_bytes(array)
+        if width is None or height is None:
+            raise FrameSizeError("a flat buffer needs width= and height=")
+        pixels = _padded_rows(known, flat, width, height, stride)
+        return _checked(Frame(known, width, height, pixels))
+
+    if stride is not None:
+        raise FrameSizeError("stride= goes with a flat buffer; an array has its own strides")
+    size = _array_size(known, array)
+    if array.ndim == 2 and array.dtype == np.uint8 and width is not None and (
+            known.word_bytes == 2 or size is None or size[0] > width):
+        row = known.row_bytes(width)
+        if array.shape[1] < row:
+            raise FrameSizeError(f"rows of {array.shape[1]} bytes are too short for a {known.name} row of "
+                                 f"width {width} ({row} bytes)")
+        array = np.ascontiguousarray(array[:, :row]).view(_dtype(known))
+        array = array.reshape(known.shape(width, array.shape[0]))
+        size = (width, array.shape[0])
+    _check_dtype(known, array, bytes_allowed=False)
+    if size is None:
+        raise FrameSizeError(f"an array of shape {array.shape} is no {known.name} frame; expected {_expected(known)}")
+    if width is not None and width != size[0]:
+        raise FrameSizeError(f"width={width}, but the array is {size[0]} pixels wide")
+    if height is not None and height != size[1]:
+        raise FrameSizeError(f"height={height}, but the array has {size[1]} rows")
+    pixels = np.ascontiguousarray(array, _dtype(known)).reshape(known.shape(*size))
+    return _checked(Frame(known, size[0], size[1], pixels))
+
+
+def _check_dtype(format: Format, array: npt.NDArray[Any], bytes_allowed: bool) -> None:
+    if array.dtype.kind == "u" and (array.dtype.itemsize == format.word_bytes or
+                                    (bytes_allowed and array.dtype.itemsize == 1)):
+        return
+    raise SampleTypeError(f"dtype {array.dtype} does not fit {format.name}; expected {_expected(format)}")
+
+
+def _checked(frame: Frame) -> Frame:
+    size_argument("width", frame.width)
+    size_argument("height", frame.height)
+    if frame.width % frame.format.group_pixels:
+        raise FrameSizeError(f"width {frame.width} is not a multiple of {frame.format.group_pixels}, the pixels "
+                             f"that share their chroma in {frame.format.name}")
+    return frame

@@ -1,0 +1,237 @@
+# SPDX-License-Identifier: Apache-2.0
+"""RWH raw frames and BMP pictures on disk.
+
+Writers fill a temporary file beside the target and rename it when it is whole and on the disk: a reader, or
+a run that is killed, never sees half a file.
+"""
+
+from __future__ import annotations
+
+import contextlib
+import errno
+import os
+import secrets
+import stat
+import struct
+from typing import Any, BinaryIO, Iterator, NamedTuple, Optional, Union
+
+import numpy as np
+import numpy.typing as npt
+
+from ._frames import FrameLike, as_frame, size_argument
+from ._library import function
+from .errors import FileWriteError, FrameSizeError, RwhError, SampleTypeError, StatusError
+from .pixel_formats import Format, FormatLike, find_format
+
+__all__ = ["RawFrame", "RwhHeader", "read_rwh", "read_rwh_header", "write_rwh", "write_bmp", "bmp_bytes"]
+
+PathLike = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
+
+_HEADER = struct.Struct("<4I")
+_BMP_HEADER = {1: 1078, 3: 54, 4: 54}
+_BMP_WRITER = {1: "SaveBmpMono_S", 3: "SaveBmpRGB_S", 4: "SaveBmpARGB_S"}
+TEMPORARY_SUFFIX = ".kivo-part"
+
+
+class RawFrame(NamedTuple):
+    """A raw frame and the name of its format; fits ``convert(*frame)``."""
+
+    array: npt.NDArray[Any]
+    """The pixels, in the shape and dtype that :func:`kivocamutl.convert` takes."""
+    format: str
+    """PFNC name."""
+
+
+class RwhHeader(NamedTuple):
+    """The 16 bytes at the start of an RWH file, checked against its length."""
+
+    format: Format
+    width: int
+    height: int
+    line_bytes: int
+    """Bytes from one row to the next."""
+
+    @property
+    def data_bytes(self) -> int:
+        """Bytes that follow the header."""
+        return self.line_bytes * self.height
+
+
+def _header(file: BinaryIO, shown: str) -> RwhHeader:
+    info = os.fstat(file.fileno())
+    if not stat.S_ISREG(info.st_mode):
+        raise RwhError(f"{shown}: not a regular file")
+    head = file.read(_HEADER.size)
+    if len(head) < _HEADER.size:
+        raise RwhError(f"{shown}: {len(head)} bytes are too short for the {_HEADER.size}-byte RWH header")
+    code, width, height, line_bytes = _HEADER.unpack(head)
+    try:
+        format = find_format(code)
+    except ValueError as error:
+        raise RwhError(f"{shown}: {error}") from None
+    header = RwhHeader(format, width, height, line_bytes)
+    if line_bytes < format.row_bytes(width):
+        raise RwhError(f"{shown}: the header gives {line_bytes} bytes to a row, but {format.name} of width {width} "
+                       f"takes {format.row_bytes(width)}")
+    if info.st_size != _HEADER.size + header.data_bytes:
+        raise RwhError(f"{shown}: {info.st_size} bytes long, but {format.name} of {width} x {height} with rows of "
+                       f"{line_bytes} bytes makes {_HEADER.size + header.data_bytes}")
+    return header
+
+
+def read_rwh_header(path: PathLike) -> RwhHeader:
+    """The header of an RWH file, without its pixels.
+
+    :raises OSError: the file cannot be opened or read.
+    :raises RwhError: the file is no RWH file, or not whole.
+    """
+    with open(path, "rb") as file:
+        return _header(file, os.fsdecode(path))
+
+
+def read_rwh(path: PathLike, *, mmap: bool = False) -> RawFrame:
+    """Reads a raw frame.
+
+    :param path: The RWH file.
+    :param mmap: Map the pixels read-only instead of reading them: they come from the disk when they are used,
+        and the file may not be changed before that.
+    :returns: ``(array, format)``: the pixels in the shape and dtype of :meth:`kivocamutl.Format.shape`, and the
+        PFNC name.
+    :raises OSError: the file cannot be opened or read.
+    :raises RwhError: the file is no RWH file, or not whole; checked before memory is taken for it.
+    """
+    shown = os.fsdecode(path)
+    with open(path, "rb", buffering=0) as file:
+        header = _header(file, shown)  # type: ignore[arg-type]
+        size = header.data_bytes
+        data: npt.NDArray[np.uint8]
+        if mmap and size:
+            data = np.memmap(file, np.uint8, "r", _HEADER.size, (size,))  # type: ignore[call-overload]
+        else:
+            data = np.empty(size, np.uint8)
+            view, filled = memoryview(data), 0
+            while filled < size:
+                count = file.readinto(view[filled:])
+                if not count:
+                    raise RwhError(f"{shown}: ends after {filled} of {size} bytes of pixels")
+                filled += count
+    try:
+        frame = as_frame(data, header.format, header.width, header.height, header.line_bytes)
+    except FrameSizeError as error:
+        raise RwhError(f"{shown}: {error}") from None
+    return RawFrame(frame.pixels, header.format.name)
+
+
+@contextlib.contextmanager
+def atomic_file(path: PathLike, tag: str = "") -> Iterator[tuple[str, int]]:
+    """Name and descriptor of an empty file that takes the place of `path` when the block ends well.
+
+    A symbolic link keeps pointing where it does: the file behind it is replaced. `tag` becomes part of the
+    temporary name, which ends in ``.kivo-part``.
+    """
+    target = os.path.realpath(os.fsdecode(path))
+    with contextlib.suppress(FileNotFoundError):
+        if not stat.S_ISREG(os.stat(target).st_mode):
+            raise FileWriteError(errno.EINVAL, "not a regular file", os.fsdecode(path))
+    folder, name = os.path.split(target)
+    # Short, so that a name of the greatest length has room for it.
+    temporary = os.path.join(folder, f".{name[:64]}.{tag}{secrets.token_hex(6)}{TEMPORARY_SUFFIX}")
+    descriptor = os.open(temporary, os.O_RDWR | os.O_CREAT | os.O_EXCL | getattr(os, "O_CLOEXEC", 0), 0o666)
+    try:
+        try:
+            yield temporary, descriptor
+            os.fsync(descriptor)
+        finally:
+            os.close(descriptor)
+        os.replace(temporary, target)
+    except BaseException:
+        with contextlib.suppress(OSError):
+            os.unlink(temporary)
+        raise
+
+
+def _write_all(descriptor: int, data: Any, path: PathLike) -> None:
+    view = memoryview(data).cast("B") if len(data) else memoryview(b"")
+    while view.nbytes:
+        try:
+            view = view[os.write(descriptor, view) :]
+        except OSError as error:
+            raise FileWriteError(error.errno, os.strerror(error.errno or 0), os.fsdecode(path)) from None
+
+
+def write_rwh(
+    path: PathLike,
+    array: FrameLike,
+    format: FormatLike,
+    *,
+    width: Optional[int] = None,
+    height: Optional[int] = None,
+    stride: Optional[int] = None,
+) -> None:
+    """Writes a raw frame with packed rows.
+
+    :param path: The RWH file; replaced when it exists, untouched when the write fails.
+    :param array: The frame, as :func:`kivocamutl.convert` takes it. Written from where it is when contiguous.
+    :param format: PFNC name or code.
+    :raises FrameSizeError: shape, size or length do not fit the format.
+    :raises FileWriteError: the file could not be written whole, as on a full disk.
+    :raises OSError: the folder does not exist or may not be written to.
+    """
+    frame = as_frame(array, format, width, height, stride)
+    line_bytes = size_argument("the length of a row", frame.format.row_bytes(frame.width))
+    with atomic_file(path) as (_, descriptor):
+        _write_all(descriptor, _HEADER.pack(frame.format.code, frame.width, frame.height, line_bytes), path)
+        if frame.pixels.size:
+            _write_all(descriptor, frame.pixels.reshape(-1).view(np.uint8), path)
+
+
+def bmp_bytes(width: int, height: int, channels: int) -> int:
+    """Length of the BMP file of a picture with 4 (BGRA), 3 (BGR) or 1 (grey) bytes per pixel."""
+    return _BMP_HEADER[channels] + (width * channels + 3) // 4 * 4 * height
+
+
+def write_bmp(path: PathLike, image: npt.NDArray[np.uint8], *, tag: str = "") -> None:
+    """Writes a picture as an uncompressed Windows BMP file.
+
+    :param path: The BMP file; replaced when it exists, untouched when the write fails.
+    :param image: uint8 array of shape ``(height, width, 4)`` (B, G, R, A), ``(height, width, 3)`` (B, G, R) or
+        ``(height, width)`` (grey). Rows may be apart: they are written from where they are as long as the
+        pixels of a row are contiguous.
+    :param tag: Part of the name of the temporary file, for those who look for leftovers.
+    :raises FrameSizeError: the shape is none of those, or the file would exceed 4 GiB.
+    :raises SampleTypeError: the image is no uint8 array.
+    :raises FileWriteError: the file could not be written whole, as on a full disk.
+    :raises OSError: the folder does not exist or may not be written to.
+    """
+    if not isinstance(image, np.ndarray) or image.dtype != np.uint8:
+        raise SampleTypeError(f"image is an array of uint8, not {getattr(image, 'dtype', type(image).__name__)}")
+    channels = 1 if image.ndim == 2 else image.shape[2] if image.ndim == 3 else 0
+    if channels not in _BMP_WRITER or (image.ndim == 3 and channels == 1):
+        raise FrameSizeError(f"image has shape {image.shape}; expected (height, width), (height, width, 3) or "
+                             "(height, width, 4)")
+    height, width = image.shape[:2]
+    size = bmp_bytes(width, height, channels)
+    if size > 0xFFFFFFFF or max(width, height) > 0x7FFFFFFF:
+        raise FrameSizeError(f"a BMP file of {width} x {height} pixels would take {size} bytes, more than it can say")
+    row = width * channels
+    pixels = image
+    packed = image.strides[1:] == ((1,) if image.ndim == 2 else (channels, 1))
+    if not packed or not row <= image.strides[0] <= 0xFFFFFFFF:
+        pixels = np.ascontiguousarray(image)
+    step = pixels.strides[0] if pixels.size else row
+    with atomic_file(path, tag) as (temporary, descriptor):
+        name = _BMP_WRITER[channels]
+        status = function(name)(pixels.ctypes.data, width, height, step, os.fsencode(temporary))
+        if status not in (0, 8194):
+            raise StatusError(name, status)
+        written = os.fstat(descriptor).st_size
+        if status != 0 or written != size:
+            raise FileWriteError(_why_short(temporary), f"wrote {written} of {size} bytes", os.fsdecode(path))
+
+
+def _why_short(path: str) -> int:
+    """The library does not say why a file is short: a full disk, or something else."""
+    with contextlib.suppress(OSError):
+        if os.statvfs(path).f_bavail == 0:
+            return errno.ENOSPC
+    return errno.EIO

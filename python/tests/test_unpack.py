@@ -1,0 +1,80 @@
+# SPDX-License-Identifier: Apache-2.0
+"""unpack() against bytes written by hand and against packers that work bit by bit."""
+
+from __future__ import annotations
+
+import numpy as np
+import pytest
+
+import kivocamutl as kivo
+
+
+def pack(samples, format):
+    """Bytes of consecutive samples, one bit (p) or one sample (Packed) at a time, in whole numbers of Python."""
+    samples = [int(s) for s in samples]
+    if format.layout == "p":
+        stream = sum(s << (i * format.depth) for i, s in enumerate(samples))
+        return stream.to_bytes((len(samples) * format.depth + 7) // 8, "little")
+    low = format.depth - 8
+    data = bytearray()
+    for i in range(0, len(samples), 2):
+        first, second = samples[i], samples[i + 1] if i + 1 < len(samples) else None
+        middle = first % (1 << low) | (0 if second is None else second % (1 << low) << 4)
+        data += bytes([first >> low, middle]) + (b"" if second is None else bytes([second >> low]))
+    return bytes(data)
+
+
+def test_by_hand():
+    # 0xABC and 0x123 as a stream: BC, then 3 over A, then 12.
+    assert kivo.unpack(bytes([0xBC, 0x3A, 0x12]), "Mono12p", 2, 1).tolist() == [[0xABC, 0x123]]
+    # The same samples, high bytes outside: AB, then 3 over C, then 12.
+    assert kivo.unpack(bytes([0xAB, 0x3C, 0x12]), "Mono12Packed", 2, 1).tolist() == [[0xABC, 0x123]]
+    # 10 bits: 0x001, 0x3FF, 0x200, 0x155 in 5 bytes.
+    # bits: 01 | FC<<.. -> 0x01, 0xFC, 0x0F, 0x60, 0x55
+    assert kivo.unpack(bytes([0x01, 0xFC, 0x0F, 0x60, 0x55]), "BayerRG10p", 4, 1).tolist() == [
+        [0x001, 0x3FF, 0x200, 0x155]]
+    # 0x3FD = FF and 01, 0x102 = 40 and 10; the unused bits of byte 1 are noise.
+    assert kivo.unpack(bytes([0xFF, 0b0010_0001, 0x40]), "Mono10Packed", 2, 1).tolist() == [[0x3FD, 0x102]]
+    assert kivo.unpack(bytes([0xFF, 0b1110_1101, 0x40]), "BayerGB10Packed", 2, 1).tolist() == [[0x3FD, 0x102]]
+
+
+@pytest.mark.parametrize("format", kivo.packed_formats(), ids=lambda f: f.name)
+def test_every_format_and_rest(format):
+    rng = np.random.default_rng(format.code)
+    for width, height in [(w, h) for w in range(1, 12) for h in (1, 2, 3)] + [(640, 4)]:
+        want = rng.integers(0, 1 << format.depth, (height, width), dtype=np.uint16)
+        data = pack(want.reshape(-1), format)
+        assert len(data) == format.buffer_bytes(width * height)
+        for buffer in (data, bytearray(data) + b"\xff\xff", np.frombuffer(data, np.uint8)):
+            got = kivo.unpack(buffer, format.name, width, height)
+            assert got.dtype == np.uint16
+            np.testing.assert_array_equal(got, want)
+        with pytest.raises(kivo.FrameSizeError, match=f"{len(data) - 1} bytes"):
+            kivo.unpack(data[:-1], format.name, width, height)
+
+        rows = [pack(row, format) for row in want]
+        stride = len(rows[0]) + 5
+        padded = b"".join(r + b"\xa5" * 5 for r in rows)[:-5]
+        np.testing.assert_array_equal(kivo.unpack(padded, format.code, width, height, stride=stride), want)
+
+
+@pytest.mark.parametrize("format", kivo.packed_formats(), ids=lambda f: f.name)
+def test_unpacked_frames_convert(format):
+    unpacked = kivo.find_format(format.unpacked)
+    assert unpacked.depth == format.depth and unpacked.word_bytes == 2
+    data = bytes(range(256)) * 2
+    frame = kivo.unpack(data, format, 16, 4)
+    assert frame.max() < 1 << format.depth
+    assert kivo.convert(frame, format.unpacked).shape == (4, 16, 4)
+
+
+def test_empty_and_wrong():
+    assert kivo.unpack(b"", "Mono12p", 0, 4).shape == (4, 0)
+    with pytest.raises(kivo.UnknownFormatError, match="'Mono12'"):
+        kivo.unpack(b"", "Mono12", 1, 1)
+    with pytest.raises(kivo.FrameSizeError, match="stride 2"):
+        kivo.unpack(b"123456", "Mono12p", 2, 2, stride=2)
+    with pytest.raises(kivo.FrameSizeError, match="-2"):
+        kivo.unpack(b"123456", "Mono12p", -2, 2)
+    with pytest.raises(kivo.SampleTypeError, match="str"):
+        kivo.unpack("123456", "Mono12p", 2, 2)
