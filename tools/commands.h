@@ -31,6 +31,7 @@ struct ConvertOptions {
   bool mirror = false;
   bool flip = false;
   bool anyBayerSize = false;
+  bool time = false;
 };
 void runConvert(const ConvertOptions &options);
 

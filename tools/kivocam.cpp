@@ -105,6 +105,9 @@ void addConvert(CLI::App &app, Options &all) {
   command->add_flag("--mirror", options.mirror, "Left to right, on the raw samples");
   command->add_flag("--flip", options.flip, "Top to bottom, on the raw samples");
   command->add_flag("--any-size", options.anyBayerSize, "Demosaic frames of odd or tiny size too");
+  command->add_flag(
+      "--time", options.time,
+      "Print format, size, converter and the milliseconds of one conversion (median of 9, warm)");
   addHeaderlessOptions(*command, options.input);
   command->callback([&all] {
     if (all.bayer == "standard")

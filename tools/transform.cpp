@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The commands that turn one file into another: convert, import and mosaic.
+#include <algorithm>
+#include <array>
+#include <chrono>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -47,6 +50,48 @@ Picture toPicture(const kivo::Image &image) {
   return picture;
 }
 
+std::string converterName(const kivo::Format &format, const ConvertOptions &options) {
+  const std::string depth = std::to_string(format.depth);
+  const std::string to = options.bgr ? "BGR" : "BGRA";
+  const bool demosaic = options.bayer != kivo::Bayer::Off;
+  switch (format.family) {
+    case kivo::Family::Mono:
+      return "ConvMono" + depth + "To" + to;
+    case kivo::Family::Bayer:
+      if (!demosaic) return "ConvMono" + depth + "To" + to;
+      return std::string("ConvByr").append(format.name + 5).append("To").append(to) +
+             (options.bayer == kivo::Bayer::Acpi ? "ACPI" : "");
+    case kivo::Family::Rgb:
+      return "Conv" + std::string(format.name, 3) + depth + "PTo" + to;
+    case kivo::Family::Yuv:
+      return std::string("ConvYUV") +
+             (format.groupPixels == 4   ? "411"
+              : format.groupPixels == 2 ? "422"
+                                        : "444") +
+             "PTo" + to;
+  }
+  return {};
+}
+
+// Repeats the conversion into the same picture, as a viewer does frame after frame, and prints the median.
+void printTime(const kivo::FrameView &view, const kivo::Format &format, const kivo::ConvertOptions &how,
+               kivo::Image &image, const std::string &converter) {
+  std::array<double, 9> milliseconds{};
+  for (double &ms : milliseconds) {
+    const auto start = std::chrono::steady_clock::now();
+    const kivo::Errc error =
+        how.output == kivo::Output::Bgra
+            ? kivo::convertTo(static_cast<std::uint32_t *>(static_cast<void *>(image.pixels.data())),
+                              image.pixels.size() / 4, view, how)
+            : kivo::convertTo(image.pixels.data(), image.pixels.size(), view, how);
+    if (error != kivo::Errc::Ok) return;
+    ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+  }
+  std::nth_element(milliseconds.begin(), milliseconds.begin() + 4, milliseconds.end());
+  std::printf("%s %" PRIu32 "x%" PRIu32 " %s %.3f\n", format.name, view.width, view.height, converter.c_str(),
+              milliseconds[4]);
+}
+
 bool isRwh(const std::string &path, const std::string &to) {
   if (to == "rwh") return true;
   if (to == "raw") return false;
@@ -64,12 +109,13 @@ void runConvert(const ConvertOptions &options) {
     kivo::Result<kivo::Frame> turned = kivo::reverse(input.frame.view(), options.mirror, options.flip);
     if (!turned) throw failureOf(turned.error(), subject, Exit::Input);
     input.frame = *std::move(turned);
+    input.format = kivo::findFormat(input.frame.format);
   }
   kivo::ConvertOptions how;
   how.bayer = options.bayer;
   how.output = options.bgr ? kivo::Output::Bgr : kivo::Output::Bgra;
   how.anyBayerSize = options.anyBayerSize;
-  const kivo::Result<kivo::Image> image = kivo::convert(input.frame.view(), how);
+  kivo::Result<kivo::Image> image = kivo::convert(input.frame.view(), how);
   if (!image) {
     std::string hint;
     if (image.error() == kivo::Errc::OddSize || image.error() == kivo::Errc::TooSmall)
@@ -80,6 +126,8 @@ void runConvert(const ConvertOptions &options) {
                          input.frame.width, input.frame.height, input.format->name, hint.c_str()));
   }
 
+  if (options.time)
+    printTime(input.frame.view(), *input.format, how, *image, converterName(*input.format, options));
   if (type == PictureType::Bmp)
     saveBmpFile(*image, options.output);
   else
