@@ -1,0 +1,150 @@
+# SPDX-License-Identifier: Apache-2.0
+# Wrong input of every kind: the exit code, the one line, and no output.
+. "$(dirname "$0")/lib.sh"
+
+# header CODE WIDTH HEIGHT LINE: four words, each given as four octal octets in one argument.
+header() {
+  for word; do
+    # shellcheck disable=SC2086
+    bytes $word
+  done
+}
+mono8='001 000 010 001'
+four='004 000 000 000'
+huge='377 377 377 377'
+
+ok scene scene.png --size 160x160
+ok mosaic scene.png good.rwh --format BayerRG8
+size=$(wc -c <good.rwh)
+mkdir dir
+: >empty
+printf 'hello world, this is no frame' >junk
+hint='headerless data needs --format and --size'
+
+# RWH files
+fails 2 "nofile: cannot be opened: No such file or directory" convert nofile out.png
+fails 2 "dir: is a directory" convert dir out.png
+fails 2 "dir: is a directory" info dir
+fails 2 "/dev/null: not a regular file" convert /dev/null out.png
+fails 2 "empty: the file is shorter than the 16-byte RWH header" convert empty out.png
+head -c 15 good.rwh >cut.rwh
+fails 2 "cut.rwh: the file is shorter than the 16-byte RWH header" convert cut.rwh out.png
+for cut in 16 17 5000 $((size - 1)); do
+  head -c "$cut" good.rwh >cut.rwh
+  fails 2 "cut.rwh: is not a whole RWH file: it holds $cut bytes, its header says $size" convert cut.rwh out.png
+done
+cat good.rwh empty junk >long.rwh
+fails 2 "long.rwh: is not a whole RWH file: it holds $((size + 29)) bytes, its header says $size" convert long.rwh out.bmp
+fails 2 "junk: is not a whole RWH file: 0x6C6C6568 at its start is no known pixel format ($hint)" convert junk out.ppm
+fails 2 "scene.png: is not a whole RWH file: 0x474E5089 at its start is no known pixel format ($hint)" \
+  convert scene.png out.ppm
+header "$mono8" "$huge" "$huge" "$huge" >hostile.rwh
+fails 2 "hostile.rwh: is not a whole RWH file: it holds 16 bytes, its header says 18446744065119617041" \
+  convert hostile.rwh out.png
+header "$mono8" "$huge" '001 000 000 000' "$four" >hostile.rwh && bytes 1 2 3 4 >>hostile.rwh
+fails 2 "hostile.rwh: is not a whole RWH file: 4 bytes a row are too few for 4294967295 pixels of Mono8" \
+  convert hostile.rwh out.png
+header "$mono8" '000 000 000 000' "$four" '000 000 000 000' >hostile.rwh
+fails 2 "hostile.rwh: is not a whole RWH file: its header says 0 x 4 pixels" convert hostile.rwh out.png
+header '002 000 010 001' "$four" '001 000 000 000' "$four" >unknown.rwh && bytes 1 2 3 4 >>unknown.rwh
+fails 4 "unknown.rwh: pixel format 0x01080002 is not supported" convert unknown.rwh out.png
+
+# Headerless data
+raw='good.rwh out.png --format'
+# shellcheck disable=SC2086
+{
+  fails 1 "--format: $hint" convert good.rwh out.png --size 4x4
+  fails 1 "--format: $hint" convert good.rwh out.png --stride 4
+  fails 1 "--size: $hint" convert $raw Mono8
+  fails 4 "--format: 'Foo' is not a known pixel format; see 'kivocam formats'" convert $raw Foo --size 4x4
+  fails 4 "--format: '0x1' is not a known pixel format; see 'kivocam formats'" convert $raw 0x1 --size 4x4
+  for bad in 0x0 0x4 4x0 -1x5 1x-5 4 x 4x 4x4x4 ' 4x4' 4.5x4 99999999999x1 1e3x4; do
+    fails 1 "--size: '$bad' is not WIDTHxHEIGHT in pixels, such as 640x480" convert $raw Mono8 "--size=$bad"
+  done
+  fails 1 "--size: '-1x5' is not WIDTHxHEIGHT in pixels, such as 640x480" convert $raw Mono8 --size -1x5
+  fails 1 "--stride: 7 is smaller than a row of 4 Mono16 pixels, 8 bytes" convert $raw Mono16 --size 4x4 --stride 7
+  for bad in -1 x 1.5 99999999999999999999; do
+    fails 1 "--stride: '$bad' is not a number of bytes" convert $raw Mono8 --size 4x4 "--stride=$bad"
+    fails 1 "--offset: '$bad' is not a number of bytes" convert $raw Mono8 --size 4x4 "--offset=$bad"
+  done
+  fails 2 "good.rwh: holds $size bytes, too few for 4294967295 x 4294967295 pixels of RGB12 with 25769803770 bytes a row" \
+    convert $raw RGB12 --size 4294967295x4294967295
+  fails 2 "good.rwh: holds $size bytes, too few for 160 x 162 pixels of Mono8 with 160 bytes a row" \
+    convert $raw Mono8 --size 160x162
+  fails 2 "good.rwh: holds 0 bytes behind the offset, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
+    convert $raw Mono8 --size 1x1 --offset 99999999
+  fails 2 "empty: holds 0 bytes, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
+    convert empty out.png --format Mono8 --size 1x1
+  fails 2 "nofile: cannot be opened: No such file or directory" convert nofile out.png --format Mono8 --size 1x1
+  fails 2 "dir: is a directory" convert dir out.png --format Mono8 --size 1x1
+}
+fails 1 "import: $hint" import good.rwh out.rwh
+
+# Conversions that do not exist
+groups='the width is not a whole number of YUV groups (2 pixels for 4:2:2, 4 for 4:1:1)'
+fails 4 "--size: $groups" convert good.rwh out.png --format YUV411_8_UYYVYY --size 6x4
+odd='a Bayer frame needs an even width and an even height'
+fails 4 "good.rwh: $odd; it is 5 x 4 pixels of BayerGR8 (or --any-size)" \
+  convert good.rwh out.png --format BayerGR8 --size 5x4
+tiny='a Bayer frame needs at least 2 x 2 pixels, 4 x 4 for ACPI'
+fails 4 "good.rwh: $tiny; it is 2 x 4 pixels of BayerGR8 (or --any-size)" \
+  convert good.rwh out.png --format BayerGR8 --size 2x4 --bayer acpi
+fails 4 "good.rwh: ACPI demosaicing exists for 8-bit Bayer formats only; it is 4 x 4 pixels of BayerGR12" \
+  convert good.rwh out.png --format BayerGR12 --size 4x4 --bayer acpi
+fails 1 "--bayer: 'best' is not standard, acpi or off" convert good.rwh out.png --bayer best
+fails 1 "--to: 'gif' is not png, ppm or bmp" convert good.rwh out.png --to gif
+fails 1 "out.gif: name it .png, .ppm or .bmp, or say --to" convert good.rwh out.gif
+fails 1 "out: name it .png, .ppm or .bmp, or say --to" scene out
+
+# Pictures
+head -c 1000 scene.png >cut.png
+fails 2 "cut.png: is a damaged PNG picture: the file ends too early" mosaic cut.png out.rwh --format Mono8
+head -c 20 scene.png >cut.png
+fails 2 "cut.png: is a damaged PNG picture: the file ends too early" compare cut.png scene.png
+{ head -c 16 scene.png && bytes 000 000 000 000 && tail -c +21 scene.png; } >zero.png
+checks=$((checks + 1))
+"$kivocam" compare zero.png scene.png 2>stderr >stdout
+code=$?
+[ $code -eq 2 ] && grep -q '^kivocam: zero.png: is a damaged PNG picture: ' stderr || fail "zero.png: $(cat stderr)"
+for file in junk empty good.rwh; do
+  fails 2 "$file: is not a PNG, binary PPM or PGM, or BMP picture" mosaic $file out.rwh --format Mono8
+done
+printf 'P6 2 2 255\n123' >cut.ppm
+fails 2 "cut.ppm: ends too early: 3 bytes of pixels, 12 needed" mosaic cut.ppm out.rwh --format Mono8
+for text in 'P6' 'P6 2' 'P6 2 2' 'P6 2 2 255' 'P6 2 2 0 ' 'P6 2 2 70000 ' 'P6 -1 2 255 ' 'P6 x y 255 ' 'P6 # 2 2 255 '; do
+  printf '%s' "$text" >bad.ppm
+  fails 2 "bad.ppm: has a damaged PPM header" mosaic bad.ppm out.rwh --format Mono8
+done
+printf 'P6 0 2 255 ' >bad.ppm
+fails 2 "bad.ppm: is an empty picture" mosaic bad.ppm out.rwh --format Mono8
+printf 'P5 99999 99999 255 ' >bad.ppm
+fails 2 "bad.ppm: claims 99999 x 99999 pixels, more than this tool takes (268435456)" \
+  mosaic bad.ppm out.rwh --format Mono8
+ok scene scene.bmp --size 160x160
+head -c 40 scene.bmp >cut.bmp
+fails 2 "cut.bmp: is a damaged BMP picture: its header is cut short" mosaic cut.bmp out.rwh --format Mono8
+head -c 4000 scene.bmp >cut.bmp
+fails 2 "cut.bmp: is a damaged BMP picture: 4000 bytes are too few for 160 x 160 pixels" \
+  mosaic cut.bmp out.rwh --format Mono8
+printf 'P5 3 1 255\n123' >three.ppm
+fails 4 "three.ppm: $groups" mosaic three.ppm out.rwh --format YUV422_8_UYVY
+fails 4 "--format: 'Foo' is not a known pixel format; see 'kivocam formats'" mosaic scene.png out.rwh --format Foo
+fails 1 "--to: 'png' is not rwh or raw" mosaic scene.png out.rwh --format Mono8 --to png
+fails 2 "three.ppm: is 3 x 1 pixels, scene.png is 160 x 160" compare scene.png three.ppm
+fails 1 "--size: the scene can be drawn from 160x160 to 16384x16384 pixels" scene out.png --size 10x1000
+fails 1 "--labels: 2 labels for 1 pictures" sheet out.png scene.png --labels a b
+fails 1 "--cell: a cell can be 16x16 to 4096x4096 pixels" sheet out.png scene.png --cell 8x8
+fails 2 "junk: is not a PNG, binary PPM or PGM, or BMP picture" sheet out.png scene.png junk
+
+# The command line itself
+fails 1 "A subcommand is required; see 'kivocam --help'"
+fails 1 "'frobnicate' is not a command; see 'kivocam --help'" frobnicate
+fails 1 "OUT is required; see 'kivocam convert --help'" convert good.rwh
+fails 1 "The following argument was not expected: --fast; see 'kivocam convert --help'" convert good.rwh out.png --fast
+fails 1 "--format is required; see 'kivocam mosaic --help'" mosaic scene.png out.rwh
+fails 1 "--columns: Value 0 not in range 1 to 64; see 'kivocam sheet --help'" sheet out.png scene.png --columns 0
+# A file name cannot break the line.
+name=$(printf 'two\nlines')
+fails 2 'two\x0alines: cannot be opened: No such file or directory' convert "$name" out.png
+
+finish

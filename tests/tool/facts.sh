@@ -1,0 +1,77 @@
+# SPDX-License-Identifier: Apache-2.0
+# info, formats, compare and the help: what is printed.
+. "$(dirname "$0")/lib.sh"
+
+# A 4 x 2 frame of 12 bits in RG order, with samples at 0, at 4095 and above it:
+#   R 0, Gr 4095, R 2, Gr 1 / Gb 5000, B 7, Gb 3, B 4
+bytes 000 000 377 017 002 000 001 000 210 023 007 000 003 000 004 000 >frame.raw
+ok import frame.raw frame.rwh --format BayerRG12 --size 4x2
+ok info frame.rwh
+says '^  format     BayerRG12 \(0x01100011\)$'
+says '^  size       4 x 2 pixels, 8 bytes a row$'
+says '^  file       32 bytes, as the header says$'
+says '^  R +0 +2 +1\.00 +50\.00% +0\.00% +0\.00%$'
+says '^  Gr +1 +4095 +2048\.00 +0\.00% +50\.00% +0\.00%$'
+says '^  Gb +3 +5000 +2501\.50 +0\.00% +0\.00% +50\.00%$'
+says '^  B +4 +7 +5\.50 +0\.00% +0\.00% +0\.00%$'
+ok info frame.raw --format BayerGR12 --size 4x2
+says '^  file       16 bytes, headerless$'
+says '^  Gr +0 +2 '
+says '^  B +3 +5000 '
+ok info --json frame.rwh
+says '^\{"file": "frame.rwh", "kind": "rwh", "format": "BayerRG12", "code": "0x01100011", "depth": 12, "width": 4, "height": 2, "row_bytes": 8, "file_bytes": 32, "samples": \{"R": \{"min": 0, "max": 2, "mean": 1.0000, "zero": 0.500000, "clipped": 0.000000, "above": 0.000000\}, '
+
+# The header of a bad file is shown, then judged; the other files are told all the same.
+head -c 20 frame.rwh >cut.rwh
+"$kivocam" info cut.rwh frame.rwh >stdout 2>stderr
+code=$?
+checks=$((checks + 1))
+[ $code -eq 2 ] || fail "a bad file among good ones gives exit code $code"
+says '^  file       20 bytes, but the header says 32$'
+says '^  file       32 bytes, as the header says$'
+[ "$(cat stderr)" = "kivocam: cut.rwh: is not a whole RWH file: it holds 20 bytes, its header says 32" ] ||
+  fail "$(cat stderr)"
+
+# Which sample of a YUV group is which.
+bytes 001 012 013 002 014 015 >yuv.raw
+ok info yuv.raw --format YUV411_8_UYYVYY --size 4x1
+says '^  Y +10 +13 +11\.50 '
+says '^  U +1 +1 +1\.00 '
+says '^  V +2 +2 +2\.00 '
+
+ok formats
+says '^BayerRG8 +0x01080009 +8 +8 +COLOR_BayerBG2BGR +SRGGB8 +rggb$'
+says '^YUV422_8_UYVY +0x0210001F +8 +16 +COLOR_YUV2BGR_UYVY +UYVY +UYVY$'
+says '^BGR12 +0x0230001B +12 +48 '
+ok formats --json
+says '^ \{"name": "BayerGB12", "code": "0x01100012", "depth": 12, "bits_per_pixel": 16, "opencv": "COLOR_BayerGR2BGR", "v4l2": "SGBRG12", "gstreamer": "gbrg12le"\},$'
+
+# One channel of one of two pixels differs by 51: mean square 1300.5 in R, 433.5 over all.
+{ printf 'P6 2 1 255\n' && bytes 000 000 000 000 000 000; } >a.ppm
+{ printf 'P6 2 1 255\n' && bytes 063 000 000 000 000 000; } >b.ppm
+ok compare a.ppm b.ppm
+says '^differing pixels +1 of 2$'
+says '^max difference +51 \(R 51, G 0, B 0\)$'
+says '^PSNR +R 16\.99 dB, G equal, B equal$'
+says '^CPSNR +21\.76 dB$'
+ok compare --json a.ppm b.ppm
+says '"differing_pixels": 1, "max_difference": 51, "max_difference_rgb": \[51, 0, 0\], "psnr_rgb": \[16.9897, null, null\], "cpsnr": 21.7609\}$'
+
+# A 16-bit PGM is scaled to 8 bits, comments and all.
+{ printf 'P5\n# a comment\n2 1 # another\n65535\n' && bytes 377 377 200 000; } >wide.pgm
+{ printf 'P6 2 1 255\n' && bytes 377 377 377 177 177 177; } >narrow.ppm
+ok compare wide.pgm narrow.ppm
+says '^CPSNR +equal$'
+
+ok --version
+says '^kivocam [0-9]+\.[0-9]+\.[0-9]+$'
+for command in info formats convert import mosaic compare scene sheet; do
+  ok --help
+  says "^  $command "
+  ok $command --help
+  says '^Examples:$'
+  says "^  kivocam $command"
+  says '^Exit codes: 0 done; '
+done
+
+finish

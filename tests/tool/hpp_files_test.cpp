@@ -1,0 +1,158 @@
+// SPDX-License-Identifier: Apache-2.0
+// The C++ layer's files: RWH in and out, BMP out, and every way in which a file can be wrong.
+#include <gtest/gtest.h>
+
+#include <KivoCamUtl.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace {
+
+using kivo::Errc;
+using Bytes = std::vector<std::uint8_t>;
+
+// A directory of its own for each test.
+class HppFiles : public testing::Test {
+ protected:
+  void SetUp() override {
+    std::string pattern = (std::filesystem::temp_directory_path() / "kivo-hpp-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
+    directory_ = pattern;
+  }
+  void TearDown() override {
+    std::error_code ignored;
+    std::filesystem::remove_all(directory_, ignored);
+  }
+
+  std::string path(const char *name) const { return (directory_ / name).string(); }
+
+  std::string write(const char *name, const Bytes &bytes) const {
+    std::ofstream(path(name), std::ios::binary)
+        .write(static_cast<const char *>(static_cast<const void *>(bytes.data())),
+               static_cast<std::streamsize>(bytes.size()));
+    return path(name);
+  }
+
+  static Bytes read(const std::string &name) {
+    std::ifstream file(name, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  }
+
+  // An RWH file by hand: the four header words, then the data.
+  static Bytes rwh(std::uint32_t code, std::uint32_t width, std::uint32_t height, std::uint32_t line,
+                   std::size_t data) {
+    Bytes bytes;
+    for (const std::uint32_t word : {code, width, height, line})
+      for (int shift = 0; shift < 32; shift += 8)
+        bytes.push_back(static_cast<std::uint8_t>(word >> shift & 0xFF));
+    for (std::size_t i = 0; i < data; ++i) bytes.push_back(static_cast<std::uint8_t>(i));
+    return bytes;
+  }
+
+ private:
+  std::filesystem::path directory_;
+};
+
+TEST_F(HppFiles, SaveAndLoadRwh) {
+  Bytes samples;
+  for (int i = 0; i < 2 * 20; ++i) samples.push_back(static_cast<std::uint8_t>(i));
+  // Rows of 8 bytes, 20 apart: the file holds them packed.
+  ASSERT_EQ(kivo::saveRwh({samples.data(), 28, CAMUTL_PFNC_MONO12, 4, 2, 20}, path("a.rwh").c_str()),
+            Errc::Ok);
+  Bytes expected = rwh(CAMUTL_PFNC_MONO12, 4, 2, 8, 8);
+  for (int i = 20; i < 28; ++i) expected.push_back(static_cast<std::uint8_t>(i));
+  EXPECT_EQ(read(path("a.rwh")), expected);
+  const auto frame = kivo::loadRwh(path("a.rwh").c_str());
+  ASSERT_TRUE(frame) << frame.message();
+  EXPECT_EQ(frame->format, CAMUTL_PFNC_MONO12);
+  EXPECT_EQ(frame->width, 4U);
+  EXPECT_EQ(frame->height, 2U);
+  EXPECT_EQ(frame->stride, 8U);
+  EXPECT_EQ(Bytes(frame->data.begin(), frame->data.end()), Bytes(expected.begin() + 16, expected.end()));
+}
+
+TEST_F(HppFiles, LoadTakesLongRowsAsPadding) {
+  const auto frame = kivo::loadRwh(write("a.rwh", rwh(CAMUTL_PFNC_MONO8, 3, 2, 5, 10)).c_str());
+  ASSERT_TRUE(frame) << frame.message();
+  EXPECT_EQ(frame->stride, 5U);
+  const auto image = kivo::convert(frame->view());
+  ASSERT_TRUE(image);
+  EXPECT_EQ(image->pixel(0, 1)[0], 5);
+}
+
+TEST_F(HppFiles, LoadTellsApartWhatItRefuses) {
+  const auto error = [&](const Bytes &bytes) {
+    return kivo::loadRwh(write("bad.rwh", bytes).c_str()).error();
+  };
+  const Bytes good = rwh(CAMUTL_PFNC_MONO8, 4, 4, 4, 16);
+  EXPECT_EQ(error(good), Errc::Ok);
+  for (std::size_t size = 0; size < good.size(); ++size)
+    EXPECT_EQ(error(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size))),
+              size < 16 ? Errc::NoHeader : Errc::FileTooShort)
+        << size;
+  EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 4, 4, 4, 17)), Errc::FileTooLong);
+  EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 4, 4, 3, 12)), Errc::BadHeader);
+  EXPECT_EQ(error(rwh(0x01080002, 4, 4, 4, 16)), Errc::UnknownFormat);
+  EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 0, 4, 4, 16)), Errc::EmptyImage);
+  EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 4, 0, 4, 0)), Errc::EmptyImage);
+  // Products that wrap to small numbers in 32 bits.
+  EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 0x10000, 0x10001, 0x10000, 0x10000)), Errc::FileTooShort);
+  EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO12, 0x10000002, 1, 4, 4)), Errc::BadHeader);
+  EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 1)), Errc::FileTooShort);
+  EXPECT_EQ(kivo::loadRwh(path("missing").c_str()).error(), Errc::FileOpen);
+  EXPECT_EQ(kivo::loadRwh(path("").c_str()).error(), Errc::NotAFile);
+  EXPECT_EQ(kivo::loadRwh("/dev/null").error(), Errc::NotAFile);
+}
+
+TEST_F(HppFiles, SaveNoticesWhatTheWritersDoNotReport) {
+  const Bytes samples(64);
+  const kivo::FrameView view = {samples.data(), samples.size(), CAMUTL_PFNC_MONO8, 8, 8};
+  const auto image = kivo::convert(view);
+  ASSERT_TRUE(image);
+  EXPECT_EQ(kivo::saveRwh(view, path("none/a.rwh").c_str()), Errc::FileOpen);
+  EXPECT_EQ(kivo::saveBmp(*image, path("none/a.bmp").c_str()), Errc::FileOpen);
+  EXPECT_EQ(kivo::saveRwh({samples.data(), 63, CAMUTL_PFNC_MONO8, 8, 8}, path("a.rwh").c_str()),
+            Errc::ShortBuffer);
+  EXPECT_FALSE(std::filesystem::exists(path("a.rwh")));
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
+  EXPECT_EQ(kivo::saveRwh(view, "/dev/full"), Errc::FileWrite);
+  EXPECT_EQ(kivo::saveBmp(*image, "/dev/full"), Errc::FileWrite);
+}
+
+TEST_F(HppFiles, SaveBmpOfBothKinds) {
+  const std::uint8_t grey = 100;
+  const kivo::FrameView view = {&grey, 1, CAMUTL_PFNC_MONO8, 1, 1};
+  const auto bgra = kivo::convert(view);
+  const auto bgr = kivo::convert(view, {kivo::Bayer::Standard, kivo::Output::Bgr});
+  ASSERT_TRUE(bgra);
+  ASSERT_TRUE(bgr);
+  ASSERT_EQ(kivo::saveBmp(*bgra, path("32.bmp").c_str()), Errc::Ok);
+  ASSERT_EQ(kivo::saveBmp(*bgr, path("24.bmp").c_str()), Errc::Ok);
+  const Bytes wide = read(path("32.bmp")), narrow = read(path("24.bmp"));
+  ASSERT_EQ(wide.size(), 58U);
+  ASSERT_EQ(narrow.size(), 58U);
+  EXPECT_EQ(wide[28], 32);
+  EXPECT_EQ(narrow[28], 24);
+  EXPECT_EQ(Bytes(wide.begin() + 54, wide.end()), (Bytes{100, 100, 100, 255}));
+  EXPECT_EQ(Bytes(narrow.begin() + 54, narrow.end()), (Bytes{100, 100, 100, 0}));
+}
+
+TEST_F(HppFiles, SaveBmpRefusesAnImageThatIsNoImage) {
+  kivo::Image image;
+  EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::NullData);
+  ASSERT_TRUE(image.pixels.allocate(16));
+  EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::EmptyImage);
+  image.width = 2;
+  image.height = 3;
+  EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::ShortBuffer);
+  image.width = image.height = 0x10000;
+  EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::TooLarge);
+  EXPECT_FALSE(std::filesystem::exists(path("a.bmp")));
+}
+
+}  // namespace
