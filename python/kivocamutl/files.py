@@ -9,11 +9,12 @@ from __future__ import annotations
 
 import contextlib
 import errno
+import io
 import os
 import secrets
 import stat
 import struct
-from typing import Any, BinaryIO, Iterator, NamedTuple, Optional, Union
+from typing import Any, Iterator, NamedTuple, Optional, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -57,10 +58,15 @@ class RwhHeader(NamedTuple):
         return self.line_bytes * self.height
 
 
-def _header(file: BinaryIO, shown: str) -> RwhHeader:
+def _open(path: PathLike) -> "io.FileIO":
+    """Opens for reading. A pipe is refused before opening it would wait for a writer."""
+    if not stat.S_ISREG(os.stat(path).st_mode):
+        raise RwhError(f"{os.fsdecode(path)}: not a regular file")
+    return io.FileIO(path, "r")  # type: ignore[arg-type]
+
+
+def _header(file: "io.FileIO", shown: str) -> RwhHeader:
     info = os.fstat(file.fileno())
-    if not stat.S_ISREG(info.st_mode):
-        raise RwhError(f"{shown}: not a regular file")
     head = file.read(_HEADER.size)
     if len(head) < _HEADER.size:
         raise RwhError(f"{shown}: {len(head)} bytes are too short for the {_HEADER.size}-byte RWH header")
@@ -85,7 +91,7 @@ def read_rwh_header(path: PathLike) -> RwhHeader:
     :raises OSError: the file cannot be opened or read.
     :raises RwhError: the file is no RWH file, or not whole.
     """
-    with open(path, "rb") as file:
+    with _open(path) as file:
         return _header(file, os.fsdecode(path))
 
 
@@ -101,8 +107,8 @@ def read_rwh(path: PathLike, *, mmap: bool = False) -> RawFrame:
     :raises RwhError: the file is no RWH file, or not whole; checked before memory is taken for it.
     """
     shown = os.fsdecode(path)
-    with open(path, "rb", buffering=0) as file:
-        header = _header(file, shown)  # type: ignore[arg-type]
+    with _open(path) as file:
+        header = _header(file, shown)
         size = header.data_bytes
         data: npt.NDArray[np.uint8]
         if mmap and size:

@@ -1,0 +1,218 @@
+# SPDX-License-Identifier: Apache-2.0
+"""RWH and BMP files, byte by byte, and what a write that fails leaves behind."""
+
+from __future__ import annotations
+
+import ctypes
+import errno
+import os
+import pickle
+import struct
+import subprocess
+import sys
+import textwrap
+
+import numpy as np
+import pytest
+
+import kivocamutl as kivo
+from conftest import make_frame
+from kivocamutl import _library, files
+
+FORMATS = kivo.formats()
+
+
+@pytest.mark.parametrize("format", FORMATS, ids=lambda f: f.name)
+def test_rwh_round_trip_and_bytes(format, tmp_path):
+    frame = make_frame(format, 12, 5)
+    path = tmp_path / "frame.rwh"
+    kivo.write_rwh(path, frame, format.name)
+    data = path.read_bytes()
+    assert struct.unpack("<4I", data[:16]) == (format.code, 12, 5, format.bits_per_pixel * 12 // 8)
+    assert data[16:] == frame.tobytes()
+    for mmap in (False, True):
+        back = kivo.read_rwh(path, mmap=mmap)
+        assert back.format == format.name
+        assert back.array.dtype == frame.dtype
+        np.testing.assert_array_equal(back.array, frame)
+    np.testing.assert_array_equal(kivo.convert(*back), kivo.convert(frame, format))
+    assert os.listdir(tmp_path) == ["frame.rwh"]
+
+
+def test_the_library_writes_the_same_rwh(tmp_path):
+    frame = make_frame(kivo.find_format("BayerGB12"), 20, 6)
+    ours, theirs = tmp_path / "ours.rwh", tmp_path / "theirs.rwh"
+    kivo.write_rwh(ours, frame[::-1], "BayerGB12")
+    save = _library.library().SaveRWH
+    save.argtypes = (ctypes.c_void_p, ctypes.c_uint32, ctypes.c_uint32, ctypes.c_uint32, ctypes.c_char_p)
+    turned = np.ascontiguousarray(frame[::-1])
+    assert save(turned.ctypes.data, 0x01100012, 20, 6, os.fsencode(theirs)) == 0
+    assert ours.read_bytes() == theirs.read_bytes()
+
+
+def test_rwh_with_padded_rows_is_read(tmp_path):
+    path = tmp_path / "padded.rwh"
+    rows = b"".join(bytes([y * 10 + x for x in range(4)]) + b"\xee\xee" for y in range(3))
+    path.write_bytes(struct.pack("<4I", 0x01080001, 4, 3, 6) + rows)
+    assert kivo.read_rwh(path).array.tolist() == [[y * 10 + x for x in range(4)] for y in range(3)]
+
+
+def test_empty_rwh(tmp_path):
+    path = tmp_path / "empty.rwh"
+    kivo.write_rwh(path, np.empty((0, 640), np.uint8), "Mono8")
+    assert path.stat().st_size == 16
+    assert kivo.read_rwh(path).array.shape == (0, 640)
+
+
+@pytest.mark.parametrize("content, text", [
+    (b"", "0 bytes are too short"),
+    (struct.pack("<3I", 0x01080001, 4, 4), "12 bytes are too short"),
+    (struct.pack("<4I", 0xDEADBEEF, 4, 4, 4) + bytes(16), "0xDEADBEEF"),
+    (struct.pack("<4I", 0x010C0047, 4, 4, 6) + bytes(24), "unpack"),
+    (struct.pack("<4I", 0x01080001, 4, 4, 3) + bytes(12), "3 bytes to a row"),
+    (struct.pack("<4I", 0x01080001, 4, 4, 4) + bytes(15), "31 bytes long"),
+    (struct.pack("<4I", 0x01080001, 4, 4, 4) + bytes(17), "33 bytes long"),
+    (struct.pack("<4I", 0x01080001, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF), "16 bytes long"),
+    (struct.pack("<4I", 0x0210001F, 3, 2, 6) + bytes(12), "width 3"),
+])
+def test_rotten_rwh(content, text, tmp_path):
+    path = tmp_path / "rotten.rwh"
+    path.write_bytes(content)
+    with pytest.raises(kivo.RwhError) as caught:
+        kivo.read_rwh(path)
+    assert text in str(caught.value) and "rotten.rwh" in str(caught.value)
+
+
+def test_reading_what_is_no_file(tmp_path):
+    with pytest.raises(FileNotFoundError, match="nothing.rwh"):
+        kivo.read_rwh(tmp_path / "nothing.rwh")
+    os.mkfifo(tmp_path / "pipe.rwh")
+    for name in ("pipe.rwh", ""):
+        with pytest.raises(kivo.RwhError, match="not a regular file"):
+            kivo.read_rwh(tmp_path / name)
+
+
+def bmp_model(image):
+    """The file of a picture, put together by hand."""
+    height, width = image.shape[:2]
+    channels = 1 if image.ndim == 2 else image.shape[2]
+    padding = -width * channels % 4
+    palette = b"".join(bytes([i, i, i, 0]) for i in range(256)) if channels == 1 else b""
+    size = (width * channels + padding) * height
+    resolution, colours = (160000, 256) if channels == 1 else (16000, 0)
+    offset = 54 + len(palette)
+    return (struct.pack("<2sIHHI", b"BM", offset + size, 0, 0, offset) +
+            struct.pack("<IiiHHIIiiII", 40, width, height, 1, 8 * channels, 0, size, resolution, resolution, colours,
+                        colours) + palette +
+            b"".join(row.tobytes() + bytes(padding) for row in image[::-1]))
+
+
+@pytest.mark.parametrize("shape", [(h, w, *c) for h in (0, 1, 3) for w in (1, 2, 3, 4, 7) for c in ((), (3,), (4,))])
+def test_bmp_bytes(shape, tmp_path):
+    image = np.random.default_rng(5).integers(0, 256, shape, dtype=np.uint8)
+    path = tmp_path / "picture.bmp"
+    kivo.write_bmp(path, image)
+    assert path.read_bytes() == bmp_model(image)
+    assert path.stat().st_size == files.bmp_bytes(shape[1], shape[0], 1 if len(shape) == 2 else shape[2])
+    assert os.listdir(tmp_path) == ["picture.bmp"]
+
+
+@pytest.mark.parametrize("channels", [(), (3,), (4,)])
+def test_bmp_of_views(channels, tmp_path):
+    whole = np.random.default_rng(6).integers(0, 256, (20, 30, *channels), dtype=np.uint8)
+    for view in (whole[2:9, 3:14], whole[::-1], whole[::2, 1:], whole[:, ::2], np.asfortranarray(whole), whole[3:3],
+                 whole[5:6]):
+        kivo.write_bmp(tmp_path / "view.bmp", view)
+        assert (tmp_path / "view.bmp").read_bytes() == bmp_model(view)
+
+
+@pytest.mark.parametrize("error, text, image", [
+    (kivo.SampleTypeError, "float64", np.zeros((2, 2))),
+    (kivo.SampleTypeError, "list", [[1]]),
+    (kivo.FrameSizeError, "(2, 2, 2)", np.zeros((2, 2, 2), np.uint8)),
+    (kivo.FrameSizeError, "(4,)", np.zeros(4, np.uint8)),
+    (kivo.FrameSizeError, "4294967350", np.broadcast_to(np.uint8(0), (32768, 32768, 4))),
+])
+def test_wrong_pictures(error, text, image, tmp_path):
+    with pytest.raises(error) as caught:
+        kivo.write_bmp(tmp_path / "no.bmp", image)
+    assert text in str(caught.value)
+    assert not os.listdir(tmp_path)
+
+
+def test_names_that_are_not_utf8_or_long(tmp_path):
+    frame = make_frame(kivo.find_format("Mono8"), 4, 4)
+    for name in (os.fsencode(tmp_path) + b"/\xff\xfe.rwh", os.fsencode(tmp_path) + b"/" + b"n" * 251 + b".rwh"):
+        kivo.write_rwh(name, frame, "Mono8")
+        np.testing.assert_array_equal(kivo.read_rwh(name).array, frame)
+        kivo.write_bmp(name[:-3] + b"bmp", kivo.convert(frame, "Mono8"))
+        assert os.path.getsize(name[:-3] + b"bmp") == 54 + 64
+
+
+def test_links_stay_links_and_devices_devices(tmp_path):
+    frame = make_frame(kivo.find_format("Mono8"), 4, 4)
+    (tmp_path / "folder").mkdir()
+    (tmp_path / "link.rwh").symlink_to("folder/file.rwh")
+    kivo.write_rwh(tmp_path / "link.rwh", frame, "Mono8")
+    assert (tmp_path / "link.rwh").is_symlink() and (tmp_path / "folder" / "file.rwh").stat().st_size == 32
+    with pytest.raises(kivo.FileWriteError, match="/dev/null"):
+        kivo.write_rwh("/dev/null", frame, "Mono8")
+    with pytest.raises(FileNotFoundError):
+        kivo.write_rwh(tmp_path / "missing" / "file.rwh", frame, "Mono8")
+
+
+def test_new_files_get_the_usual_permissions(tmp_path):
+    mask = os.umask(0o027)
+    try:
+        kivo.write_rwh(tmp_path / "file.rwh", b"", "Mono8", width=0, height=0)
+    finally:
+        os.umask(mask)
+    assert (tmp_path / "file.rwh").stat().st_mode & 0o777 == 0o640
+
+
+@pytest.mark.parametrize("call", ["write_rwh(path, big, 'Mono8')", "write_bmp(path, big)"])
+def test_a_file_that_cannot_grow_leaves_the_old_one(call, tmp_path):
+    """A file size limit of 100 KB stands in for a full disk."""
+    path = tmp_path / "target"
+    path.write_bytes(b"what was there")
+    script = textwrap.dedent(f"""
+        import resource, sys
+        import numpy as np
+        from kivocamutl import *
+        big, path = np.zeros((1000, 1000), np.uint8), sys.argv[1]
+        resource.setrlimit(resource.RLIMIT_FSIZE, (100_000, 100_000))
+        try:
+            {call}
+        except FileWriteError as error:
+            assert isinstance(error, OSError) and error.errno, error
+            print("refused:", error)
+        """)
+    environment = {**os.environ, "PYTHONPATH": os.path.dirname(os.path.dirname(kivo.__file__))}
+    done = subprocess.run([sys.executable, "-c", script, str(path)], env=environment, capture_output=True, text=True,
+                          timeout=60)
+    assert done.stdout.startswith("refused:") and str(path) in done.stdout, done.stderr
+    assert path.read_bytes() == b"what was there"
+    assert os.listdir(tmp_path) == ["target"]
+
+
+def test_full_disk_has_its_own_number(tmp_path, monkeypatch):
+    """write() answers as on a full disk after the first part of the file."""
+    real, calls = os.write, []
+
+    def write(descriptor, data):
+        calls.append(len(data))
+        if len(calls) > 2:
+            raise OSError(errno.ENOSPC, "No space left on device")
+        return real(descriptor, data[:100])
+
+    monkeypatch.setattr(os, "write", write)
+    with pytest.raises(kivo.FileWriteError) as caught:
+        kivo.write_rwh(tmp_path / "file.rwh", bytes(400), "Mono8", width=20, height=20)
+    assert caught.value.errno == errno.ENOSPC and len(calls) == 3
+    assert not os.listdir(tmp_path)
+
+
+def test_errors_survive_pickling():
+    for error in (kivo.StatusError("ConvImage", 13), kivo.FileWriteError(28, "full", "a.bmp"), kivo.RwhError("x")):
+        back = pickle.loads(pickle.dumps(error))
+        assert type(back) is type(error) and str(back) == str(error)
