@@ -1,0 +1,389 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Converts a tree of raw frames to BMP files, on the cores of this machine or of many.
+
+    python3 -m kivocamutl.archive SRC DST
+
+Work is spread by dask.distributed: over threads of this process by default (the interpreter lock is released
+while a frame is converted), over processes of this machine with ``--workers``, over a cluster with
+``--scheduler``. Workers of a cluster see SRC and DST under the same paths.
+
+An output appears under its name only when it is whole. Outputs that are there with the right size are left
+alone, so a run that was cut short is continued by the same command. A file that cannot be converted does not
+stop the others; trouble of the disk or of a worker is tried again. The report tells what became of each.
+"""
+
+from __future__ import annotations
+
+import argparse
+import asyncio
+import collections
+import contextlib
+import csv
+import dataclasses
+import io
+import json
+import logging
+import os
+import secrets
+import signal
+import stat
+import sys
+import tempfile
+import threading
+import time
+from typing import Any, Iterator, Optional, Sequence
+
+from ._archive_task import Job, Options, Outcome, RawLayout, run
+from .errors import KivoError
+from .files import TEMPORARY_SUFFIX, atomic_file
+from .pixel_formats import find_format, find_packed_format, packed_formats
+
+__all__ = ["main", "Archive", "find_jobs"]
+
+EXIT_OK, EXIT_FAILED, EXIT_USAGE, EXIT_CLUSTER = 0, 1, 2, 3
+_STALE_SECONDS = 3600
+
+
+def find_jobs(source: str, target: str, raw_extensions: Sequence[str] = ()) -> tuple[list[Job], list[Outcome]]:
+    """The files below `source` in the order of their names, and those that can be no job at all.
+
+    RWH files are found by the extension ``.rwh``, headerless ones by `raw_extensions`, in any case. The output
+    of ``a/b.rwh`` is ``a/b.bmp``.
+    """
+    jobs: list[Job] = []
+    rejected: list[Outcome] = []
+    taken: dict[str, str] = {}
+    raw = {e.lower() if e.startswith(".") else f".{e.lower()}" for e in raw_extensions}
+
+    def reject(error: OSError) -> None:
+        rejected.append(Outcome(os.path.relpath(error.filename, source), "", "failed",
+                                f"{type(error).__name__}: {error}"))
+
+    for folder, folders, names in os.walk(source, onerror=reject):
+        folders.sort()
+        for name in sorted(names):
+            stem, extension = os.path.splitext(name)
+            extension = extension.lower()
+            if extension != ".rwh" and extension not in raw:
+                continue
+            path = os.path.join(folder, name)
+            relative = os.path.relpath(path, source)
+            output = os.path.join(os.path.dirname(relative), stem + ".bmp")
+            full = os.path.join(target, output)
+            if not os.path.isfile(path):
+                rejected.append(Outcome(relative, full, "failed", "not a regular file"))
+            elif output in taken:
+                rejected.append(Outcome(relative, full, "failed", f"{taken[output]} has the same output"))
+            else:
+                taken[output] = relative
+                jobs.append(Job(relative, path, full, extension != ".rwh"))
+    return jobs, rejected
+
+
+def remove_leftovers(folder: str, tag: str) -> int:
+    """Deletes temporary files of workers that died: those of this run, and old ones of any run."""
+    removed = 0
+    for path, _, names in os.walk(folder):
+        for name in names:
+            if not (name.startswith(".") and name.endswith(TEMPORARY_SUFFIX)):
+                continue
+            full = os.path.join(path, name)
+            with contextlib.suppress(OSError):
+                if f".{tag}" in name or time.time() - os.stat(full).st_mtime > _STALE_SECONDS:
+                    os.unlink(full)
+                    removed += 1
+    return removed
+
+
+class _Progress:
+    """One line that is rewritten on a terminal, a line every few seconds elsewhere."""
+
+    def __init__(self, total: int, quiet: bool) -> None:
+        self.total, self.quiet = total, quiet
+        self.terminal = sys.stderr.isatty()
+        self.start = self.shown = time.monotonic()
+
+    def update(self, done: int, failed: int, last: bool = False) -> None:
+        now = time.monotonic()
+        if self.quiet or (not last and now - self.shown < (0.1 if self.terminal else 5.0)):
+            return
+        self.shown = now
+        rate = done / max(now - self.start, 1e-9)
+        left = (self.total - done) / rate if rate else 0.0
+        line = f"{done}/{self.total} files, {failed} failed, {rate:.0f}/s"
+        line += "" if done == self.total else f", {left:.0f} s left"
+        if self.terminal:
+            line = f"\r{line}\033[K"
+        print(line, end="" if self.terminal and not last else "\n", file=sys.stderr, flush=True)
+
+
+class Archive:
+    """One run over a list of jobs on one cluster."""
+
+    def __init__(self, client: Any, options: Options, retries: int = 2, quiet: bool = True) -> None:
+        self._client, self._options, self._retries, self._quiet = client, options, retries, quiet
+        self._window, self._window_until = 0, 0.0
+        self.outcomes: list[Outcome] = []
+
+    def _capacity(self) -> int:
+        """How many jobs the scheduler may hold; asked of it once a second, as workers come and go."""
+        if time.monotonic() > self._window_until:
+            self._window = max(8, 4 * sum(self._client.ncores().values()))
+            self._window_until = time.monotonic() + 1.0
+        return self._window
+
+    def convert(self, jobs: Sequence[Job]) -> list[Outcome]:
+        """Converts all jobs and returns one outcome for each; on an interruption, `outcomes` has those so far.
+
+        Only a window of the jobs is handed to the scheduler at a time, so that an archive of millions of files
+        costs it no more memory than one of thousands.
+        """
+        from distributed import as_completed
+
+        waiting = collections.deque((index, 1) for index in range(len(jobs)))
+        running: dict[str, tuple[int, int]] = {}
+        completed = as_completed()
+        progress = _Progress(len(jobs), self._quiet)
+        failed = 0
+
+        def fill() -> None:
+            while waiting and len(running) < self._capacity():
+                index, attempt = waiting.popleft()
+                key = f"kivocamutl-{self._options.tag}{index}-{attempt}"
+                running[key] = (index, attempt)
+                completed.add(self._client.submit(run, jobs[index], self._options, key=key, pure=False))
+
+        fill()
+        for future in completed:
+            index, attempt = running.pop(future.key)
+            outcome = self._outcome(future, jobs[index])
+            outcome.attempts = attempt
+            if outcome.status == "failed" and not outcome.final and attempt <= self._retries:
+                waiting.append((index, attempt + 1))
+            else:
+                failed += outcome.status == "failed"
+                self.outcomes.append(outcome)
+            fill()
+            progress.update(len(self.outcomes), failed)
+        progress.update(len(self.outcomes), failed, last=True)
+        return self.outcomes
+
+    def _outcome(self, future: Any, job: Job) -> Outcome:
+        """What the worker said; when none survived the file, or the cluster gave it up, what that was."""
+        try:
+            result = future.result()
+        except (Exception, asyncio.CancelledError) as error:  # whatever a cluster can do to a task
+            if self._client.status != "running":
+                raise ConnectionError("the scheduler went away") from error
+            text = f"{type(error).__name__}: {error}" if str(error) else type(error).__name__
+            return Outcome(job.name, job.target, "failed", text, final=False)
+        assert isinstance(result, Outcome)
+        return result
+
+
+def _report_rows(outcomes: Sequence[Outcome]) -> list[dict[str, Any]]:
+    rows = []
+    for outcome in sorted(outcomes, key=lambda o: o.name):
+        row = dataclasses.asdict(outcome)
+        del row["final"]
+        rows.append(row)
+    return rows
+
+
+def counts(outcomes: Sequence[Outcome]) -> dict[str, int]:
+    """How many files there are of each status."""
+    tally = collections.Counter(outcome.status for outcome in outcomes)
+    return {status: tally.get(status, 0) for status in ("converted", "skipped", "failed", "not run")}
+
+
+def write_report(path: str, outcomes: Sequence[Outcome], summary: dict[str, Any]) -> None:
+    """Writes one row per file: as CSV when the name ends in ``.csv``, else as JSON with the summary."""
+    rows = _report_rows(outcomes)
+    text = io.StringIO(newline="")
+    if path.lower().endswith(".csv"):
+        writer = csv.DictWriter(text, [f.name for f in dataclasses.fields(Outcome) if f.name != "final"])
+        writer.writeheader()
+        writer.writerows(rows)
+    else:
+        json.dump({**summary, "counts": counts(outcomes), "files": rows}, text, indent=1)
+        text.write("\n")
+    with atomic_file(path) as (_, descriptor), open(descriptor, "wb", closefd=False) as file:
+        file.write(text.getvalue().encode("utf-8", "backslashreplace"))
+
+
+@contextlib.contextmanager
+def _cluster(arguments: argparse.Namespace) -> Iterator[Any]:
+    """A client of the cluster that the arguments ask for. Nothing but loopback is used without --scheduler."""
+    import distributed
+
+    if arguments.scheduler:
+        with distributed.Client(arguments.scheduler, timeout=arguments.wait) as client:
+            client.wait_for_workers(1, timeout=arguments.wait)
+            yield client
+        return
+    with tempfile.TemporaryDirectory(prefix="kivocamutl-") as scratch:
+        # Scheduler and workers each serve a status page, on every interface unless told otherwise.
+        common = {"host": "127.0.0.1", "dashboard_address": "127.0.0.1:0", "silence_logs": logging.CRITICAL,
+                  "worker_dashboard_address": "127.0.0.1:0", "local_directory": scratch}
+        cores = len(os.sched_getaffinity(0)) if hasattr(os, "sched_getaffinity") else os.cpu_count() or 1
+        if arguments.workers:
+            cluster = distributed.LocalCluster(n_workers=arguments.workers, processes=True,
+                                               threads_per_worker=arguments.threads or 1, **common)
+        else:
+            del common["host"]
+            cluster = distributed.LocalCluster(n_workers=1, processes=False,
+                                               threads_per_worker=arguments.threads or cores, **common)
+        with cluster, distributed.Client(cluster) as client:
+            yield client
+
+
+def _size(text: str) -> tuple[int, int]:
+    width, _, height = text.lower().partition("x")
+    if not (width.isdecimal() and height.isdecimal()):
+        raise argparse.ArgumentTypeError(f"a size is WIDTHxHEIGHT, not {text!r}")
+    return int(width), int(height)
+
+
+def _count(text: str) -> int:
+    if not text.isdecimal():
+        raise argparse.ArgumentTypeError(f"a number from 0 up, not {text!r}")
+    return int(text)
+
+
+def _parser() -> argparse.ArgumentParser:
+    parser = argparse.ArgumentParser(
+        prog="python3 -m kivocamutl.archive",
+        description="Convert every raw frame below SRC to a BMP file below DST.",
+        epilog="Exit codes: 0 every file has its output, 1 some do not (see the report), 2 the command line or SRC "
+               "is wrong, 3 no cluster, 130 or 143 interrupted.")
+    parser.add_argument("source", metavar="SRC", help="folder of .rwh files, at any depth")
+    parser.add_argument("target", metavar="DST", help="folder for the outputs; made when it is not there")
+    where = parser.add_mutually_exclusive_group()
+    where.add_argument("--scheduler", metavar="URL", help="address of a dask scheduler, as tcp://host:8786")
+    where.add_argument("--workers", type=_count, default=0, metavar="N",
+                       help="worker processes on this machine (default: threads of this process)")
+    parser.add_argument("--threads", type=_count, default=0, metavar="N",
+                        help="threads per process (default: all cores in this process, 1 in a worker)")
+    parser.add_argument("--wait", type=_count, default=30, metavar="SECONDS",
+                        help="how long to wait for the scheduler and its first worker (default: %(default)s)")
+    parser.add_argument("--bayer", choices=("standard", "acpi", "off"), default="standard",
+                        help="how Bayer frames are demosaiced (default: %(default)s)")
+    parser.add_argument("--output", choices=("BGR", "BGRA"), default="BGR", type=str.upper,
+                        help="24 or 32 bits per pixel (default: %(default)s)")
+    parser.add_argument("--format", metavar="NAME", help="pixel format of headerless files, packed ones included")
+    parser.add_argument("--size", type=_size, metavar="WxH", help="size of headerless files")
+    parser.add_argument("--stride", type=_count, metavar="BYTES", help="distance of their rows, when padded")
+    parser.add_argument("--extension", action="append", metavar="EXT",
+                        help="extension of headerless files; may be repeated (default: .raw)")
+    parser.add_argument("--force", action="store_true", help="convert again what is there already")
+    parser.add_argument("--retries", type=_count, default=2, metavar="N",
+                        help="how often to try again after trouble of disk or worker (default: %(default)s)")
+    parser.add_argument("--report", metavar="FILE",
+                        help="JSON, or CSV when it ends in .csv (default: DST/archive-report.json)")
+    parser.add_argument("--quiet", action="store_true", help="print errors only")
+    return parser
+
+
+def _layout(parser: argparse.ArgumentParser, arguments: argparse.Namespace) -> Optional[RawLayout]:
+    if (arguments.format is None) != (arguments.size is None):
+        parser.error("headerless files need both --format and --size")
+    if arguments.format is None:
+        if arguments.stride is not None or arguments.extension:
+            parser.error("--stride and --extension go with --format and --size")
+        return None
+    try:
+        if arguments.format.lower() in {f.name.lower() for f in packed_formats()}:
+            name = find_packed_format(arguments.format).name
+        else:
+            name = find_format(arguments.format).name
+    except KivoError as error:
+        parser.error(str(error))
+    return RawLayout(name, *arguments.size, arguments.stride)
+
+
+class _Terminated(KeyboardInterrupt):
+    """SIGTERM, handled as Ctrl-C is."""
+
+
+@contextlib.contextmanager
+def _termination() -> Iterator[None]:
+    """Turns SIGTERM into an exception, where Python allows it: in the main thread."""
+
+    def terminate(number: int, frame: Any) -> None:
+        raise _Terminated
+
+    if threading.current_thread() is not threading.main_thread():
+        yield
+        return
+    previous = signal.signal(signal.SIGTERM, terminate)
+    try:
+        yield
+    finally:
+        signal.signal(signal.SIGTERM, previous)
+
+
+def main(argv: Optional[Sequence[str]] = None) -> int:
+    """The command line; returns its exit code."""
+    parser = _parser()
+    arguments = parser.parse_args(argv)
+    try:
+        import distributed  # noqa: F401
+    except ImportError:
+        print("archive: dask.distributed is missing; install python3-distributed", file=sys.stderr)
+        return EXIT_CLUSTER
+    layout = _layout(parser, arguments)
+    source, target = os.path.abspath(arguments.source), os.path.abspath(arguments.target)
+    try:
+        if not stat.S_ISDIR(os.stat(source).st_mode):
+            raise NotADirectoryError(20, "not a folder", source)
+        os.makedirs(target, exist_ok=True)
+    except OSError as error:
+        print(f"archive: {error}", file=sys.stderr)
+        return EXIT_USAGE
+
+    options = Options(arguments.bayer, arguments.output, arguments.force, f"{secrets.token_hex(4)}-", layout)
+    jobs, rejected = find_jobs(source, target, (arguments.extension or [".raw"]) if layout else ())
+    started = time.time()
+    report = arguments.report or os.path.join(target, "archive-report.json")
+    outcomes: list[Outcome] = []
+    code = EXIT_OK
+    try:
+        with _termination(), _cluster(arguments) as client:
+            archive = Archive(client, options, arguments.retries, arguments.quiet)
+            outcomes = archive.outcomes
+            archive.convert(jobs)
+    except KeyboardInterrupt as error:
+        code = 143 if isinstance(error, _Terminated) else 130
+        print("archive: interrupted; the same command continues", file=sys.stderr)
+    except (OSError, TimeoutError) as error:
+        code = EXIT_CLUSTER
+        print(f"archive: no cluster at {arguments.scheduler or 'this machine'}: {error}", file=sys.stderr)
+
+    # What workers were writing when they died. A worker that still writes after an interruption finds its
+    # temporary file gone and leaves nothing.
+    remove_leftovers(target, options.tag)
+    known = {outcome.name for outcome in outcomes}
+    outcomes = [*rejected, *outcomes,
+                *(Outcome(j.name, j.target, "not run", attempts=0) for j in jobs if j.name not in known)]
+    tally = counts(outcomes)
+    summary = {"source": source, "target": target, "bayer": options.bayer, "output": options.output,
+               "started": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(started)),
+               "seconds": round(time.time() - started, 3)}
+    try:
+        write_report(report, outcomes, summary)
+    except OSError as error:
+        print(f"archive: cannot write the report: {error}", file=sys.stderr)
+        code = code or EXIT_FAILED
+    for outcome in outcomes[: len(outcomes) if tally["failed"] <= 20 else 0]:
+        if outcome.status == "failed":
+            print(f"archive: {outcome.name}: {outcome.error}", file=sys.stderr)
+    if not arguments.quiet:
+        text = ", ".join(f"{count} {status}" for status, count in tally.items() if count) or "no files"
+        print(f"{text}; report in {report}".encode("utf-8", "backslashreplace").decode())
+    if code == EXIT_OK and (tally["failed"] or tally["not run"]):
+        code = EXIT_FAILED
+    return code
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,282 @@
+# SPDX-License-Identifier: Apache-2.0
+"""The archive converter: what it makes of a tree, of rotten files, of a second run and of a killed worker."""
+
+from __future__ import annotations
+
+import collections
+import csv
+import json
+import os
+import signal
+import struct
+import subprocess
+import sys
+import time
+
+import numpy as np
+import pytest
+
+import kivocamutl as kivo
+import numpy_model as model
+from conftest import make_frame
+
+distributed = pytest.importorskip("distributed")
+from kivocamutl import _archive_task, archive  # noqa: E402
+
+ENVIRONMENT = {**os.environ, "PYTHONPATH": os.path.dirname(os.path.dirname(kivo.__file__))}
+
+
+def command(*arguments):
+    return [sys.executable, "-m", "kivocamutl.archive", *map(str, arguments)]
+
+
+def run(*arguments):
+    """Exit code and report of one run in a process of its own."""
+    done = subprocess.run(command(*arguments), env=ENVIRONMENT, capture_output=True, text=True, timeout=120)
+    return done
+
+
+def report_of(folder):
+    return json.loads((folder / "archive-report.json").read_text())
+
+
+def bmp(picture):
+    """The bytes of a 24-bit BMP file with these pixels."""
+    height, width = picture.shape[:2]
+    padding = bytes(-width * 3 % 4)
+    rows = b"".join(row.tobytes() + padding for row in picture[::-1])
+    head = struct.pack("<2sIHHI", b"BM", 54 + len(rows), 0, 0, 54)
+    return head + struct.pack("<IiiHHIIiiII", 40, width, height, 1, 24, 0, len(rows), 16000, 16000, 0, 0) + rows
+
+
+def make_tree(root, count, width=64, height=48, names=("BayerRG8", "Mono12", "YUV8_UYV", "RGB12", "BayerGB12")):
+    """Frames in several folders; returns the bytes that each output has to have, by its relative name."""
+    want = {}
+    for i in range(count):
+        format = kivo.find_format(names[i % len(names)])
+        frame = make_frame(format, width, height, seed=i)
+        folder = root / f"day{i % 3}" / "camera"
+        folder.mkdir(parents=True, exist_ok=True)
+        kivo.write_rwh(folder / f"frame{i:04}.rwh", frame, format)
+        want[f"day{i % 3}/camera/frame{i:04}.bmp"] = bmp(model.convert(frame, format, "BGR"))
+    return want
+
+
+def outputs(folder):
+    """Every file below a folder but the report, by its relative name."""
+    return {str(p.relative_to(folder)): p.read_bytes() for p in folder.rglob("*")
+            if p.is_file() and p.name != "archive-report.json"}
+
+
+def test_a_tree_and_then_again(tmp_path):
+    source, target = tmp_path / "in", tmp_path / "out"
+    want = make_tree(source, 25)
+    done = run(source, target)
+    assert done.returncode == 0, done.stderr
+    assert outputs(target) == want
+    report = report_of(target)
+    assert report["counts"] == {"converted": 25, "skipped": 0, "failed": 0, "not run": 0}
+    assert [f["target"] for f in report["files"]] == [str(target / n) for n in sorted(want)]
+
+    # Again: nothing is touched but what is missing or has another size.
+    before = {n: (target / n).stat().st_mtime_ns for n in want}
+    missing, short, *kept = sorted(want)
+    (target / missing).unlink()
+    (target / short).write_bytes(want[short][:-1])
+    done = run(source, target, "--quiet")
+    assert (done.returncode, done.stdout, done.stderr) == (0, "", "")
+    assert outputs(target) == want
+    assert report_of(target)["counts"] == {"converted": 2, "skipped": 23, "failed": 0, "not run": 0}
+    assert all((target / n).stat().st_mtime_ns == before[n] for n in kept)
+
+    # Another algorithm has outputs of the same size: those are made anew on demand only.
+    assert run(source, target, "--force", "--bayer", "off").returncode == 0
+    assert report_of(target)["counts"]["converted"] == 25
+    frame = kivo.read_rwh(source / "day0/camera/frame0000.rwh").array
+    assert outputs(target)["day0/camera/frame0000.bmp"] == bmp(model.grey(frame, "BGR"))
+
+
+def test_rotten_files_do_not_stop_the_others(tmp_path):
+    source, target = tmp_path / "in", tmp_path / "out"
+    want = make_tree(source, 12)
+    good = (source / "day0/camera/frame0000.rwh").read_bytes()
+    (source / "cut.rwh").write_bytes(good[:-1])
+    (source / "empty.RWH").write_bytes(b"")
+    (source / "text.rwh").write_bytes(b"this is no raw frame, just text")
+    (source / "notes.txt").write_text("not looked at")
+    (source / "gone.rwh").symlink_to("nowhere")
+    os.mkfifo(source / "pipe.rwh")
+    report = tmp_path / "report.csv"
+    done = run(source, target, "--report", report, "--workers", "2")
+    assert done.returncode == 1
+    assert outputs(target) == want
+    with open(report, newline="") as file:
+        rows = {row["name"]: row for row in csv.DictReader(file)}
+    assert len(rows) == 17
+    bad = {name: row for name, row in rows.items() if row["status"] != "converted"}
+    assert set(bad) == {"cut.rwh", "empty.RWH", "text.rwh", "gone.rwh", "pipe.rwh"}
+    for name, row in bad.items():
+        assert row["status"] == "failed" and row["error"] and row["attempts"] == "1"
+        assert name in done.stderr
+    assert f"{len(good) - 1} bytes long" in bad["cut.rwh"]["error"]
+
+
+def test_two_files_with_one_output(tmp_path):
+    source, target = tmp_path / "in", tmp_path / "out"
+    source.mkdir()
+    for name in ("frame.RWH", "frame.rwh"):
+        kivo.write_rwh(source / name, np.full((2, 2), 7, np.uint8), "Mono8")
+    done = run(source, target)
+    assert done.returncode == 1 and "frame.RWH has the same output" in done.stderr
+    assert list(outputs(target)) == ["frame.bmp"]
+
+
+@pytest.mark.parametrize("name, stride", [("BayerGR12", None), ("BayerGR12", 90), ("BayerGR12Packed", None)])
+def test_headerless_files(name, stride, tmp_path):
+    source, target = tmp_path / "in", tmp_path / "out"
+    source.mkdir()
+    frame = make_frame(kivo.find_format("BayerGR12"), 40, 6)
+    if name.endswith("Packed"):
+        pairs = frame.reshape(-1, 2)
+        data = np.stack([pairs[:, 0] >> 4, pairs[:, 0] & 15 | (pairs[:, 1] & 15) << 4, pairs[:, 1] >> 4], -1)
+        data = data.astype(np.uint8).tobytes()
+    else:
+        data = b"".join(row.tobytes() + bytes((stride or 80) - 80) for row in frame)
+    (source / "long.raw").write_bytes(data + b"trailer")
+    (source / "short.raw").write_bytes(data[:100])
+    (source / "other.bin").write_bytes(data)
+    options = ["--format", name, "--size", "40x6"] + (["--stride", stride] if stride else [])
+    done = run(source, target, *options, "--extension", "raw", "--extension", ".bin")
+    assert done.returncode == 1 and "short.raw: the buffer has 100 bytes" in done.stderr
+    want = bmp(model.standard(frame, "GR", "BGR", 4))
+    assert outputs(target) == {"long.bmp": want, "other.bmp": want}
+
+
+@pytest.mark.parametrize("arguments, code, text", [
+    (["nowhere", "out"], 2, "nowhere"),
+    (["in", "in/file.rwh"], 2, "file.rwh"),
+    (["in", "out", "--size", "8x8"], 2, "--format"),
+    (["in", "out", "--format", "Mono8"], 2, "--size"),
+    (["in", "out", "--format", "Mono9", "--size", "8x8"], 2, "Mono9"),
+    (["in", "out", "--format", "Mono8", "--size", "8by8"], 2, "8by8"),
+    (["in", "out", "--scheduler", "tcp://127.0.0.1:1", "--wait", "1"], 3, "tcp://127.0.0.1:1"),
+])
+def test_wrong_command_lines(arguments, code, text, tmp_path):
+    (tmp_path / "in").mkdir()
+    kivo.write_rwh(tmp_path / "in" / "file.rwh", np.zeros((2, 2), np.uint8), "Mono8")
+    places = [str(tmp_path / a) if a.split("/")[0] in ("in", "out", "nowhere") else a for a in arguments]
+    done = run(*places)
+    assert done.returncode == code
+    assert text in done.stderr and "Traceback" not in done.stderr
+
+
+def test_trouble_that_passes_is_tried_again(tmp_path, monkeypatch):
+    """The first two writes of every file fail as on a full disk, with two retries and then with one."""
+    want = make_tree(tmp_path / "in", 6)
+    tries = collections.Counter()
+
+    def write(path, picture, tag):
+        tries[path] += 1
+        if tries[path] <= 2:
+            raise kivo.FileWriteError(28, "No space left on device", path)
+        kivo.write_bmp(path, picture, tag=tag)
+
+    monkeypatch.setattr(_archive_task, "write_bmp", write)
+    assert archive.main([str(tmp_path / "in"), str(tmp_path / "a"), "--quiet", "--retries", "2"]) == 0
+    assert outputs(tmp_path / "a") == want
+    assert {f["attempts"] for f in report_of(tmp_path / "a")["files"]} == {3}
+
+    assert archive.main([str(tmp_path / "in"), str(tmp_path / "b"), "--quiet", "--retries", "1"]) == 1
+    assert outputs(tmp_path / "b") == {}
+    for row in report_of(tmp_path / "b")["files"]:
+        assert row["attempts"] == 2 and "No space left" in row["error"]
+
+
+def wait_until(condition, seconds):
+    end = time.monotonic() + seconds
+    while not condition():
+        assert time.monotonic() < end, "waited too long"
+        time.sleep(0.01)
+
+
+def count_outputs(folder):
+    return sum(name.endswith(".bmp") for _, _, names in os.walk(folder) for name in names)
+
+
+def test_a_worker_that_is_killed(tmp_path):
+    """SIGKILL to one of two worker processes in the middle: every output is there, whole, once."""
+    source, target = tmp_path / "in", tmp_path / "out"
+    want = make_tree(source, 300, 320, 240)
+    cluster = distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True, host="127.0.0.1",
+                                       dashboard_address="127.0.0.1:0", worker_dashboard_address="127.0.0.1:0",
+                                       silence_logs=50, local_directory=str(tmp_path / "scratch"))
+    with cluster, distributed.Client(cluster) as client:
+        client.run(sys.path.insert, 0, ENVIRONMENT["PYTHONPATH"])
+        victim = sorted(client.run(os.getpid).values())[0]
+        process = subprocess.Popen(command(source, target, "--scheduler", cluster.scheduler_address, "--quiet"),
+                                   env=ENVIRONMENT, stderr=subprocess.PIPE, text=True)
+        try:
+            wait_until(lambda: count_outputs(target) >= 30, 60)
+            os.kill(victim, signal.SIGKILL)
+            at_kill = count_outputs(target)
+            _, errors = process.communicate(timeout=90)
+        finally:
+            process.kill()
+            process.wait()
+    assert at_kill < len(want), "everything was done before the worker was killed"
+    assert process.returncode == 0, errors
+    assert outputs(target) == want
+    report = report_of(target)
+    assert [f["target"] for f in report["files"]] == [str(target / n) for n in sorted(want)]
+    assert {f["status"] for f in report["files"]} <= {"converted", "skipped"}
+    workers = collections.Counter(f["worker"].split(":")[1] for f in report["files"])
+    assert workers[str(victim)] >= 1, "the killed worker had done nothing yet"
+    assert sum(count for pid, count in workers.items() if pid != str(victim)) >= len(want) - at_kill - 8
+
+
+def test_a_worker_that_dies_in_the_middle_of_a_write(tmp_path, monkeypatch):
+    """What such a worker leaves is no output, and is swept up; leftovers of others who may still work are not."""
+    want = make_tree(tmp_path / "in", 3)
+    target = tmp_path / "out"
+    target.mkdir()
+    old, fresh = target / ".a.bmp.12-34.kivo-part", target / ".b.bmp.56-78.kivo-part"
+    for path in (old, fresh):
+        path.write_bytes(b"half a picture")
+    os.utime(old, (0, 0))
+
+    def write(path, picture, tag):
+        with open(os.path.join(os.path.dirname(path), f".dead.{tag}abc.kivo-part"), "wb") as file:
+            file.write(b"half a picture")
+        kivo.write_bmp(path, picture, tag=tag)
+
+    monkeypatch.setattr(_archive_task, "write_bmp", write)
+    assert archive.main([str(tmp_path / "in"), str(target), "--quiet"]) == 0
+    assert fresh.exists()
+    fresh.unlink()
+    assert outputs(target) == want
+
+
+@pytest.mark.parametrize("number, code", [(signal.SIGINT, 130), (signal.SIGTERM, 143)])
+def test_an_interrupted_run_is_continued(number, code, tmp_path):
+    source, target = tmp_path / "in", tmp_path / "out"
+    want = make_tree(source, 200, 320, 240)
+    process = subprocess.Popen(command(source, target, "--quiet", "--threads", "1"), env=ENVIRONMENT,
+                               stderr=subprocess.PIPE, text=True)
+    try:
+        wait_until(lambda: count_outputs(target) >= 10, 60)
+        process.send_signal(number)
+        _, errors = process.communicate(timeout=60)
+    finally:
+        process.kill()
+        process.wait()
+    assert process.returncode == code, errors
+    assert "Traceback" not in errors
+    part = outputs(target)
+    assert 10 <= len(part) < len(want)
+    assert all(want[name] == data for name, data in part.items())
+    tally = report_of(target)["counts"]
+    assert tally["not run"] >= 1 and sum(tally.values()) == len(want)
+
+    assert run(source, target).returncode == 0
+    assert outputs(target) == want
+    assert report_of(target)["counts"]["skipped"] == len(part)
