@@ -21,44 +21,49 @@ struct WordMeans : ScalarMeans {
   KIVO_INLINE static Row Choose(const Parity &s, Row a, Row b) {
     return {Select(s, a.low, b.low), Select(s, a.high, b.high)};
   }
-  KIVO_INLINE static U8 ToBytes(Row v) { return PackLow(v.low, v.high); }
-  KIVO_INLINE Row Own(Row v) const { return {ShiftRight(v.low, uiShift), ShiftRight(v.high, uiShift)}; }
 };
 
-// Shifts up to 6: only bits below 16 of a sum of four are kept, so sums may wrap.
+// Shifts up to 6: of a sum of four only bits below 16 are kept, so sums may wrap. Everything is carried as
+// four times the mean and multiplied in the end so that the byte wanted is the upper one of its word.
 struct WrappingMeans : WordMeans {
+  static constexpr unsigned c_uiLargestShift = 6;
   using Pair = WordRow;
+
   KIVO_INLINE Pair Add(Row a, Row b) const { return {a.low + b.low, a.high + b.high}; }
-  KIVO_INLINE Row Mean(Pair s) const {
-    return {ShiftRight(s.low, uiShift + 1), ShiftRight(s.high, uiShift + 1)};
-  }
-  KIVO_INLINE Row Mean(Pair s, Pair t) const {
-    return {ShiftRight(s.low + t.low, uiShift + 2), ShiftRight(s.high + t.high, uiShift + 2)};
+  KIVO_INLINE Row Own(Row v) const { return {v.low << 2, v.high << 2}; }
+  KIVO_INLINE Row Mean(Pair s) const { return Add(s, s); }
+  KIVO_INLINE Row Mean(Pair s, Pair t) const { return Add(s, t); }
+  KIVO_INLINE U8 ToBytes(Row v) const {
+    const U16 factor = Splat<U16>(1 << (c_uiLargestShift - uiShift));
+    return PackHigh(v.low * factor, v.high * factor);
   }
 };
-constexpr unsigned c_uiLargestWrappingShift = 6;
 
 // Shifts up to 29: the exact mean fits a word, and cutting it afterwards gives the same as one division.
 struct ExactMeans : WordMeans {
+  static constexpr unsigned c_uiLargestShift = 29;
   struct Pair {
     WordRow average, differing;
   };
+
   KIVO_INLINE Pair Add(Row a, Row b) const {
     return {{Avg(a.low, b.low), Avg(a.high, b.high)}, {a.low ^ b.low, a.high ^ b.high}};
   }
+  KIVO_INLINE Row Own(Row v) const { return v; }
   KIVO_INLINE Row Mean(Pair s) const {
-    return {ShiftRight(s.average.low - (s.differing.low & 1), uiShift),
-            ShiftRight(s.average.high - (s.differing.high & 1), uiShift)};
+    return {s.average.low - (s.differing.low & 1), s.average.high - (s.differing.high & 1)};
   }
-  KIVO_INLINE U16 MeanOf4(U16 p, U16 q, U16 differing) const {
-    return ShiftRight(Avg(p, q) - ((differing | (p ^ q)) & 1), uiShift);
+  KIVO_INLINE static U16 MeanOf4(U16 p, U16 q, U16 differing) {
+    return Avg(p, q) - ((differing | (p ^ q)) & 1);
   }
   KIVO_INLINE Row Mean(Pair s, Pair t) const {
     return {MeanOf4(s.average.low, t.average.low, s.differing.low | t.differing.low),
             MeanOf4(s.average.high, t.average.high, s.differing.high | t.differing.high)};
   }
+  KIVO_INLINE U8 ToBytes(Row v) const {
+    return PackLow(ShiftRight(v.low, uiShift), ShiftRight(v.high, uiShift));
+  }
 };
-constexpr unsigned c_uiLargestExactShift = 29;
 
 template <Output eOut, class Means>
 void ConvertWith(const Means &sMeans, const Mosaic &s, bool bStream) {
@@ -74,9 +79,9 @@ void Bayer16(uint8_t *pucDst, const uint8_t *pucSrc, size_t uiWidth, size_t uiHe
              unsigned uiShift, bool bStream) {
   if (uiWidth == 0 || uiHeight == 0) return;
   const Mosaic s = MakeMosaic<eOut, WordMeans>(pucDst, pucSrc, uiWidth, uiHeight, eOrder);
-  if (uiWidth == 1 || uiHeight == 1 || uiShift > c_uiLargestExactShift) {
+  if (uiWidth == 1 || uiHeight == 1 || uiShift > ExactMeans::c_uiLargestShift) {
     ConvertPixelwise<eOut, WordMeans>(ScalarMeans{uiShift}, s);
-  } else if (uiShift <= c_uiLargestWrappingShift) {
+  } else if (uiShift <= WrappingMeans::c_uiLargestShift) {
     ConvertWith<eOut>(WrappingMeans{{{uiShift}}}, s, bStream);
   } else {
     ConvertWith<eOut>(ExactMeans{{{uiShift}}}, s, bStream);

@@ -173,12 +173,6 @@ void MakeGreens(const Mosaic &s, const Strip &sStrip, size_t y, uint8_t *pucGree
   if (bRight) *sStrip.Green(pucGreenRow, s.uiWidth - 2) = PlainGreen(s, y, s.uiWidth - 2);
 }
 
-// Three planes of a strip's row, for stores that bypass the caches: those need whole lines, and lines do not
-// start where sites do.
-struct PlaneRow {
-  alignas(c_uiLine) uint8_t aucRow[c_uiGreenRow], aucGreen[c_uiGreenRow], aucOther[c_uiGreenRow];
-};
-
 template <Output eOut, bool bStream>
 KIVO_INLINE void StoreColours(uint8_t *p, bool bBlueRow, const Colours &c) {
   if (bBlueRow) {
@@ -188,90 +182,129 @@ KIVO_INLINE void StoreColours(uint8_t *p, bool bBlueRow, const Colours &c) {
   }
 }
 
-// Streams columns uiFirst to uiEnd - 1 of a row from its planes.
-template <Output eOut>
-void StreamPlanes(const Mosaic &s, const Strip &sStrip, size_t y, PlaneRow &sPlanes) {
-  constexpr size_t c_uiPixel = PixelBytes(eOut);
-  constexpr size_t c_uiGroup = c_uiVec * c_uiPixel % c_uiLine != 0 ? c_uiLine / c_uiVec : 1;
-  const bool bBlueRow = s.IsBlueRow(y);
-  uint8_t *const pucOut = s.Out(y);
-  const auto At = [&](size_t x) {
-    return Colours{Load<U8>(sStrip.Green(sPlanes.aucRow, x)), Load<U8>(sStrip.Green(sPlanes.aucGreen, x)),
-                   Load<U8>(sStrip.Green(sPlanes.aucOther, x))};
-  };
-  size_t x = sStrip.uiFirst;
-  const auto Ordinary = [&](size_t uiEnd) {
-    while (x < uiEnd) {
-      uint8_t auc[c_uiVec * c_uiPixel];
-      StoreColours<eOut, false>(auc, bBlueRow, At(x));
-      const size_t n = uiEnd - x < c_uiVec ? uiEnd - x : c_uiVec;
-      memcpy(pucOut + x * c_uiPixel, auc, n * c_uiPixel);
-      x += n;
-    }
-  };
-  size_t uiLine = x;
-  while (reinterpret_cast<uintptr_t>(pucOut + uiLine * c_uiPixel) % c_uiLine != 0 && uiLine < sStrip.uiEnd)
-    ++uiLine;
-  Ordinary(uiLine);
-  while (sStrip.uiEnd - x >= c_uiGroup * c_uiVec) {
-    for (size_t k = 0; k < c_uiGroup; ++k, x += c_uiVec) {
-      StoreColours<eOut, true>(pucOut + x * c_uiPixel, bBlueRow, At(x));
-    }
-  }
-  Ordinary(sStrip.uiEnd);
-}
-
 // The interior of row y within the strip, from the green rows around it.
 template <Output eOut, bool bStream, bool bRoundTie>
-KIVO_INLINE void MakeRow(const Mosaic &s, const Strip &sStrip, size_t y, uint8_t *const *apucGreen,
-                         PlaneRow &sPlanes) {
-  const bool bBlueRow = s.IsBlueRow(y);
-  const auto Greens = [&](size_t x) {
-    return GreenRows{sStrip.Green(apucGreen[0], x), sStrip.Green(apucGreen[1], x),
-                     sStrip.Green(apucGreen[2], x)};
+class RowMaker {
+ public:
+  KIVO_INLINE RowMaker(const Mosaic &s, const Strip &sStrip, size_t y, uint8_t *const *apucGreen)
+      : m_s(s),
+        m_sStrip(sStrip),
+        m_y(y),
+        m_apucGreen(apucGreen),
+        m_bBlueRow(s.IsBlueRow(y)),
+        m_pucOut(s.Out(y)) {}
+
+  KIVO_INLINE void Make() const {
+    const Range sAll = SiteRange(m_sStrip.uiFirst, m_sStrip.uiEnd);
+    if (m_sStrip.uiEnd - m_sStrip.uiFirst < c_uiVec) {
+      MakeNarrow(sAll);
+    } else if constexpr (bStream) {
+      MakeStreaming();
+    } else {
+      ForVectors(sAll.uiFirst, sAll.uiEnd, [&](size_t x) {
+        StoreColours<eOut, false>(m_pucOut + x * c_uiPixel, m_bBlueRow, Block(x));
+      });
+    }
+  }
+
+ private:
+  struct Range {
+    size_t uiFirst, uiEnd;
   };
-  const auto Keep = [&](size_t x, const Colours &c) {
-    Store(sStrip.Green(sPlanes.aucRow, x), c.row);
-    Store(sStrip.Green(sPlanes.aucGreen, x), c.green);
-    Store(sStrip.Green(sPlanes.aucOther, x), c.other);
-  };
+  static constexpr size_t c_uiPixel = PixelBytes(eOut);
+
   // From site to site: where that takes in a column on either side, another strip or the border gives it the
   // same or the right value in the end.
-  const size_t uiSite = s.IsGreen(y, sStrip.uiFirst) ? sStrip.uiFirst - 1 : sStrip.uiFirst;
-  const size_t uiPairsEnd = sStrip.uiEnd + ((sStrip.uiEnd - uiSite) & 1);
-  const size_t uiColumns = uiPairsEnd - uiSite;
-  const auto iPitch = static_cast<ptrdiff_t>(s.uiSrcPitch);
-  if (uiColumns < c_uiVec) {
-    NarrowCopy sCopy;
-    const Colours c = ColourBlock<bRoundTie>(sCopy.Take(s, y, uiSite), c_uiCopyPitch, Greens(uiSite));
-    uint8_t auc[c_uiVec * PixelBytes(eOut)];
-    StoreColours<eOut, false>(auc, bBlueRow, c);
-    memcpy(s.Out(y) + uiSite * PixelBytes(eOut), auc, uiColumns * PixelBytes(eOut));
-  } else if constexpr (bStream) {
-    ForVectors(uiSite, uiPairsEnd,
-               [&](size_t x) { Keep(x, ColourBlock<bRoundTie>(s.Row(y) + x, iPitch, Greens(x))); });
-    StreamPlanes<eOut>(s, sStrip, y, sPlanes);
-  } else {
-    ForVectors(uiSite, uiPairsEnd, [&](size_t x) {
-      StoreColours<eOut, false>(s.Out(y) + x * PixelBytes(eOut), bBlueRow,
-                                ColourBlock<bRoundTie>(s.Row(y) + x, iPitch, Greens(x)));
-    });
+  KIVO_INLINE Range SiteRange(size_t uiFirst, size_t uiEnd) const {
+    const size_t uiSite = m_s.IsGreen(m_y, uiFirst) ? uiFirst - 1 : uiFirst;
+    return {uiSite, uiEnd + ((uiEnd - uiSite) & 1)};
   }
-}
+
+  KIVO_INLINE GreenRows Greens(size_t x) const {
+    return {m_sStrip.Green(m_apucGreen[0], x), m_sStrip.Green(m_apucGreen[1], x),
+            m_sStrip.Green(m_apucGreen[2], x)};
+  }
+
+  KIVO_INLINE Colours Block(size_t x) const {
+    return ColourBlock<bRoundTie>(m_s.Row(m_y) + x, static_cast<ptrdiff_t>(m_s.uiSrcPitch), Greens(x));
+  }
+
+  void MakeNarrow(const Range &sAll) const {
+    NarrowCopy sCopy;
+    uint8_t auc[c_uiVec * c_uiPixel];
+    StoreColours<eOut, false>(
+        auc, m_bBlueRow,
+        ColourBlock<bRoundTie>(sCopy.Take(m_s, m_y, sAll.uiFirst), c_uiCopyPitch, Greens(sAll.uiFirst)));
+    memcpy(m_pucOut + sAll.uiFirst * c_uiPixel, auc, (sAll.uiEnd - sAll.uiFirst) * c_uiPixel);
+  }
+
+  // Stores that bypass the caches need whole lines, and lines do not start where sites do. So the colours go
+  // through a few planes, a round of columns at a time: small, so that computing and streaming overlap.
+  // Columns after the last whole line of a round are made again in the next one.
+  KIVO_INLINE void MakeStreaming() const {
+    constexpr size_t c_uiRound = 16 * c_uiVec;
+    constexpr size_t c_uiPlane = c_uiRound + 4 * c_uiVec;
+    constexpr size_t c_uiGroup = c_uiVec * c_uiPixel % c_uiLine != 0 ? c_uiLine / c_uiVec : 1;
+    uint8_t aucRow[c_uiPlane], aucOther[c_uiPlane];
+
+    size_t x = m_sStrip.uiFirst;  // the next column to store
+    while (x < m_sStrip.uiEnd) {
+      size_t uiFirst = x - (x - m_sStrip.uiFirst) % 2;
+      const size_t uiEnd = m_sStrip.uiEnd - uiFirst < c_uiRound ? m_sStrip.uiEnd : uiFirst + c_uiRound;
+      if (uiEnd - uiFirst < c_uiVec) uiFirst = uiEnd - c_uiVec;
+      const size_t uiPlaneStart = uiFirst - 1;
+      const Range sRound = SiteRange(uiFirst, uiEnd);
+      ForVectors(sRound.uiFirst, sRound.uiEnd, [&](size_t u) {
+        const Colours c = Block(u);
+        Store(aucRow + (u - uiPlaneStart), c.row);
+        Store(aucOther + (u - uiPlaneStart), c.other);
+      });
+      const auto At = [&](size_t u) {
+        return Colours{Load<U8>(aucRow + (u - uiPlaneStart)), Load<U8>(m_sStrip.Green(m_apucGreen[1], u)),
+                       Load<U8>(aucOther + (u - uiPlaneStart))};
+      };
+      const auto Ordinary = [&](size_t uiStop) {
+        while (x < uiStop) {
+          uint8_t auc[c_uiVec * c_uiPixel];
+          StoreColours<eOut, false>(auc, m_bBlueRow, At(x));
+          const size_t n = uiStop - x < c_uiVec ? uiStop - x : c_uiVec;
+          memcpy(m_pucOut + x * c_uiPixel, auc, n * c_uiPixel);
+          x += n;
+        }
+      };
+      size_t uiLine = x;
+      while (uiLine < uiEnd && reinterpret_cast<uintptr_t>(m_pucOut + uiLine * c_uiPixel) % c_uiLine != 0)
+        ++uiLine;
+      Ordinary(uiLine);
+      while (uiEnd - x >= c_uiGroup * c_uiVec) {
+        for (size_t k = 0; k < c_uiGroup; ++k, x += c_uiVec) {
+          StoreColours<eOut, true>(m_pucOut + x * c_uiPixel, m_bBlueRow, At(x));
+        }
+      }
+      if (uiEnd == m_sStrip.uiEnd) Ordinary(uiEnd);
+    }
+  }
+
+  const Mosaic &m_s;
+  const Strip &m_sStrip;
+  const size_t m_y;
+  uint8_t *const *const m_apucGreen;
+  const bool m_bBlueRow;
+  uint8_t *const m_pucOut;
+};
 
 template <Output eOut, bool bStream>
 void MakeStrip(const Mosaic &s, const Strip &sStrip) {
   uint8_t aucRing[3][c_uiGreenRow] = {};
-  PlaneRow sPlanes;
   uint8_t *apucGreen[3] = {aucRing[0], aucRing[1], aucRing[2]};
   MakeGreens(s, sStrip, 1, apucGreen[0]);
   MakeGreens(s, sStrip, 2, apucGreen[1]);
   for (size_t y = 2; y + 2 < s.uiHeight; ++y) {
     MakeGreens(s, sStrip, y + 1, apucGreen[2]);
     if (s.eOrder == BayerOrder::RG && !s.IsBlueRow(y)) {
-      MakeRow<eOut, bStream, true>(s, sStrip, y, apucGreen, sPlanes);
+      RowMaker<eOut, bStream, true>(s, sStrip, y, apucGreen).Make();
     } else {
-      MakeRow<eOut, bStream, false>(s, sStrip, y, apucGreen, sPlanes);
+      RowMaker<eOut, bStream, false>(s, sStrip, y, apucGreen).Make();
     }
     uint8_t *const pucOldest = apucGreen[0];
     apucGreen[0] = apucGreen[1];

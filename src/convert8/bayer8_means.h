@@ -29,7 +29,7 @@ struct ByteMeans : ScalarMeans {
     return Avg(s.average, t.average) - ((s.differing | t.differing | (s.average ^ t.average)) & 1);
   }
   KIVO_INLINE static Row Choose(const Parity &s, Row a, Row b) { return Select(s, a, b); }
-  KIVO_INLINE static U8 ToBytes(Row v) { return v; }
+  KIVO_INLINE U8 ToBytes(Row v) const { return v; }
 };
 
 }  // namespace

@@ -4,9 +4,10 @@
 // inside the image.
 //
 // The text is written over a Means type that knows the samples and their arithmetic:
-//   c_uiSampleBytes, Row (c_uiVec samples), Pair (what is kept of two rows added), LoadRow, Add, Own, Mean of
-//   one pair and of two, Choose, ToBytes    for vectors Reduce1..Reduce4 (from the sum of so many samples)
-//   for single pixels
+//   c_uiSampleBytes; Row, c_uiVec samples; Pair, what is kept of two rows added
+//   LoadRow, Add, Choose
+//   Own, and Mean of one and of two pairs, whose results ToBytes turns into a channel
+//   Reduce1 to Reduce4, the mean of so many single samples from their sum
 //
 // A row of the result needs, of the row itself and of the rows above and below: the samples H left and right
 // of each pixel, V above and below, and the diagonals D, which are H of the two other rows. The cross is H
@@ -143,10 +144,10 @@ KIVO_INLINE void ConvertBlock(const Means &sMeans, const uint8_t *const *apucRow
     const auto vertical = sMeans.Add(above, below);
     const auto own = sMeans.Own(row);
     const Parity &green = aGreen[i % 2];
-    const U8 g = Means::ToBytes(Means::Choose(green, own, sMeans.Mean(vertical, rowH)));
-    const U8 rowColour = Means::ToBytes(Means::Choose(green, sMeans.Mean(rowH), own));
+    const U8 g = sMeans.ToBytes(Means::Choose(green, own, sMeans.Mean(vertical, rowH)));
+    const U8 rowColour = sMeans.ToBytes(Means::Choose(green, sMeans.Mean(rowH), own));
     const U8 otherColour =
-        Means::ToBytes(Means::Choose(green, sMeans.Mean(vertical), sMeans.Mean(aboveH, belowH)));
+        sMeans.ToBytes(Means::Choose(green, sMeans.Mean(vertical), sMeans.Mean(aboveH, belowH)));
     uint8_t *const p = pucDst + i * uiDstPitch + x * PixelBytes(eOut);
     if (bBlueRow != (i % 2 != 0)) {
       StorePixels<eOut, bStream>(p, rowColour, g, otherColour);

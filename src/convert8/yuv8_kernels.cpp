@@ -107,12 +107,9 @@ struct ChannelWords {
 KIVO_INLINE ChannelWords ConvertPairs(U8 pairs) {
   const I16 y = reinterpret_cast<I16>(reinterpret_cast<U16>(pairs) >> 8);
   const Corrections s = Correct(pairs);
-  const Parity even = MakeParity(true);
-  const U16 br = reinterpret_cast<U16>(s.blueRed);
-  const U16 g = reinterpret_cast<U16>(s.green);
-  const U16 b2 = Select(even, br, reinterpret_cast<U16>(reinterpret_cast<U32>(br) << 16));
-  const U16 g2 = Select(even, g, reinterpret_cast<U16>(reinterpret_cast<U32>(g) << 16));
-  const U16 r2 = Select(even, reinterpret_cast<U16>(reinterpret_cast<U32>(br) >> 16), br);
+  const U16 b2 = RepeatEven(reinterpret_cast<U16>(s.blueRed));
+  const U16 g2 = RepeatEven(reinterpret_cast<U16>(s.green));
+  const U16 r2 = RepeatOdd(reinterpret_cast<U16>(s.blueRed));
   return {y + reinterpret_cast<I16>(b2), y + reinterpret_cast<I16>(g2), y + reinterpret_cast<I16>(r2)};
 }
 

@@ -78,6 +78,12 @@ KIVO_INLINE U8 PackLow(U16 a, U16 b) {
   return reinterpret_cast<U8>(_mm256_permute4x64_epi64(Raw(PackLowLanes(a, b)), 0xD8));
 }
 
+// High bytes of two word vectors, in order.
+KIVO_INLINE U8 PackHigh(U16 a, U16 b) {
+  const __m256i v = _mm256_packus_epi16(_mm256_srli_epi16(Raw(a), 8), _mm256_srli_epi16(Raw(b), 8));
+  return reinterpret_cast<U8>(_mm256_permute4x64_epi64(v, 0xD8));
+}
+
 // Two word vectors clamped to bytes, in order.
 KIVO_INLINE U8 PackSat(I16 a, I16 b) {
   return reinterpret_cast<U8>(_mm256_permute4x64_epi64(_mm256_packus_epi16(Raw(a), Raw(b)), 0xD8));
@@ -93,6 +99,16 @@ KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {
   const __m256i v = _mm256_packus_epi16(Raw(even), Raw(odd));
   return reinterpret_cast<U8>(_mm256_shuffle_epi8(
       v, _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15))));
+}
+
+// The words of each pair replaced by its first, or by its second.
+KIVO_INLINE U16 RepeatEven(U16 v) {
+  const __m128i table = _mm_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13);
+  return reinterpret_cast<U16>(_mm256_shuffle_epi8(Raw(v), _mm256_broadcastsi128_si256(table)));
+}
+KIVO_INLINE U16 RepeatOdd(U16 v) {
+  const __m128i table = _mm_setr_epi8(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15);
+  return reinterpret_cast<U16>(_mm256_shuffle_epi8(Raw(v), _mm256_broadcastsi128_si256(table)));
 }
 
 KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {

@@ -42,7 +42,7 @@ KIVO_INLINE I16 Abs(I16 v) {
 }
 
 KIVO_INLINE U16 ShiftRight(U16 v, unsigned uiCount) {
-  return reinterpret_cast<U16>(_mm512_srl_epi16(Raw(v), _mm_cvtsi32_si128(static_cast<int>(uiCount))));
+  return reinterpret_cast<U16>(_mm512_srlv_epi16(Raw(v), _mm512_set1_epi16(static_cast<int16_t>(uiCount))));
 }
 
 // Which lanes of an alternating row hold its first kind of site; the same for bytes and for words.
@@ -71,6 +71,12 @@ KIVO_INLINE U8 PackLow(U16 a, U16 b) {
   return reinterpret_cast<U8>(_mm512_permutex2var_epi8(Raw(a), Raw(Load(c_sLow)), Raw(b)));
 }
 
+// High bytes of two word vectors, in order.
+KIVO_INLINE U8 PackHigh(U16 a, U16 b) {
+  static constexpr Table c_sHigh = MakeTable([](size_t i) { return 2 * i + 1; });
+  return reinterpret_cast<U8>(_mm512_permutex2var_epi8(Raw(a), Raw(Load(c_sHigh)), Raw(b)));
+}
+
 // Each lane of the result from that lane of a and of b; a lane is the whole vector here.
 KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) {
   return PackLow(a, b);
@@ -92,6 +98,14 @@ KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {
   const __m512i v = _mm512_packus_epi16(Raw(even), Raw(odd));
   return reinterpret_cast<U8>(
       _mm512_shuffle_epi8(v, _mm512_set4_epi32(0x0F070E06, 0x0D050C04, 0x0B030A02, 0x09010800)));
+}
+
+// The words of each pair replaced by its first, or by its second.
+KIVO_INLINE U16 RepeatEven(U16 v) {
+  return reinterpret_cast<U16>(_mm512_mask_blend_epi16(0x55555555u, _mm512_slli_epi32(Raw(v), 16), Raw(v)));
+}
+KIVO_INLINE U16 RepeatOdd(U16 v) {
+  return reinterpret_cast<U16>(_mm512_mask_blend_epi16(0xAAAAAAAAu, _mm512_srli_epi32(Raw(v), 16), Raw(v)));
 }
 
 KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {

@@ -75,8 +75,15 @@ KIVO_INLINE U8 PackLow(U16 a, U16 b) {
   return v;
 }
 
-// The same for each lane on its own, which here is the whole vector.
-KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) { return PackLow(a, b); }
+// High bytes of two word vectors, in order.
+KIVO_INLINE U8 PackHigh(U16 a, U16 b) {
+  return PackLow(a >> 8, b >> 8);
+}
+
+// The low bytes again, for each lane on its own, which here is the whole vector.
+KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) {
+  return PackLow(a, b);
+}
 
 // Two word vectors clamped to bytes and interleaved: even, odd, even, odd.
 KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {

@@ -74,6 +74,11 @@ KIVO_INLINE U8 PackLow(U16 a, U16 b) {
   return reinterpret_cast<U8>(vuzp1q_u8(vreinterpretq_u8_u16(Raw(a)), vreinterpretq_u8_u16(Raw(b))));
 }
 
+// High bytes of two word vectors, in order.
+KIVO_INLINE U8 PackHigh(U16 a, U16 b) {
+  return reinterpret_cast<U8>(vuzp2q_u8(vreinterpretq_u8_u16(Raw(a)), vreinterpretq_u8_u16(Raw(b))));
+}
+
 // Each lane of the result from that lane of a and of b; a lane is the whole vector here.
 KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) {
   return PackLow(a, b);
@@ -94,6 +99,14 @@ KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {
   const uint8x16_t e = vcombine_u8(vqmovun_s16(Raw(even)), vdup_n_u8(0));
   const uint8x16_t o = vcombine_u8(vqmovun_s16(Raw(odd)), vdup_n_u8(0));
   return reinterpret_cast<U8>(vzip1q_u8(e, o));
+}
+
+// The words of each pair replaced by its first, or by its second.
+KIVO_INLINE U16 RepeatEven(U16 v) {
+  return reinterpret_cast<U16>(vtrn1q_u16(Raw(v), Raw(v)));
+}
+KIVO_INLINE U16 RepeatOdd(U16 v) {
+  return reinterpret_cast<U16>(vtrn2q_u16(Raw(v), Raw(v)));
 }
 
 KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {

@@ -87,6 +87,11 @@ KIVO_INLINE U8 PackLow(U16 a, U16 b) {
   return reinterpret_cast<U8>(_mm_packus_epi16(_mm_and_si128(Raw(a), low), _mm_and_si128(Raw(b), low)));
 }
 
+// High bytes of two word vectors, in order.
+KIVO_INLINE U8 PackHigh(U16 a, U16 b) {
+  return reinterpret_cast<U8>(_mm_packus_epi16(_mm_srli_epi16(Raw(a), 8), _mm_srli_epi16(Raw(b), 8)));
+}
+
 // Each lane of the result from that lane of a and of b; a lane is the whole vector here.
 KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) {
   return PackLow(a, b);
@@ -147,6 +152,16 @@ KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
 }
 
 #ifdef __SSE4_1__
+
+// The words of each pair replaced by its first, or by its second.
+KIVO_INLINE U16 RepeatEven(U16 v) {
+  const __m128i table = _mm_setr_epi8(0, 1, 0, 1, 4, 5, 4, 5, 8, 9, 8, 9, 12, 13, 12, 13);
+  return reinterpret_cast<U16>(_mm_shuffle_epi8(Raw(v), table));
+}
+KIVO_INLINE U16 RepeatOdd(U16 v) {
+  const __m128i table = _mm_setr_epi8(2, 3, 2, 3, 6, 7, 6, 7, 10, 11, 10, 11, 14, 15, 14, 15);
+  return reinterpret_cast<U16>(_mm_shuffle_epi8(Raw(v), table));
+}
 
 KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
   return reinterpret_cast<I16>(_mm_mulhrs_epi16(Raw(a), Raw(b)));
