@@ -240,15 +240,15 @@ def report(arguments):
         f"- Processor: {context['processor']}, {context['num_cpus']} seen by the system; {cache_text(context)}\n"
         f"- Compiler: {context['compiler']}, Release\n"
         f"- Repeat: `{arguments.command}`\n\n"
-        "Everything runs on one processor. Megapixels per second are the median of batches; the things compared with"
-        " each other take turns, batch by batch, in the same run, and a ratio is the median of the rounds' own ratios,"
-        " since the load of a machine drifts. The roofline is a loop that only reads the source"
-        " bytes and writes the destination bytes of a conversion in step, with"
-        f" {context['roofline_access_bytes']}-byte accesses, the better of ordinary and streaming stores; the fraction"
-        " of it stands in parentheses. Copy and flip are held against `memcpy` of the frame instead. Warm calls reuse"
-        f" one pair of buffers; cold ones rotate through {rotate} MiB, as with frames that a camera has just"
-        " delivered. Frames show a scene with shading, edges and a little noise. The machine may have been shared:"
-        " compare figures within a table, not between runs.\n"]
+        "Everything runs in one thread on one processor, timed by that thread's processor time. Megapixels "
+        "per second are the median of batches; the things compared with each other take turns, batch by "
+        "batch, in the same run, and a ratio is the median of the rounds' own ratios, since the load of a "
+        "machine drifts. The roofline is a loop that only reads the source bytes and writes the destination "
+        f"bytes of a conversion in step, with {context['roofline_access_bytes']}-byte accesses, the better of"
+        " ordinary and streaming stores; the fraction of it stands in parentheses. Copy and flip are held against `memcpy` of the frame "
+        f"instead. Warm calls reuse one pair of buffers; cold ones rotate through {rotate} MiB, as with frames that "
+        "a camera has just delivered. Frames show a scene with shading, edges and a little noise. The machine "
+        "may have been shared: compare figures within a table, not between runs.\n"]
     if arguments.peers:
         parts.append("![Megapixels per second of this library, the best peer and the roofline](performance.svg)\n")
     for results in convert:
@@ -262,7 +262,8 @@ def report(arguments):
                      " than ours; the second table says so.\n\n" + peer_tables(peers))
     if arguments.read:
         parts.append("## Ordinary and streaming stores\n\nThe conversion alone, and followed by one pass that reads the"
-                     " result, in Mpx/s. A gain above 1 speaks for streaming.\n\n" + store_table(Results(arguments.read)))
+                     " result, in Mpx/s. A gain above 1 speaks for streaming.\n\n"
+                     + store_table(Results(arguments.read)))
     prepare = [row for key, row in first.rows.items() if key[1] == "PrepareLUT"]
     if prepare:
         parts.append("## Tables\n\n`PrepareLUT`: " + prepare[0]["label"] + ".\n")

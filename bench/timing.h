@@ -26,9 +26,9 @@ struct Timing {
   double median;
 };
 
-// How each contender did. Contenders take turns in whole batches, never in single calls: stores
-// that bypass the caches evict what another contender would find there. With one pair of buffers an untimed
-// call opens each batch; with several each batch visits them all, the least recently used first.
+// How each contender did. Contenders take turns in whole batches, never in single calls: stores that bypass
+// the caches evict what another contender would find there. With one pair of buffers an untimed call opens
+// each batch; with several, every call gets the pair that was used longest ago, by whomever.
 std::vector<Timing> TimeContenders(const std::vector<Contender> &contenders, std::size_t frames,
                                    const Effort &effort);
 
