@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -23,8 +24,9 @@ namespace {
 class ScratchDirectory {
  public:
   ScratchDirectory() {
-    std::string pattern =
-        access("/dev/shm", W_OK) == 0 ? "/dev/shm/kivo-bench-XXXXXX" : "/tmp/kivo-bench-XXXXXX";
+    const std::filesystem::path memory = "/dev/shm";
+    const bool usable = access(memory.c_str(), W_OK) == 0;
+    std::string pattern = (usable ? memory : std::filesystem::temp_directory_path()) / "kivo-bench-XXXXXX";
     if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;
   }
   ~ScratchDirectory() {
