@@ -16,13 +16,6 @@ const char kExitCodes[] =
     "Exit codes: 0 done; 1 the command line makes no sense; 2 an input cannot be read or is not what it claims;\n"
     "3 the output cannot be written (nothing is left behind); 4 a format or conversion that does not exist.";
 
-#define KIVO_TEXT(x) KIVO_TEXT_OF(x)
-#define KIVO_TEXT_OF(x) #x
-const char kVersion[] = "kivocam " KIVO_TEXT(CAMUTL_VERSION_MAJOR) "." KIVO_TEXT(
-    CAMUTL_VERSION_MINOR) "." KIVO_TEXT(CAMUTL_VERSION_PATCH);
-#undef KIVO_TEXT_OF
-#undef KIVO_TEXT
-
 void addHeaderlessOptions(CLI::App &command, tool::InputOptions &input) {
   const char *group = "Headerless input";
   command.add_option("-f,--format", input.format, "Pixel format, a name or 0xCODE of 'kivocam formats'")
@@ -210,7 +203,8 @@ int complainUsage(const CLI::App &app, const CLI::ParseError &error) {
 int run(int argc, char **argv) {
   Options all;
   CLI::App app("Raw frames of machine-vision cameras: look at them, convert them, make them.", "kivocam");
-  app.set_version_flag("--version", kVersion);
+  app.set_version_flag("--version", tool::format("kivocam %d.%d.%d", CAMUTL_VERSION_MAJOR,
+                                                 CAMUTL_VERSION_MINOR, CAMUTL_VERSION_PATCH));
   app.set_help_all_flag("--help-all", "Print the help of every command and exit");
   app.require_subcommand(1);
   app.footer(

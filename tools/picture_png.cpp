@@ -37,11 +37,13 @@ void readBytes(png_structp png, png_bytep to, std::size_t size) {
 
 // Between setjmp and longjmp nothing may live that has a destructor: the two steps below hold only plain
 // values.
-bool readHeader(png_structp png, png_infop info, png_uint_32 &width, png_uint_32 &height) {
+bool readHeader(png_structp png, png_infop info, png_uint_32 &width, png_uint_32 &height,
+                std::size_t &fileRow) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;
   png_read_info(png, info);
   width = png_get_image_width(png, info);
   height = png_get_image_height(png, info);
+  fileRow = png_get_rowbytes(png, info);
   png_set_expand(png);
   png_set_scale_16(png);
   png_set_strip_alpha(png);
@@ -83,8 +85,14 @@ Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file
     return Failure(Exit::Input, path, "is a damaged PNG picture: " + oneLine(reader.message));
   };
   png_uint_32 width = 0, height = 0;
-  if (!readHeader(decoder.png, decoder.info, width, height)) throw damaged();
+  std::size_t fileRow = 0;
+  if (!readHeader(decoder.png, decoder.info, width, height, fileRow)) throw damaged();
   checkPictureSize(path, width, height);
+  // PNG's compression cannot do better than this: no memory is spent on a picture that is not there.
+  if (fileRow * height / 1032 > file.size())
+    throw Failure(Exit::Input, path,
+                  format("is a damaged PNG picture: %zu bytes cannot hold %u x %u pixels", file.size(),
+                         static_cast<unsigned>(width), static_cast<unsigned>(height)));
   if (png_get_rowbytes(decoder.png, decoder.info) != std::size_t{3} * width)
     throw Failure(Exit::Input, path, "is a PNG picture of an unknown kind");
   Picture picture(width, height);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The commands that turn one file into another: convert, import and mosaic.
+// The commands that write one frame or picture: convert, import, mosaic and scene.
 #include <algorithm>
 #include <array>
 #include <chrono>

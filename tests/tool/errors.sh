@@ -106,6 +106,13 @@ checks=$((checks + 1))
 "$kivocam" compare zero.png scene.png 2>stderr >stdout
 code=$?
 [ $code -eq 2 ] && grep -q '^kivocam: zero.png: is a damaged PNG picture: ' stderr || fail "zero.png: $(cat stderr)"
+# IHDR with a valid check sum for 16000 x 16000 pixels of 8-bit grey, and nothing behind it but an empty IDAT.
+{
+  bytes 211 120 116 107 015 012 032 012 000 000 000 015 111 110 104 122 && bytes 000 000 076 200 000 000 076 200
+  bytes 010 000 000 000 000 144 025 200 002
+  bytes 000 000 000 000 111 104 101 124 065 257 006 036
+} >claim.png
+fails 2 "claim.png: is a damaged PNG picture: 45 bytes cannot hold 16000 x 16000 pixels" compare claim.png scene.png
 for file in junk empty good.rwh; do
   fails 2 "$file: is not a PNG, binary PPM or PGM, or BMP picture" mosaic $file out.rwh --format Mono8
 done
