@@ -90,7 +90,7 @@ void CheckAcpi8(Check &check) {
   for (std::uint32_t width = quick ? 72 : 152; width <= 330; width += quick ? 10 : 2)
     for (const std::uint32_t height : {4u, 6u, 8u})
       for (int round = 0; round < (quick ? 1 : 2); ++round) all(width, height, check.NextContent());
-  for (const Size &size : {Size{4, 300}, {6, 302}, {64, 40}, {130, 66}, {1000, 12}})
+  for (const Size &size : {Size{4, 300}, {6, 302}, {64, 40}, {130, 66}, {1000, 12}, {8198, 6}})
     all(size.first, size.second, check.NextContent());
   // Sizes without an adaptive form are demosaiced the standard way.
   for (std::uint32_t height = 0; height <= 9; ++height)
@@ -101,7 +101,8 @@ void CheckAcpi8(Check &check) {
   all(130, 67, check.NextContent());
   all(1001, 3, check.NextContent());
   if (quick) return;
-  for (const Size &size : {Size{1000, 40}, {8200, 6}, {16500, 4}, {8190, 10}, {4, 2000}})
+  for (const Size &size :
+       {Size{1000, 40}, {8200, 6}, {8262, 6}, {16450, 6}, {16500, 4}, {8190, 10}, {4, 2000}})
     for (const Content content : {Content::kRandom, Content::kTies}) all(size.first, size.second, content);
 }
 
