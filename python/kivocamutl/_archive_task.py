@@ -91,9 +91,8 @@ def _read_raw(path: str, layout: RawLayout) -> tuple[Any, str]:
 
 
 def _convert(job: Job, options: Options, outcome: Outcome) -> None:
-    if job.raw:
-        layout = options.raw
-        assert layout is not None
+    layout = options.raw if job.raw else None
+    if layout is not None:
         outcome.format, outcome.width, outcome.height = layout.format, layout.width, layout.height
     else:
         header = read_rwh_header(job.source)
@@ -102,7 +101,7 @@ def _convert(job: Job, options: Options, outcome: Outcome) -> None:
     if not options.force and _there(job.target, outcome.bytes):
         outcome.status = "skipped"
         return
-    if job.raw:
+    if layout is not None:
         array, format = _read_raw(job.source, layout)
         size: dict[str, Any] = {}
         if array.ndim == 1:

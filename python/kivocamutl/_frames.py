@@ -53,7 +53,8 @@ def flat_bytes(buffer: Any) -> npt.NDArray[np.uint8]:
             buffer = np.ascontiguousarray(buffer)
         if buffer.dtype.kind not in "ui":
             raise SampleTypeError(f"a frame has unsigned samples, not dtype {buffer.dtype}")
-        return buffer.reshape(-1).view(np.uint8)
+        flat: npt.NDArray[np.uint8] = buffer.reshape(-1).view(np.uint8)
+        return flat
     try:
         view = memoryview(buffer)
     except TypeError:
@@ -107,7 +108,7 @@ def _padded_rows(format: Format, flat: npt.NDArray[np.uint8], width: int, height
                              f"{'' if step == row else f' with stride {step}'} takes {needed}")
     if needed == 0:
         return np.empty(format.shape(width, height), _dtype(format))
-    rows = np.ndarray((height, row), np.uint8, flat, strides=(step, 1))
+    rows: npt.NDArray[np.uint8] = np.ndarray((height, row), np.uint8, flat, strides=(step, 1))
     return np.ascontiguousarray(rows).reshape(-1).view(_dtype(format)).reshape(format.shape(width, height))
 
 

@@ -6,7 +6,7 @@ from __future__ import annotations
 import ctypes
 import os
 import threading
-from typing import Callable, Optional
+from typing import Any, Callable, Optional
 
 from .errors import LibraryNotFoundError, StatusError
 
@@ -16,7 +16,7 @@ _loaded: Optional[ctypes.CDLL] = None
 
 _CONVERTER = (ctypes.c_void_p, ctypes.c_void_p, ctypes.c_uint32, ctypes.c_uint32)
 _WORKER = (*_CONVERTER, ctypes.c_uint32)
-_PROTOTYPES = {
+_PROTOTYPES: dict[str, tuple[Any, ...]] = {
     "ReverseImg": (ctypes.c_void_p, ctypes.c_void_p, ctypes.c_uint32, ctypes.c_uint32, ctypes.c_uint32,
                    ctypes.c_uint8, ctypes.c_uint8),
     **{f"SaveBmp{kind}_S": (ctypes.c_void_p, ctypes.c_uint32, ctypes.c_uint32, ctypes.c_uint32,

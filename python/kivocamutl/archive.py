@@ -298,7 +298,8 @@ def _layout(parser: argparse.ArgumentParser, arguments: argparse.Namespace) -> O
             name = find_format(arguments.format).name
     except KivoError as error:
         parser.error(str(error))
-    return RawLayout(name, *arguments.size, arguments.stride)
+    width, height = arguments.size
+    return RawLayout(name, width, height, arguments.stride)
 
 
 class _Terminated(KeyboardInterrupt):

@@ -62,7 +62,7 @@ def _open(path: PathLike) -> "io.FileIO":
     """Opens for reading. A pipe is refused before opening it would wait for a writer."""
     if not stat.S_ISREG(os.stat(path).st_mode):
         raise RwhError(f"{os.fsdecode(path)}: not a regular file")
-    return io.FileIO(path, "r")  # type: ignore[arg-type]
+    return io.FileIO(os.fsdecode(path), "r")
 
 
 def _header(file: "io.FileIO", shown: str) -> RwhHeader:
@@ -112,10 +112,10 @@ def read_rwh(path: PathLike, *, mmap: bool = False) -> RawFrame:
         size = header.data_bytes
         data: npt.NDArray[np.uint8]
         if mmap and size:
-            data = np.memmap(file, np.uint8, "r", _HEADER.size, (size,))  # type: ignore[call-overload]
+            data = np.memmap(file, np.uint8, "r", _HEADER.size, (size,))
         else:
             data = np.empty(size, np.uint8)
-            view, filled = memoryview(data), 0
+            view, filled = data.data, 0
             while filled < size:
                 count = file.readinto(view[filled:])
                 if not count:

@@ -4,7 +4,8 @@
 from __future__ import annotations
 
 import dataclasses
-from typing import Optional, Union
+import operator
+from typing import Optional, SupportsIndex, Union
 
 from .errors import FrameSizeError, UnknownFormatError
 
@@ -209,9 +210,9 @@ def _code(value: object) -> Optional[int]:
             return int(value, 16)
         except ValueError:
             raise UnknownFormatError(f"not a pixel format code: {value!r}") from None
-    if isinstance(value, bool) or not hasattr(value, "__index__"):
+    if isinstance(value, bool) or not isinstance(value, SupportsIndex):
         raise UnknownFormatError(f"a pixel format is a name or a code, not {value!r}")
-    return int(value.__index__())
+    return operator.index(value)
 
 
 def find_format(value: FormatLike) -> Format:

@@ -100,5 +100,5 @@ def unpack(
     if flat.size < needed:
         raise FrameSizeError(f"the buffer has {flat.size} bytes, a {known.name} frame of {width} x {height} "
                              f"takes {needed}")
-    view = np.ndarray((rows, row), np.uint8, flat, strides=(step, 1))
+    view: npt.NDArray[np.uint8] = np.ndarray((rows, row), np.uint8, flat, strides=(step, 1))
     return _rows(known, view, samples).reshape(height, width)
