@@ -247,7 +247,8 @@ def report(arguments):
         f"bytes of a conversion in step, with {context['roofline_access_bytes']}-byte accesses, the better of"
         " ordinary and streaming stores; the fraction of it stands in parentheses. Copy and flip are held against"
         " `memcpy` of the frame instead. Warm calls reuse one pair of buffers; cold ones rotate through"
-        f" {rotate} MiB, as with frames that a camera has just delivered. Frames show a scene with shading, edges and a little noise. The machine "
+        f" {rotate} MiB, as with frames that a camera has just delivered. Frames show a scene with shading, edges"
+        " and a little noise. The machine "
         "may have been shared: compare figures within a table, not between runs.\n"]
     if arguments.peers:
         parts.append("![Megapixels per second of this library, the best peer and the roofline](performance.svg)\n")
