@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 cmake_minimum_required(VERSION 3.21)
 # Builds and runs a project that finds the installed tree, moved elsewhere first.
+separate_arguments(EMULATOR UNIX_COMMAND "${EMULATOR}")
 file(REMOVE_RECURSE ${WORK})
 file(COPY ${PREFIX}/ DESTINATION ${WORK}/moved)
 function(run)
