@@ -79,10 +79,13 @@
  * @defgroup basics Version and basic types
  * @{
  */
-/* The one place that states the version: the build reads it from here. */
-#define CAMUTL_VERSION_MAJOR 1 /**< Raised when programs have to be changed or rebuilt. */
-#define CAMUTL_VERSION_MINOR 0 /**< Raised for additions. */
-#define CAMUTL_VERSION_PATCH 0 /**< Raised for everything else. */
+/* The one place that states the version: the build reads it from these lines, which end in the number. */
+/** Raised when programs have to be changed or rebuilt. */
+#define CAMUTL_VERSION_MAJOR 1
+/** Raised for additions. */
+#define CAMUTL_VERSION_MINOR 0
+/** Raised for everything else. */
+#define CAMUTL_VERSION_PATCH 0
 
 /** Marks what the shared library exports. */
 #if defined(CAMUTL_BUILDING_LIBRARY) && defined(__GNUC__)
