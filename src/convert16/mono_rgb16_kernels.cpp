@@ -46,8 +46,7 @@ struct MonoStep : StepDefaults {
 
   template <bool bStream>
   KIVO_INLINE void Do(uint8_t *pucDst, const uint8_t *pucSrc) const {
-    const U8 v = LoadReduced(pucSrc, uiShift);
-    StorePixels<eOut, bStream>(pucDst, v, v, v);
+    StoreGrey<eOut, bStream>(pucDst, LoadReduced(pucSrc, uiShift));
   }
 };
 

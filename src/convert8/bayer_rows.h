@@ -124,8 +124,9 @@ KIVO_INLINE void ColumnPixel(const Means &sMeans, const Mosaic &s, EdgeGreen eEd
                    x, xInner, ucCross);
 }
 
-// One vector of columns from x on, in uiRows rows; apucRows holds the row above, the rows, the row below.
-// aGreen[0] marks the green lanes of the first row, aGreen[1] those of the second.
+// One vector of columns from x on, in uiRows rows; apucRows holds the row above, the rows, the row below, and
+// pucDst is where column x of the first row goes. aGreen[0] marks the green lanes of the first row, aGreen[1]
+// those of the second.
 template <Output eOut, bool bStream, unsigned uiRows, class Means>
 KIVO_INLINE void ConvertBlock(const Means &sMeans, const uint8_t *const *apucRows, uint8_t *pucDst,
                               size_t uiDstPitch, size_t x, const Parity *aGreen, bool bBlueRow) {
@@ -148,7 +149,7 @@ KIVO_INLINE void ConvertBlock(const Means &sMeans, const uint8_t *const *apucRow
     const U8 rowColour = sMeans.ToBytes(Means::Choose(green, sMeans.Mean(rowH), own));
     const U8 otherColour =
         sMeans.ToBytes(Means::Choose(green, sMeans.Mean(vertical), sMeans.Mean(aboveH, belowH)));
-    uint8_t *const p = pucDst + i * uiDstPitch + x * PixelBytes(eOut);
+    uint8_t *const p = pucDst + i * uiDstPitch;
     if (bBlueRow != (i % 2 != 0)) {
       StorePixels<eOut, bStream>(p, rowColour, g, otherColour);
     } else {
@@ -161,65 +162,108 @@ KIVO_INLINE void ConvertBlock(const Means &sMeans, const uint8_t *const *apucRow
   }
 }
 
-// The same for uiCount columns, at most a vector, touching no others: through buffers.
-template <Output eOut, unsigned uiRows, class Means>
-void ConvertColumns(const Means &sMeans, const uint8_t *const *apucRows, uint8_t *pucDst, size_t uiDstPitch,
-                    size_t x, size_t uiCount, bool bFirstGreen, bool bBlueRow) {
-  constexpr size_t c_uiBytes = Means::c_uiSampleBytes;
-  uint8_t aucRows[uiRows + 2][(c_uiVec + 2) * c_uiBytes] = {};
-  uint8_t aucDst[uiRows][(c_uiVec + 1) * PixelBytes(eOut)];
-  const uint8_t *apucBuffered[uiRows + 2];
-  for (unsigned i = 0; i < uiRows + 2; ++i) {
-    memcpy(aucRows[i], apucRows[i] + (x - 1) * c_uiBytes, (uiCount + 2) * c_uiBytes);
-    apucBuffered[i] = aucRows[i];
-  }
-  const Parity aGreen[2] = {MakeParity(bFirstGreen), MakeParity(!bFirstGreen)};
-  ConvertBlock<eOut, false, uiRows>(sMeans, apucBuffered, aucDst[0], sizeof aucDst[0], 1, aGreen, bBlueRow);
-  for (unsigned i = 0; i < uiRows; ++i) {
-    memcpy(pucDst + i * uiDstPitch + x * PixelBytes(eOut), aucDst[i] + PixelBytes(eOut),
-           uiCount * PixelBytes(eOut));
-  }
-}
+// The green lanes of two rows, the first of which has a green sample in lane 0 or not.
+struct GreenLanes {
+  Parity aRows[2];
+  KIVO_INLINE explicit GreenLanes(bool bFirst) : aRows{MakeParity(bFirst), MakeParity(!bFirst)} {}
+};
 
 // Columns 1 to width - 2 of uiRows rows from y on, from apucRows as above.
 template <Output eOut, bool bStream, unsigned uiRows, class Means>
-KIVO_INLINE void ConvertInterior(const Means &sMeans, const Mosaic &s, size_t y,
-                                 const uint8_t *const *apucRows) {
-  uint8_t *const pucDst = s.Out(y);
-  const bool bBlueRow = s.IsBlueRow(y);
-  const size_t uiEnd = s.uiWidth - 1;
-  size_t x = 1;
-  const auto Columns = [&](size_t uiCount) {
-    ConvertColumns<eOut, uiRows>(sMeans, apucRows, pucDst, s.uiDstPitch, x, uiCount, s.IsGreen(y, x),
-                                 bBlueRow);
-    x += uiCount;
-  };
-  // Vectors that together fill whole lines.
-  constexpr size_t c_uiGroup = bStream && c_uiVec * PixelBytes(eOut) % c_uiLine != 0 ? c_uiLine / c_uiVec : 1;
-  if constexpr (bStream) {
-    size_t uiFirst = x;
-    while (reinterpret_cast<uintptr_t>(pucDst + uiFirst * PixelBytes(eOut)) % c_uiLine != 0 &&
-           uiFirst < uiEnd)
-      ++uiFirst;
-    while (x < uiFirst) Columns(uiFirst - x < c_uiVec ? uiFirst - x : c_uiVec);
-  }
-  const bool bFirstGreen = s.IsGreen(y, x);
-  const Parity aGreen[2] = {MakeParity(bFirstGreen), MakeParity(!bFirstGreen)};
-  while (uiEnd - x >= c_uiGroup * c_uiVec) {
-    for (size_t k = 0; k < c_uiGroup; ++k, x += c_uiVec) {
-      ConvertBlock<eOut, bStream, uiRows>(sMeans, apucRows, pucDst, s.uiDstPitch, x, aGreen, bBlueRow);
+class Interior {
+ public:
+  KIVO_INLINE Interior(const Means &sMeans, const Mosaic &s, size_t y, const uint8_t *const *apucRows)
+      : m_sMeans(sMeans),
+        m_s(s),
+        m_y(y),
+        m_apucRows(apucRows),
+        m_pucDst(s.Out(y)),
+        m_bBlueRow(s.IsBlueRow(y)),
+        m_uiEnd(s.uiWidth - 1) {}
+
+  KIVO_INLINE void Convert() const {
+    if (m_uiEnd - 1 < c_uiVec) {
+      Narrow();
+    } else if constexpr (bStream) {
+      Streaming();
+    } else {
+      size_t x = 1;
+      const GreenLanes sGreen(m_s.IsGreen(m_y, x));
+      for (; m_uiEnd - x >= c_uiVec; x += c_uiVec) Block<false>(x, sGreen);
+      // The last vector overlaps the one before.
+      if (x < m_uiEnd) Block<false>(m_uiEnd - c_uiVec, GreenLanes(m_s.IsGreen(m_y, m_uiEnd - c_uiVec)));
     }
   }
-  if (!bStream && x < uiEnd && uiEnd > c_uiVec) {
-    // The last vector overlaps the one before.
-    x = uiEnd - c_uiVec;
-    const bool bGreen = s.IsGreen(y, x);
-    const Parity aLast[2] = {MakeParity(bGreen), MakeParity(!bGreen)};
-    ConvertBlock<eOut, false, uiRows>(sMeans, apucRows, pucDst, s.uiDstPitch, x, aLast, bBlueRow);
-    return;
+
+ private:
+  static constexpr size_t c_uiPixel = PixelBytes(eOut);
+
+  template <bool bStreamBlock>
+  KIVO_INLINE void Block(size_t x, const GreenLanes &sGreen) const {
+    ConvertBlock<eOut, bStreamBlock, uiRows>(m_sMeans, m_apucRows, m_pucDst + x * c_uiPixel, m_s.uiDstPitch,
+                                             x, sGreen.aRows, m_bBlueRow);
   }
-  while (x < uiEnd) Columns(uiEnd - x < c_uiVec ? uiEnd - x : c_uiVec);
-}
+
+  // Whole lines are streamed; the columns before the first and after the last take ordinary stores, and no
+  // byte is stored both ways.
+  KIVO_INLINE void Streaming() const {
+    constexpr size_t c_uiGroup = c_uiVec * c_uiPixel % c_uiLine != 0 ? c_uiLine / c_uiVec : 1;
+    size_t uiLine = 1;
+    while (uiLine < m_uiEnd && reinterpret_cast<uintptr_t>(m_pucDst + uiLine * c_uiPixel) % c_uiLine != 0)
+      ++uiLine;
+    size_t x = 1;
+    x = Ordinary(x, uiLine);
+    const GreenLanes sGreen(m_s.IsGreen(m_y, x));
+    while (m_uiEnd - x >= c_uiGroup * c_uiVec) {
+      for (size_t k = 0; k < c_uiGroup; ++k, x += c_uiVec) Block<true>(x, sGreen);
+    }
+    Ordinary(x, m_uiEnd);
+  }
+
+  // Columns x to uiStop - 1 and no others: vectors that may take in more, by way of a buffer.
+  size_t Ordinary(size_t x, size_t uiStop) const {
+    uint8_t aucDst[uiRows][c_uiVec * c_uiPixel];
+    while (x < uiStop) {
+      const size_t uiCount = uiStop - x < c_uiVec ? uiStop - x : c_uiVec;
+      const size_t uiStart = m_uiEnd - x < c_uiVec ? m_uiEnd - c_uiVec : x;
+      const GreenLanes sGreen(m_s.IsGreen(m_y, uiStart));
+      ConvertBlock<eOut, false, uiRows>(m_sMeans, m_apucRows, aucDst[0], sizeof aucDst[0], uiStart,
+                                        sGreen.aRows, m_bBlueRow);
+      for (unsigned i = 0; i < uiRows; ++i) {
+        memcpy(m_pucDst + i * m_s.uiDstPitch + x * c_uiPixel, aucDst[i] + (x - uiStart) * c_uiPixel,
+               uiCount * c_uiPixel);
+      }
+      x += uiCount;
+    }
+    return x;
+  }
+
+  // A mosaic narrower than a vector, by way of copies of its rows.
+  void Narrow() const {
+    constexpr size_t c_uiBytes = Means::c_uiSampleBytes;
+    uint8_t aucRows[uiRows + 2][(c_uiVec + 2) * c_uiBytes] = {};
+    uint8_t aucDst[uiRows][c_uiVec * c_uiPixel];
+    const uint8_t *apucCopies[uiRows + 2];
+    for (unsigned i = 0; i < uiRows + 2; ++i) {
+      memcpy(aucRows[i], m_apucRows[i], m_s.uiWidth * c_uiBytes);
+      apucCopies[i] = aucRows[i];
+    }
+    const GreenLanes sGreen(m_s.IsGreen(m_y, 1));
+    ConvertBlock<eOut, false, uiRows>(m_sMeans, apucCopies, aucDst[0], sizeof aucDst[0], 1, sGreen.aRows,
+                                      m_bBlueRow);
+    for (unsigned i = 0; i < uiRows; ++i) {
+      memcpy(m_pucDst + i * m_s.uiDstPitch + c_uiPixel, aucDst[i], (m_uiEnd - 1) * c_uiPixel);
+    }
+  }
+
+  const Means &m_sMeans;
+  const Mosaic &m_s;
+  const size_t m_y;
+  const uint8_t *const *const m_apucRows;
+  uint8_t *const m_pucDst;
+  const bool m_bBlueRow;
+  const size_t m_uiEnd;
+};
 
 // uiRows whole rows from y on.
 template <Output eOut, bool bStream, unsigned uiRows, class Means>
@@ -228,7 +272,7 @@ void ConvertRows(const Means &sMeans, const Mosaic &s, EdgeGreen eEdge, size_t y
   for (unsigned i = 0; i < uiRows + 2; ++i) apucRows[i] = s.Row(y + i - 1);
   if (y == 0) apucRows[0] = s.Row(1);
   if (y + uiRows == s.uiHeight) apucRows[uiRows + 1] = s.Row(s.uiHeight - 2);
-  ConvertInterior<eOut, bStream, uiRows>(sMeans, s, y, apucRows);
+  Interior<eOut, bStream, uiRows, Means>(sMeans, s, y, apucRows).Convert();
   for (unsigned i = 0; i < uiRows; ++i) {
     ColumnPixel<eOut>(sMeans, s, eEdge, y + i, apucRows + i, 0, 1);
     ColumnPixel<eOut>(sMeans, s, eEdge, y + i, apucRows + i, s.uiWidth - 1, s.uiWidth - 2);

@@ -16,8 +16,7 @@ struct MonoStep : StepDefaults {
 
   template <bool bStream>
   KIVO_INLINE void Do(uint8_t *pucDst, const uint8_t *pucSrc) const {
-    const U8 v = Load<U8>(pucSrc);
-    StorePixels<eOut, bStream>(pucDst, v, v, v);
+    StoreGrey<eOut, bStream>(pucDst, Load<U8>(pucSrc));
   }
 };
 
@@ -25,8 +24,8 @@ struct MonoStep : StepDefaults {
 
 const MonoRgb8Kernels c_sMonoRgb8Kernels = {
     {RunKernelOf<MonoStep<c_eBGRA>>, RunKernelOf<MonoStep<c_eBGR>>},
-    {RunKernelOf<MapStep<MapRGBToBGRA>>, RunKernelOf<MapStep<MapRGBToBGR>>},
-    {RunKernelOf<MapStep<MapBGRToBGRA>>, nullptr},
+    {RunKernelOf<ByteStep<MapRGBToBGRA>>, RunKernelOf<ByteStep<MapRGBToBGR>>},
+    {RunKernelOf<ByteStep<MapBGRToBGRA>>, nullptr},
 };
 
 }  // namespace Kivo::KIVO_TARGET

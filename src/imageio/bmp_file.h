@@ -83,9 +83,10 @@ CamUtlStatus SaveBmp(const BmpKind &sKind, const void *pImage, std::uint32_t uiW
     file.write(sFileHeader.Data(), sFileHeader.Size());
     file.write(sInfoHeader.Data(), sInfoHeader.Size());
     if (sKind.uiPaletteEntries != 0) file.write(sPalette.Data(), sPalette.Size());
-    // Rows are counted as a signed 32-bit number: a height of 2^31 or more writes none.
+    // Rows are counted as a signed 32-bit number: a height of 2^31 or more writes none. Rows of nothing need
+    // no counting.
     constexpr char c_acZero[4] = {};
-    for (auto iRows = static_cast<std::int32_t>(uiHeight); iRows > 0; --iRows) {
+    for (auto iRows = uiRowBytes == 0 ? 0 : static_cast<std::int32_t>(uiHeight); iRows > 0; --iRows) {
       const std::size_t uiStart = static_cast<std::size_t>(iRows - 1) * uiStride;
       file.write(static_cast<const char *>(pImage) + uiStart, std::streamsize{uiRowBytes});
       if (uiPadding != 0) file.write(c_acZero, std::streamsize{uiPadding});

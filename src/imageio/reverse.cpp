@@ -76,6 +76,7 @@ class Reversal {
   void Copy() const noexcept { CopyBytes(m_pucDst, m_pucSrc, m_uiFrameBytes); }
 
   void Flip() const noexcept {
+    if (m_uiRowBytes == 0) return;  // there may be 2^32 rows of nothing
     for (std::size_t y = 0; y < m_uiHeight; ++y) {
       CopyBytes(m_pucDst + y * m_uiRowBytes, m_pucSrc + (m_uiHeight - 1 - y) * m_uiRowBytes, m_uiRowBytes);
     }

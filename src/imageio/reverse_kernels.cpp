@@ -72,7 +72,7 @@ void Copy(uint8_t *pucDst, const uint8_t *pucSrc, size_t n, bool bStream) {
 }
 
 template <class Map>
-constexpr RunKernel c_pfnReverse = RunKernelOf<MapStep<Map, true>>;
+constexpr RunKernel c_pfnReverse = RunKernelOf<ByteStep<Map, true>>;
 
 }  // namespace
 

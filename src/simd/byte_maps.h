@@ -99,6 +99,67 @@ struct MapStep : StepDefaults {
   }
 };
 
+// Items that do not fill a lane, where a lane is a whole vector: three vectors at a time, which items of 3
+// and of 6 bytes fill, so that every load and store is of whole vectors. Each result vector gathers from up
+// to three.
+template <class Map, bool bBackward>
+struct BlockMapStep : StepDefaults {
+  static constexpr size_t c_uiBlock = 3 * c_uiVec;
+  static constexpr size_t c_uiItems = c_uiBlock / Map::c_uiSrc;
+  static constexpr size_t c_uiSrcItem = Map::c_uiSrc;
+  static constexpr size_t c_uiDstItem = Map::c_uiSrc;
+  static constexpr size_t c_uiSrcReach = c_uiBlock;
+  static constexpr size_t c_uiDstReach = c_uiBlock;
+  static constexpr bool c_bBackward = bBackward;
+  static constexpr bool c_bWholeVectors = true;
+
+  // The source byte of byte j of the block.
+  static constexpr size_t Source(size_t j) {
+    const size_t uiItem = j / Map::c_uiSrc;
+    return (bBackward ? c_uiItems - 1 - uiItem : uiItem) * Map::c_uiSrc + Map::c_auc[j % Map::c_uiSrc];
+  }
+  static constexpr bool Draws(size_t uiResult, size_t uiFrom) {
+    for (size_t j = 0; j < c_uiVec; ++j) {
+      if (Source(uiResult * c_uiVec + j) / c_uiVec == uiFrom) return true;
+    }
+    return false;
+  }
+
+  // The bytes of result vector uiResult that lie in source vector uiFrom put over those in v.
+  template <size_t uiResult, size_t uiFrom, class V>
+  KIVO_INLINE static V Gather(V v, V from) {
+    static constexpr Table c_sIndex =
+        MakeTable([](size_t j) { return Source(uiResult * c_uiVec + j) % c_uiVec; });
+    static constexpr Table c_sMask =
+        MakeTable([](size_t j) { return Source(uiResult * c_uiVec + j) / c_uiVec == uiFrom ? 255 : 0; });
+    if constexpr (Draws(uiResult, uiFrom)) {
+      const V mask = Load(c_sMask);
+      return (Lookup(from, Load(c_sIndex)) & mask) | (v & ~mask);
+    } else {
+      return v;
+    }
+  }
+
+  template <bool bStream, size_t uiResult>
+  KIVO_INLINE static void Result(uint8_t *pucDst, const U8 (&a)[3]) {
+    const U8 v = Gather<uiResult, 2>(Gather<uiResult, 1>(Gather<uiResult, 0>(U8{}, a[0]), a[1]), a[2]);
+    if constexpr (bStream) {
+      Stream(pucDst + uiResult * c_uiVec, v);
+    } else {
+      Store(pucDst + uiResult * c_uiVec, v);
+    }
+  }
+
+  template <bool bStream>
+  KIVO_INLINE void Do(uint8_t *pucDst, const uint8_t *pucSrc) const {
+    const uint8_t *const p = bBackward ? pucSrc - c_uiBlock : pucSrc;
+    const U8 a[3] = {Load<U8>(p), Load<U8>(p + c_uiVec), Load<U8>(p + 2 * c_uiVec)};
+    Result<bStream, 0>(pucDst, a);
+    Result<bStream, 1>(pucDst, a);
+    Result<bStream, 2>(pucDst, a);
+  }
+};
+
 // The plain form: one item at a time.
 template <class Map, bool bBackward, class Samples>
 struct MapStep<Map, bBackward, Samples, false> : StepDefaults {
@@ -119,6 +180,21 @@ struct MapStep<Map, bBackward, Samples, false> : StepDefaults {
     }
   }
 };
+
+template <bool bBlock, class Map, bool bBackward>
+struct ChooseByteStep {
+  using Step = MapStep<Map, bBackward>;
+};
+template <class Map, bool bBackward>
+struct ChooseByteStep<true, Map, bBackward> {
+  using Step = BlockMapStep<Map, bBackward>;
+};
+
+// The step that serves a map of bytes best.
+template <class Map, bool bBackward = false>
+using ByteStep = typename ChooseByteStep<c_bLookup && c_uiLanes == 1 && c_uiVec == 64 &&
+                                             Map::c_uiSrc == Map::c_uiDst && c_uiVec % Map::c_uiSrc != 0,
+                                         Map, bBackward>::Step;
 
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET

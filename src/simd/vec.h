@@ -120,6 +120,15 @@ KIVO_INLINE void StorePixels(uint8_t *pucDst, U8 b, U8 g, U8 r) {
   }
 }
 
+template <Output eOut, bool bStream>
+KIVO_INLINE void StoreGrey(uint8_t *pucDst, U8 v) {
+  if constexpr (eOut == c_eBGRA) {
+    StoreGreyBGRA<bStream>(pucDst, v);
+  } else {
+    StoreGreyBGR<bStream>(pucDst, v);
+  }
+}
+
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET
 

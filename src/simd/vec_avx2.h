@@ -190,6 +190,25 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   StoreVec<bStream>(p + 64, _mm256_permute2x128_si256(v1, v2, 0x31));
 }
 
+// Pixels whose channels are all v.
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGRA(uint8_t *p, U8 v) {
+  StoreBGRA<bStream>(p, v, v, v);
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
+  // Each half of a result vector draws on one half of v.
+  static constexpr Table c_s0 = MakeTable([](size_t j) { return j / 3; });
+  static constexpr Table c_s1 = MakeTable([](size_t j) { return (32 + j) / 3 % 16; });
+  static constexpr Table c_s2 = MakeTable([](size_t j) { return (64 + j) / 3 % 16; });
+  const U8 low = reinterpret_cast<U8>(_mm256_permute4x64_epi64(Raw(v), 0x44));
+  const U8 high = reinterpret_cast<U8>(_mm256_permute4x64_epi64(Raw(v), 0xEE));
+  StoreVec<bStream>(p, Raw(Lookup(low, Load(c_s0))));
+  StoreVec<bStream>(p + 32, Raw(Lookup(v, Load(c_s1))));
+  StoreVec<bStream>(p + 64, Raw(Lookup(high, Load(c_s2))));
+}
+
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET
 

@@ -174,6 +174,29 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   StoreVec<bStream>(p + 128, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vr, m1, vb), m2, vg));
 }
 
+constexpr Table c_sGreyBGRA = MakeTable([](size_t j) { return j / 4; });
+
+// Pixels whose channels are all v.
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGRA(uint8_t *p, U8 v) {
+  constexpr __mmask64 mColour = 0x7777777777777777u;
+  for (size_t k = 0; k < 4; ++k) {
+    const __m512i index =
+        _mm512_add_epi8(Raw(Load(c_sGreyBGRA)), _mm512_set1_epi8(static_cast<int8_t>(16 * k)));
+    StoreVec<bStream>(p + 64 * k, _mm512_mask_permutexvar_epi8(_mm512_set1_epi8(-1), mColour, index, Raw(v)));
+  }
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
+  static constexpr Table c_s0 = MakeTable([](size_t j) { return j / 3; });
+  static constexpr Table c_s1 = MakeTable([](size_t j) { return (64 + j) / 3; });
+  static constexpr Table c_s2 = MakeTable([](size_t j) { return (128 + j) / 3; });
+  StoreVec<bStream>(p, Raw(Lookup(v, Load(c_s0))));
+  StoreVec<bStream>(p + 64, Raw(Lookup(v, Load(c_s1))));
+  StoreVec<bStream>(p + 128, Raw(Lookup(v, Load(c_s2))));
+}
+
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET
 

@@ -145,6 +145,17 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   vst3q_u8(p, uint8x16x3_t{{Raw(b), Raw(g), Raw(r)}});
 }
 
+// Pixels whose channels are all v.
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGRA(uint8_t *p, U8 v) {
+  StoreBGRA<bStream>(p, v, v, v);
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
+  StoreBGR<bStream>(p, v, v, v);
+}
+
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET
 

@@ -189,6 +189,16 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   StoreVec<bStream>(p + 32, _mm_blendv_epi8(_mm_blendv_epi8(vr, vb, m1), vg, m2));
 }
 
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
+  static constexpr Table c_s0 = MakeTable([](size_t j) { return j / 3; });
+  static constexpr Table c_s1 = MakeTable([](size_t j) { return (16 + j) / 3; });
+  static constexpr Table c_s2 = MakeTable([](size_t j) { return (32 + j) / 3; });
+  StoreVec<bStream>(p, Raw(Lookup(v, Load(c_s0))));
+  StoreVec<bStream>(p + 16, Raw(Lookup(v, Load(c_s1))));
+  StoreVec<bStream>(p + 32, Raw(Lookup(v, Load(c_s2))));
+}
+
 #else
 
 // Four BGR0 words to 12 bytes at the bottom of a vector.
@@ -215,7 +225,18 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   StoreVec<bStream>(p + 32, _mm_or_si128(_mm_srli_si128(v2, 8), _mm_slli_si128(v3, 4)));
 }
 
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
+  StoreBGR<bStream>(p, v, v, v);
+}
+
 #endif
+
+// Pixels whose channels are all v; StoreGreyBGR above is its sibling.
+template <bool bStream>
+KIVO_INLINE void StoreGreyBGRA(uint8_t *p, U8 v) {
+  StoreBGRA<bStream>(p, v, v, v);
+}
 
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET
