@@ -6,17 +6,20 @@
 namespace Kivo {
 namespace {
 
+const MonoRgb16Kernels &Family() noexcept {
+  return *ActiveKernels().psMonoRgb16;
+}
+
 // uiSrcPixel is what a pixel of the source takes. Only grey to BGRA is defined by a lookup table and so
 // refuses before PrepareLUT(): a decision of this library.
 template <Output eOut, std::size_t uiSrcPixel>
-CamUtlStatus Convert(const ShiftRunKernel (MonoRgb16Kernels::*papfnKernels)[c_uiOutputs], void *pDst,
-                     const std::uint8_t *pucSrc, std::uint32_t uiWidth, std::uint32_t uiHeight,
-                     std::uint32_t uiShift) noexcept {
+CamUtlStatus Convert(ShiftRunKernel pfnKernel, void *pDst, const std::uint8_t *pucSrc, std::uint32_t uiWidth,
+                     std::uint32_t uiHeight, std::uint32_t uiShift) noexcept {
   constexpr Tables c_eTables = eOut == c_eBGRA && uiSrcPixel == 2 ? Tables::Needed : Tables::NotNeeded;
   const CamUtlStatus eStatus = CheckBuffers(pDst, pucSrc, c_eTables);
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
-  return ConvertRun((ActiveKernels().psMonoRgb16->*papfnKernels)[eOut], pDst, pucSrc,
-                    RunPixels(uiWidth, uiHeight), uiSrcPixel, PixelBytes(eOut), ShiftCount(uiShift));
+  return ConvertRun(pfnKernel, pDst, pucSrc, RunPixels(uiWidth, uiHeight), uiSrcPixel, PixelBytes(eOut),
+                    ShiftCount(uiShift));
 }
 
 }  // namespace
@@ -26,7 +29,7 @@ using namespace Kivo;
 
 CamUtlStatus ConvMonoNToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth, uint32_t uiHeight,
                              uint32_t uiShift) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGRA, 2>(&MonoRgb16Kernels::apfnMono, puiDst, pucSrc, uiWidth, uiHeight, uiShift);
+  return Convert<c_eBGRA, 2>(Family().apfnMono[c_eBGRA], puiDst, pucSrc, uiWidth, uiHeight, uiShift);
 }
 
 CamUtlStatus ConvMono10ToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth,
@@ -46,7 +49,7 @@ CamUtlStatus ConvMono16ToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t 
 
 CamUtlStatus ConvRGBNToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth, uint32_t uiHeight,
                             uint32_t uiShift) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGRA, 6>(&MonoRgb16Kernels::apfnRGB, puiDst, pucSrc, uiWidth, uiHeight, uiShift);
+  return Convert<c_eBGRA, 6>(Family().apfnRGB[c_eBGRA], puiDst, pucSrc, uiWidth, uiHeight, uiShift);
 }
 
 CamUtlStatus ConvRGB10PToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth,
@@ -61,7 +64,7 @@ CamUtlStatus ConvRGB12PToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t 
 
 CamUtlStatus ConvBGRNToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth, uint32_t uiHeight,
                             uint32_t uiShift) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGRA, 6>(&MonoRgb16Kernels::apfnBGR, puiDst, pucSrc, uiWidth, uiHeight, uiShift);
+  return Convert<c_eBGRA, 6>(Family().apfnBGR[c_eBGRA], puiDst, pucSrc, uiWidth, uiHeight, uiShift);
 }
 
 CamUtlStatus ConvBGR10PToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth,
@@ -76,7 +79,7 @@ CamUtlStatus ConvBGR12PToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t 
 
 CamUtlStatus ConvMonoNToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth, uint32_t uiHeight,
                             uint32_t uiShift) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGR, 2>(&MonoRgb16Kernels::apfnMono, pucDst, pucSrc, uiWidth, uiHeight, uiShift);
+  return Convert<c_eBGR, 2>(Family().apfnMono[c_eBGR], pucDst, pucSrc, uiWidth, uiHeight, uiShift);
 }
 
 CamUtlStatus ConvMono10ToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth,
@@ -96,7 +99,7 @@ CamUtlStatus ConvMono16ToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t ui
 
 CamUtlStatus ConvRGBNToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth, uint32_t uiHeight,
                            uint32_t uiShift) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGR, 6>(&MonoRgb16Kernels::apfnRGB, pucDst, pucSrc, uiWidth, uiHeight, uiShift);
+  return Convert<c_eBGR, 6>(Family().apfnRGB[c_eBGR], pucDst, pucSrc, uiWidth, uiHeight, uiShift);
 }
 
 CamUtlStatus ConvRGB10PToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth,
@@ -111,7 +114,7 @@ CamUtlStatus ConvRGB12PToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t ui
 
 CamUtlStatus ConvBGRNToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth, uint32_t uiHeight,
                            uint32_t uiShift) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGR, 6>(&MonoRgb16Kernels::apfnBGR, pucDst, pucSrc, uiWidth, uiHeight, uiShift);
+  return Convert<c_eBGR, 6>(Family().apfnBGR[c_eBGR], pucDst, pucSrc, uiWidth, uiHeight, uiShift);
 }
 
 CamUtlStatus ConvBGR10PToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth,

@@ -5,6 +5,10 @@
 namespace Kivo {
 namespace {
 
+const MonoRgb8Kernels &Family() noexcept {
+  return *ActiveKernels().psMonoRgb8;
+}
+
 // Packed colour ends where a 32-bit count of its source bytes ends, which for frames beyond 4 GiB is early: a
 // decision of this library.
 std::size_t PackedPixels(std::uint32_t uiWidth, std::uint32_t uiHeight) noexcept {
@@ -14,12 +18,12 @@ std::size_t PackedPixels(std::uint32_t uiWidth, std::uint32_t uiHeight) noexcept
 // uiSrcPixel is what a pixel of the source takes. Only grey to BGRA is defined by a lookup table and so
 // refuses before PrepareLUT(): a decision of this library.
 template <Output eOut, std::size_t uiSrcPixel>
-CamUtlStatus Convert(const RunKernel (MonoRgb8Kernels::*papfnKernels)[c_uiOutputs], void *pDst,
-                     const std::uint8_t *pucSrc, std::uint32_t uiWidth, std::uint32_t uiHeight) noexcept {
+CamUtlStatus Convert(RunKernel pfnKernel, void *pDst, const std::uint8_t *pucSrc, std::uint32_t uiWidth,
+                     std::uint32_t uiHeight) noexcept {
   constexpr Tables c_eTables = eOut == c_eBGRA && uiSrcPixel == 1 ? Tables::Needed : Tables::NotNeeded;
   const CamUtlStatus eStatus = CheckBuffers(pDst, pucSrc, c_eTables);
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
-  return ConvertRun((ActiveKernels().psMonoRgb8->*papfnKernels)[eOut], pDst, pucSrc,
+  return ConvertRun(pfnKernel, pDst, pucSrc,
                     uiSrcPixel == 1 ? RunPixels(uiWidth, uiHeight) : PackedPixels(uiWidth, uiHeight),
                     uiSrcPixel, PixelBytes(eOut));
 }
@@ -31,27 +35,27 @@ using namespace Kivo;
 
 CamUtlStatus ConvMono8ToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth,
                              uint32_t uiHeight) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGRA, 1>(&MonoRgb8Kernels::apfnMono, puiDst, pucSrc, uiWidth, uiHeight);
+  return Convert<c_eBGRA, 1>(Family().apfnMono[c_eBGRA], puiDst, pucSrc, uiWidth, uiHeight);
 }
 
 CamUtlStatus ConvRGB8PToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth,
                              uint32_t uiHeight) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGRA, 3>(&MonoRgb8Kernels::apfnRGB, puiDst, pucSrc, uiWidth, uiHeight);
+  return Convert<c_eBGRA, 3>(Family().apfnRGB[c_eBGRA], puiDst, pucSrc, uiWidth, uiHeight);
 }
 
 CamUtlStatus ConvBGR8PToBGRA(uint32_t *puiDst, const uint8_t *pucSrc, uint32_t uiWidth,
                              uint32_t uiHeight) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGRA, 3>(&MonoRgb8Kernels::apfnBGR, puiDst, pucSrc, uiWidth, uiHeight);
+  return Convert<c_eBGRA, 3>(Family().pfnBGRToBGRA, puiDst, pucSrc, uiWidth, uiHeight);
 }
 
 CamUtlStatus ConvMono8ToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth,
                             uint32_t uiHeight) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGR, 1>(&MonoRgb8Kernels::apfnMono, pucDst, pucSrc, uiWidth, uiHeight);
+  return Convert<c_eBGR, 1>(Family().apfnMono[c_eBGR], pucDst, pucSrc, uiWidth, uiHeight);
 }
 
 CamUtlStatus ConvRGB8PToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth,
                             uint32_t uiHeight) CAMUTL_NOEXCEPT {
-  return Convert<c_eBGR, 3>(&MonoRgb8Kernels::apfnRGB, pucDst, pucSrc, uiWidth, uiHeight);
+  return Convert<c_eBGR, 3>(Family().apfnRGB[c_eBGR], pucDst, pucSrc, uiWidth, uiHeight);
 }
 
 CamUtlStatus ConvBGR8PToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth,

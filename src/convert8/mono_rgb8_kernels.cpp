@@ -25,7 +25,7 @@ struct MonoStep : StepDefaults {
 const MonoRgb8Kernels c_sMonoRgb8Kernels = {
     {RunKernelOf<MonoStep<c_eBGRA>>, RunKernelOf<MonoStep<c_eBGR>>},
     {RunKernelOf<ByteStep<MapRGBToBGRA>>, RunKernelOf<ByteStep<MapRGBToBGR>>},
-    {RunKernelOf<ByteStep<MapBGRToBGRA>>, nullptr},
+    RunKernelOf<ByteStep<MapBGRToBGRA>>,
 };
 
 }  // namespace Kivo::KIVO_TARGET

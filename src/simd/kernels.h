@@ -36,7 +36,7 @@ using ShiftBayerKernel = void (*)(uint8_t *pucDst, const uint8_t *pucSrc, size_t
 struct MonoRgb8Kernels {
   RunKernel apfnMono[c_uiOutputs];  // 1 source byte a pixel
   RunKernel apfnRGB[c_uiOutputs];   // 3 source bytes R, G, B
-  RunKernel apfnBGR[c_uiOutputs];   // 3 source bytes B, G, R
+  RunKernel pfnBGRToBGRA;           // 3 source bytes B, G, R; to BGR they are copied
 };
 
 // n counts whole groups, not pixels; the last group is read only as far as its last used byte.
