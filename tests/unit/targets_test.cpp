@@ -153,10 +153,6 @@ TEST(Targets, TablesAreWhole) {
     for (unsigned output = 0; output < Kivo::c_uiOutputs; ++output) {
       EXPECT_NE(kernels->psMonoRgb8->apfnMono[output], nullptr);
       EXPECT_NE(kernels->psMonoRgb8->apfnRGB[output], nullptr);
-      // BGR to BGR is a copy.
-      if (output == Kivo::c_eBGRA) {
-        EXPECT_NE(kernels->psMonoRgb8->apfnBGR[output], nullptr);
-      }
       EXPECT_NE(kernels->psYuv8->apfn411[output], nullptr);
       EXPECT_NE(kernels->psYuv8->apfn422[output], nullptr);
       EXPECT_NE(kernels->psYuv8->apfn444[output], nullptr);
@@ -167,6 +163,7 @@ TEST(Targets, TablesAreWhole) {
       EXPECT_NE(kernels->psMonoRgb16->apfnBGR[output], nullptr);
       EXPECT_NE(kernels->psBayer16->apfn[output], nullptr);
     }
+    EXPECT_NE(kernels->psMonoRgb8->pfnBGRToBGRA, nullptr);
     for (const Kivo::RunKernel kernel : kernels->psReverse->apfn) EXPECT_NE(kernel, nullptr);
     EXPECT_NE(kernels->psReverse->pfnCopy, nullptr);
   }
