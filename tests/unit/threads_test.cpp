@@ -78,6 +78,7 @@ TEST(Threads, AThreadThatSeesTheFlagSeesTheTables) {
   // A converter that no longer refuses must find whole tables. Once they are ready this cannot fail any more,
   // so every attempt is a process that starts unprepared: the suite repeats this test. The portable kernels
   // are the ones that read the tables.
+  if (Kivo::s_bLUTReady.load()) GTEST_SKIP() << "the tables of this process are ready";
   ASSERT_TRUE(Kivo::PinTarget(Kivo::Target::Baseline));
   std::atomic<unsigned> refused{0};
   std::atomic<bool> right{false};
@@ -88,8 +89,7 @@ TEST(Threads, AThreadThatSeesTheFlagSeesTheTables) {
     right = word == 0xFFE7C296u;
   });
   // The reader is at it when the tables begin to fill.
-  const bool unprepared = !Kivo::s_bLUTReady.load();
-  while (unprepared && refused < 100) std::this_thread::yield();
+  while (refused < 100) std::this_thread::yield();
   EXPECT_EQ(PrepareLUT(), CAMUTL_STS_SUCCESS);
   reader.join();
   EXPECT_TRUE(right);
