@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <cmath>
 
 #include "checkkernel/reference.h"
 
 namespace KivoTest::Reference {
 namespace {
 
-// A constant as an integer number of 2^-bits; exact, since no constant below has bits further down.
-std::int64_t Scaled(double constant, int bits) {
-  return static_cast<std::int64_t>(std::ldexp(constant, bits));
+// A constant as an integer number of 2^-bits; exact, since no constant below has bits further down and a
+// product with a power of two is exact.
+constexpr std::int64_t Scaled(double constant, int bits) {
+  return static_cast<std::int64_t>(constant * static_cast<double>(std::int64_t{1} << bits));
 }
 
 std::uint8_t ClampByte(std::int64_t value) {
