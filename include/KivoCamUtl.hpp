@@ -559,7 +559,8 @@ template <class Pixel>
 Errc convertRows(const Converters &to, Pixel *dst, std::size_t dstRow, const FrameView &view,
                  const Format &format, std::size_t row, std::size_t stride) noexcept {
   const std::size_t wide = widerGroup(format.code, sizeof(Pixel) == 4);
-  if (wide == 0 && stride == row && std::uint64_t{view.width} * view.height <= 0xFFFFFFFFU)
+  // Pixel counts of whole frames wrap in 32 bits, and for packed colour three times the count.
+  if (wide == 0 && stride == row && 3 * std::uint64_t{view.width} * view.height <= 0xFFFFFFFFU)
     return fromStatus(call(to, dst, view.data, view.width, view.height));
   const std::size_t groups = view.width / format.groupPixels;
   Bytes spaced;
