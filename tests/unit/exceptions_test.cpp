@@ -36,16 +36,17 @@ void *operator new(std::size_t size) {
 void *operator new[](std::size_t size) {
   return Allocate(size);
 }
-void operator delete(void *memory) noexcept {
+// Out of line: g++ otherwise sees free() meet a pointer from new and warns.
+[[gnu::noinline]] void operator delete(void *memory) noexcept {
   std::free(memory);
 }
-void operator delete[](void *memory) noexcept {
+[[gnu::noinline]] void operator delete[](void *memory) noexcept {
   std::free(memory);
 }
-void operator delete(void *memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
   std::free(memory);
 }
-void operator delete[](void *memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete[](void *memory, std::size_t) noexcept {
   std::free(memory);
 }
 
