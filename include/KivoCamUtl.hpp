@@ -546,33 +546,33 @@ inline const std::uint8_t *packedRows(Bytes &storage, const FrameView &view, std
   return storage.data();
 }
 
-/** Bytes from group to group that the converter to this output reads, where a camera delivers fewer; else 0.
- */
+/** Bytes of a group for the converter, where a camera delivers one fewer; else 0. */
 constexpr std::size_t widerGroup(std::uint32_t code, bool toBgra) noexcept {
   if (code == CAMUTL_PFNC_YUV8_UYV) return 4;
   return code == CAMUTL_PFNC_YUV422_8_UYVY && !toBgra ? 5 : 0;
 }
 
-/** Formats without neighbours: padding is skipped and groups are re-spaced row by row, without a second
- * frame. */
+template <std::size_t from, std::size_t to>
+void spaceOut(std::uint8_t *dst, const std::uint8_t *src, std::size_t groups) noexcept {
+  for (std::size_t i = 0; i < groups; ++i) std::memcpy(dst + i * to, src + i * from, from);
+}
+
+/** Formats without neighbours: row by row, padding is skipped and groups are re-spaced. */
 template <class Pixel>
 Errc convertRows(const Converters &to, Pixel *dst, std::size_t dstRow, const FrameView &view,
                  const Format &format, std::size_t row, std::size_t stride) noexcept {
   const std::size_t wide = widerGroup(format.code, sizeof(Pixel) == 4);
-  // Pixel counts of whole frames wrap in 32 bits, and for packed colour three times the count.
+  // Counts of whole frames wrap in 32 bits, for packed colour counts of bytes.
   if (wide == 0 && stride == row && 3 * std::uint64_t{view.width} * view.height <= 0xFFFFFFFFU)
     return fromStatus(call(to, dst, view.data, view.width, view.height));
   const std::size_t groups = view.width / format.groupPixels;
   Bytes spaced;
-  if (wide != 0) {
-    if (!spaced.allocate(groups * wide)) return Errc::OutOfMemory;
-    std::memset(spaced.data(), 0, spaced.size());
-  }
+  if (wide != 0 && !spaced.allocate(groups * wide)) return Errc::OutOfMemory;
+  if (wide != 0) std::memset(spaced.data(), 0, spaced.size());
   for (std::uint32_t y = 0; y < view.height; ++y) {
     const std::uint8_t *src = view.data + y * stride;
     if (wide != 0) {
-      for (std::size_t i = 0; i < groups; ++i)
-        std::memcpy(spaced.data() + i * wide, src + i * format.groupBytes, format.groupBytes);
+      (wide == 4 ? spaceOut<3, 4> : spaceOut<4, 5>)(spaced.data(), src, groups);
       src = spaced.data();
     }
     const Errc error = fromStatus(call(to, dst + y * dstRow, src, view.width, 1));
@@ -590,8 +590,7 @@ Errc convertMosaic(const Converters &to, Pixel *dst, const FrameView &view, std:
   if (src == nullptr) return Errc::OutOfMemory;
   const Errc error = fromStatus(call(to, dst, src, view.width, view.height));
   if constexpr (sizeof(Pixel) == 4) {
-    // ConvByrBG8ToBGRAACPI leaves the red byte of pixel (1, W - 1) to the caller: it is that pixel's own
-    // sample.
+    // ConvByrBG8ToBGRAACPI leaves the red byte of pixel (1, W - 1) to the caller: that pixel's own sample.
     const bool adaptive = view.width % 2 == 0 && view.height % 2 == 0 && view.width >= 4 && view.height >= 4;
     if (bayer == Bayer::Acpi && view.format == CAMUTL_PFNC_BAYER_BG8 && adaptive) {
       const std::size_t last = 2 * static_cast<std::size_t>(view.width) - 1;

@@ -14,7 +14,7 @@ using tool::Exit;
 
 const char kExitCodes[] =
     "Exit codes: 0 done; 1 the command line makes no sense; 2 an input cannot be read or is not what it claims;\n"
-    "3 the output cannot be written (nothing is left behind); 4 a format or conversion that does not exist.";
+    "3 the output cannot be written (nothing is left behind); 4 a format, size or conversion that does not exist.";
 
 void addHeaderlessOptions(CLI::App &command, tool::InputOptions &input) {
   const char *group = "Headerless input";

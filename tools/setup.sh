@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Shell functions shared by ./demo and ./check; sourced, from the root of the checkout.
 
 # need PACKAGE...: installs the Debian packages that are missing, and says so.

@@ -92,6 +92,13 @@ void printTime(const kivo::FrameView &view, const kivo::Format &format, const ki
               milliseconds[4]);
 }
 
+// An output that replaces its own input would lose it.
+void refuseSameFile(const std::string &input, const std::string &output) {
+  std::error_code ignored;
+  if (std::filesystem::equivalent(input, output, ignored))
+    throw Failure(Exit::Usage, output, "the output is the input itself");
+}
+
 bool isRwh(const std::string &path, const std::string &to) {
   if (to == "rwh") return true;
   if (to == "raw") return false;
@@ -102,6 +109,7 @@ bool isRwh(const std::string &path, const std::string &to) {
 
 void runConvert(const ConvertOptions &options) {
   const PictureType type = pictureType(options.output, options.to);
+  refuseSameFile(options.input.file, options.output);
   RawInput input = loadInput(options.input);
   const std::string &subject = options.input.file;
 
@@ -138,6 +146,7 @@ void runConvert(const ConvertOptions &options) {
 void runImport(const ImportOptions &options) {
   if (!options.input.headerless())
     throw Failure(Exit::Usage, "import", "headerless data needs --format and --size");
+  refuseSameFile(options.input.file, options.output);
   const RawInput input = loadInput(options.input);
   saveRwhFile(input.frame.view(), options.output);
   noteIgnored(options.input, input);
@@ -147,6 +156,7 @@ void runMosaic(const MosaicOptions &options) {
   if (!options.to.empty() && options.to != "rwh" && options.to != "raw")
     throw Failure(Exit::Usage, "--to", "'" + options.to + "' is not rwh or raw");
   const kivo::Format &format = parseFormat(options.format, "--format");
+  refuseSameFile(options.picture, options.output);
   const Picture picture = loadPicture(options.picture);
   const kivo::Frame frame = makeFrame(picture, format, options.picture);
   if (isRwh(options.output, options.to)) {

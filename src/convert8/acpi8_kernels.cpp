@@ -5,13 +5,14 @@
 // plain means.
 //
 // All sums fit signed 16-bit lanes. A vector of bytes is split by column parity into two vectors of words,
-// and it starts at a red or blue site, so that even lanes are the sites and odd lanes the greens. With Y = 2
-// (a + b) + L for the two samples a, b of a direction and its Laplacian L, all three cases of a direction
-// choice are
+// and it starts at a red or blue site, so that even lanes are the sites and odd lanes the greens. For the two
+// samples a, b of a direction and its Laplacian L let
 //
-//   (Y of the calmer direction + Y of the calmer direction, or one of each on a tie) >> 3
+//   Y = 2 (a + b) + L
 //
-// since 2 Y >> 3 is Y >> 2. One pass: a ring of three rows holds the green plane around the row being made.
+// All three cases of choosing a direction are then (Y1 + Y2) >> 3, with both Y from the calmer direction, or
+// one from each on a tie, since 2 Y >> 3 is Y >> 2. One pass: a ring of three rows holds the green plane
+// around the row being made.
 #include "convert8/bayer8_means.h"
 
 namespace Kivo::KIVO_TARGET {
@@ -315,9 +316,8 @@ void MakeStrip(const Mosaic &s, const Strip &sStrip) {
 
 // The first two and last two columns of an interior row, with what the members do differently there, kept as
 // decisions of this library:
-//   GR, RG: the blue of the red pixel in the last (GR) or first (RG) column is the mean of the samples above
-//   and
-//           below it, which are greens;
+//   GR, RG: the blue of the red pixel in the last (GR) or first (RG) column is the mean of the samples
+//           above and below it, which are greens;
 //   BG:     the green of the red pixel in the last column has its left neighbour in the mean too.
 template <Output eOut>
 void MakeRowBorders(const Mosaic &s, size_t y) {

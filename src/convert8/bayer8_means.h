@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// Means of 8-bit samples in byte lanes, without widening: the rounding-up average corrected by what it
-// rounded.
-//   floor((a + b) / 2)         = avg(a, b) - ((a ^ b) & 1)
-//   floor((a + b + c + d) / 4) = avg(p, q) - (((a ^ b) | (c ^ d) | (p ^ q)) & 1),  p = avg(a, b), q = avg(c,
-//   d)
+// Means of 8-bit samples in byte lanes, without widening: the rounding-up average less what it rounded. With
+// p = avg(a, b) and q = avg(c, d):
+//   floor((a + b) / 2)         = p - ((a ^ b) & 1)
+//   floor((a + b + c + d) / 4) = avg(p, q) - (((a ^ b) | (c ^ d) | (p ^ q)) & 1)
 #ifndef KIVO_CONVERT8_BAYER8_MEANS_H
 #define KIVO_CONVERT8_BAYER8_MEANS_H
 

@@ -190,11 +190,14 @@ struct ChooseByteStep<true, Map, bBackward> {
   using Step = BlockMapStep<Map, bBackward>;
 };
 
+// Where one shuffle reaches a wide vector, items that would leave a lane unfilled go in blocks.
+template <class Map>
+constexpr bool c_bInBlocks = c_bLookup &&
+                             (c_uiLane > 16) && Map::c_uiSrc == Map::c_uiDst &&c_uiLane % Map::c_uiSrc != 0;
+
 // The step that serves a map of bytes best.
 template <class Map, bool bBackward = false>
-using ByteStep = typename ChooseByteStep<c_bLookup && c_uiLanes == 1 && c_uiVec == 64 &&
-                                             Map::c_uiSrc == Map::c_uiDst && c_uiVec % Map::c_uiSrc != 0,
-                                         Map, bBackward>::Step;
+using ByteStep = typename ChooseByteStep<c_bInBlocks<Map>, Map, bBackward>::Step;
 
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET

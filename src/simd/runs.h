@@ -5,9 +5,9 @@
 //   c_uiSrcItem, c_uiDstItem    bytes of one item
 //   c_uiSrcReach, c_uiDstReach  bytes that a step touches, at least those of its items
 //   c_uiSrcSkip                 bytes at the end of the last item that are never read
-//   c_bBackward                 whether the source is walked from its end; the source pointer of a step then
-//   is
-//                               the end of its items, and its reach counts from there down
+//   c_bBackward                 whether the source is walked from its end; a step's source pointer then is
+//   the
+//                               end of its items, and its reach counts from there down
 //   c_bWholeVectors             whether it stores its items as whole vectors and so can stream them itself
 //   template <bool bStream> void Do(uint8_t *pucDst, const uint8_t *pucSrc) const
 #ifndef KIVO_SIMD_RUNS_H

@@ -143,6 +143,12 @@ fails 1 "--labels: 2 labels for 1 pictures" sheet out.png scene.png --labels a b
 fails 1 "--cell: a cell can be 16x16 to 4096x4096 pixels" sheet out.png scene.png --cell 8x8
 fails 2 "junk: is not a PNG, binary PPM or PGM, or BMP picture" sheet out.png scene.png junk
 
+# An output that would replace its own input.
+cp good.rwh own.rwh
+fails 1 'own.rwh: the output is the input itself' convert own.rwh own.rwh --to png
+fails 1 './own.rwh: the output is the input itself' import own.rwh ./own.rwh --format Mono8 --size 4x4
+cmp good.rwh own.rwh || { echo "own.rwh was changed" >&2; exit 1; }
+
 # The command line itself
 fails 1 "A subcommand is required; see 'kivocam --help'"
 fails 1 "'frobnicate' is not a command; see 'kivocam --help'" frobnicate

@@ -30,23 +30,27 @@ void *Allocate(std::size_t size) {
 
 }  // namespace
 
+#if defined(__GNUC__) && !defined(__clang__)
+// g++ inlines one half of the pairs below and takes what is left for a mismatch.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+
 void *operator new(std::size_t size) {
   return Allocate(size);
 }
 void *operator new[](std::size_t size) {
   return Allocate(size);
 }
-// Out of line: g++ otherwise sees free() meet a pointer from new and warns.
-[[gnu::noinline]] void operator delete(void *memory) noexcept {
+void operator delete(void *memory) noexcept {
   std::free(memory);
 }
-[[gnu::noinline]] void operator delete[](void *memory) noexcept {
+void operator delete[](void *memory) noexcept {
   std::free(memory);
 }
-[[gnu::noinline]] void operator delete(void *memory, std::size_t) noexcept {
+void operator delete(void *memory, std::size_t) noexcept {
   std::free(memory);
 }
-[[gnu::noinline]] void operator delete[](void *memory, std::size_t) noexcept {
+void operator delete[](void *memory, std::size_t) noexcept {
   std::free(memory);
 }
 
