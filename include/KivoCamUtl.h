@@ -261,16 +261,25 @@ typedef CamUtlStatus (*BgraConverter)(uint32_t *puiDst, const uint8_t *pucSrc, u
 typedef CamUtlStatus (*BgrConverter)(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiWidth,
                                      uint32_t uiHeight);
 
-/** The converter of a format to BGRA, or null. bDemosaic matters for Bayer formats only. */
+/**
+ * Looks up the converter of a format to BGRA in the table above, for the mode of SetBayerConvMode() at this
+ * moment; the answer keeps its algorithm when the mode changes, and stays valid while the library is loaded.
+ *
+ * @param uiPixelFormat  PFNC code of the source.
+ * @param bDemosaic      Whether a mosaic becomes colour; otherwise grey. Ignored for other formats. From
+ *                       another language: set by any byte but 0.
+ * @return The converter, the address of an exported function; null if the format has none. Does not ask
+ *         whether PrepareLUT() has run: the converter does.
+ */
 CAMUTL_API BgraConverter GetBGRAConverter(uint32_t uiPixelFormat, CamUtlFlag bDemosaic) CAMUTL_NOEXCEPT;
-/** The converter of a format to BGR, or null. bDemosaic matters for Bayer formats only. */
+/** Looks up the converter of a format to BGR, in every respect as GetBGRAConverter(). */
 CAMUTL_API BgrConverter GetBGRConverter(uint32_t uiPixelFormat, CamUtlFlag bDemosaic) CAMUTL_NOEXCEPT;
 /**
  * Converts a frame: looks the converter up and calls it.
  *
  * @param eOutput        OUTPUT_BGR for BGR; every other value means BGRA.
  * @param uiPixelFormat  PFNC code of the source.
- * @param bDemosaic      Whether a mosaic becomes colour; otherwise grey.
+ * @param bDemosaic      Whether a mosaic becomes colour; see GetBGRAConverter().
  * @param pDst           [out] uiWidth * uiHeight pixels of the output kind: 4 bytes each in BGRA, 3 in BGR.
  * @param pSrc           [in] The frame, rows packed. For its size see the table of the opening page, and the
  *                       warning on @ref yuv8, which holds here too.
@@ -294,13 +303,15 @@ CAMUTL_API CamUtlStatus ConvImage(OutputPixelFormat eOutput, uint32_t uiPixelFor
  * @par Parameters
  * - puiDst, pucDst: [out] uiWidth * uiHeight pixels.
  * - pucSrc: [in] As many pixels of 1 byte (Mono8) or 3 bytes (RGB8, BGR8).
- * - uiWidth: Pixels in a row. Only n = uiWidth * uiHeight counts, formed in 32 bits; so are the 3n source
- *   bytes of RGB8 and BGR8, which end the conversion early for sources of 4 GiB and more.
+ * - uiWidth: Pixels in a row. Only n = uiWidth * uiHeight counts, formed in 32 bits.
  * - uiHeight: Rows.
  *
  * @retval CAMUTL_STS_INVALID_PARAMETER  The destination is null, or else the source. Nothing is written.
  * @retval CAMUTL_STS_NOT_INITIALIZED    ConvMono8ToBGRA() only: PrepareLUT() has not run. Nothing is written.
- * @retval CAMUTL_STS_SUCCESS            n pixels are written; none for n = 0.
+ * @retval CAMUTL_STS_SUCCESS            n pixels are written, but see the warning; none for n = 0.
+ *
+ * @warning RGB8 and BGR8: the byte count 3 * uiWidth * uiHeight is formed in 32 bits as well, so that of a
+ * source of 4 GiB and more only as many bytes as this count are converted, and the status is still success.
  * @{
  */
 /** Grey g to the word 0xFF000000 + g * 0x010101. Needs PrepareLUT(). */
@@ -635,8 +646,9 @@ CAMUTL_API CamUtlStatus ConvBGR12PToBGR(uint8_t *pucDst, const uint8_t *pucSrc, 
  * - pucSrc: [in] uiWidth * uiHeight little-endian 16-bit words; no alignment is needed.
  * - uiWidth: Samples in a row. Sizes are not formed in 32 bits and do not wrap.
  * - uiHeight: Rows.
- * - uiShift: Its low 8 bits modulo 32. 0 to 29 give the rule above; for 30 and 31 the shift of larger sums
- *   starts again at 0, which is of no use.
+ * - uiShift: s, its low 8 bits modulo 32. Sums of 1, 2 and 4 samples are shifted right by s, s + 1 and s + 2,
+ *   each count modulo 32, and sums of 3 are divided by 3 * 2^s. 0 to 29 give the rule above; 30 and 31, whose
+ *   larger counts start again at 0, are not meaningful.
  *
  * @retval CAMUTL_STS_INVALID_PARAMETER  The destination is null, or else the source. Nothing is written.
  * @retval CAMUTL_STS_SUCCESS            Every pixel is written; none for an empty image.
@@ -756,8 +768,20 @@ CAMUTL_API CamUtlStatus ConvByrBG12ToBGR(uint8_t *pucDst, const uint8_t *pucSrc,
  * rounded down. Copy and flip move these bytes; a half turn takes whole groups counted from the end of the
  * frame and leaves the rest. A mirror takes the whole groups at the end of the first row, and those of each
  * further row 4 * uiWidth - 4 * (uiWidth / 2) bytes (4:2:2) or 3 * uiWidth - 6 * (uiWidth / 4) bytes (4:1:1)
- * behind those of the row before, which is more than a row: it reads PAST the end of the frame. At 641 x 480
- * of 4:2:2 the source must hold 616,318 bytes, the frame has 615,360. Its results are packed without gaps.
+ * behind those of the row before, which is more than a row: it reads PAST the end of the frame. With
+ * W = uiWidth (at least one group), H = uiHeight (at least 1) and divisions rounded down, the last group of
+ * row r starts at byte
+ *
+ *     4:2:2, odd W          2 * W - 4 + r * (2 * W + 2)
+ *     4:1:1, W % 4 not 0    3 * W / 2 - 6 + r * (3 * W - 6 * (W / 4))
+ *
+ * so that the source must hold, in bytes,
+ *
+ *     4:2:2, odd W          2 * W * H + 2 * (H - 1)
+ *     4:1:1, W % 4 not 0    3 * W / 2 + (H - 1) * (3 * W - 6 * (W / 4))
+ *
+ * which is 616,318 for 641 x 480 of 4:2:2, a frame of 615,360 bytes, and 463,677 for 642 x 480 of 4:1:1, a
+ * frame of 462,240. The groups written are packed without gaps and take fewer bytes than a frame.
  */
 CAMUTL_API CamUtlStatus ReverseImg(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiPixelFormat,
                                    uint32_t uiWidth, uint32_t uiHeight, CamUtlFlag bHorizontal,
