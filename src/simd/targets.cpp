@@ -79,7 +79,7 @@ bool Saves(const CpuFeatures &sCpu, std::uint64_t uiState) noexcept {
 // A conversion that fits the cache is faster with ordinary stores, and so is whoever reads the picture next.
 // Past the cache, ordinary stores first read every line that they then overwrite. One core keeps little of a
 // very large shared cache, hence the upper bound; docs/performance.md has the measurements.
-constexpr std::size_t c_uiLargestThreshold = std::size_t{80} << 20;
+constexpr std::size_t c_uiLargestThreshold = std::size_t{64} << 20;
 constexpr std::size_t c_uiUnknownCache = std::size_t{16} << 20;
 
 std::size_t StreamingThreshold() noexcept {
