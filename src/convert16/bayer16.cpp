@@ -11,7 +11,7 @@ CamUtlStatus Convert(BayerOrder eOrder, void *pDst, const std::uint8_t *pucSrc, 
                      std::uint32_t uiHeight, std::uint32_t uiShift) noexcept {
   const CamUtlStatus eStatus = CheckBuffers(pDst, pucSrc, Tables::NotNeeded);
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
-  return ConvertBayer(ActiveKernels().psBayer16->apfn[eOut], pDst, pucSrc, uiWidth, uiHeight, 2,
+  return ConvertBayer(ActiveKernels().psBayer16->apfn[eOut], pDst, pucSrc, uiWidth, uiHeight,
                       PixelBytes(eOut), eOrder, ShiftCount(uiShift));
 }
 

@@ -18,7 +18,7 @@ CamUtlStatus Convert(ShiftRunKernel pfnKernel, void *pDst, const std::uint8_t *p
   constexpr Tables c_eTables = eOut == c_eBGRA && uiSrcPixel == 2 ? Tables::Needed : Tables::NotNeeded;
   const CamUtlStatus eStatus = CheckBuffers(pDst, pucSrc, c_eTables);
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
-  return ConvertRun(pfnKernel, pDst, pucSrc, RunPixels(uiWidth, uiHeight), uiSrcPixel, PixelBytes(eOut),
+  return ConvertRun(pfnKernel, pDst, pucSrc, RunPixels(uiWidth, uiHeight), PixelBytes(eOut),
                     ShiftCount(uiShift));
 }
 

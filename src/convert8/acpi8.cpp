@@ -19,7 +19,7 @@ CamUtlStatus Convert(BayerOrder eOrder, void *pDst, const std::uint8_t *pucSrc, 
   const BayerKernel pfnKernel = IsAdaptiveSize(uiWidth) && IsAdaptiveSize(uiHeight)
                                     ? sKernels.psAcpi8->apfn[eOut]
                                     : sKernels.psBayer8->apfn[eOut];
-  return ConvertBayer(pfnKernel, pDst, pucSrc, uiWidth, uiHeight, 1, PixelBytes(eOut), eOrder);
+  return ConvertBayer(pfnKernel, pDst, pucSrc, uiWidth, uiHeight, PixelBytes(eOut), eOrder);
 }
 
 }  // namespace

@@ -11,8 +11,8 @@ CamUtlStatus Convert(BayerOrder eOrder, void *pDst, const std::uint8_t *pucSrc, 
                      std::uint32_t uiHeight) noexcept {
   const CamUtlStatus eStatus = CheckBuffers(pDst, pucSrc, Tables::NotNeeded);
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
-  return ConvertBayer(ActiveKernels().psBayer8->apfn[eOut], pDst, pucSrc, uiWidth, uiHeight, 1,
-                      PixelBytes(eOut), eOrder);
+  return ConvertBayer(ActiveKernels().psBayer8->apfn[eOut], pDst, pucSrc, uiWidth, uiHeight, PixelBytes(eOut),
+                      eOrder);
 }
 
 }  // namespace

@@ -38,14 +38,13 @@ inline unsigned ShiftCount(std::uint32_t uiShift) noexcept {
   return uiShift & 31;
 }
 
-// A frame as one run of n items of so many bytes, by one kernel of a family; sMore goes to the kernel between
-// the count and the streaming flag.
+// A frame as one run of n items that become so many bytes each, by one kernel of a family; sMore goes to the
+// kernel between the count and the streaming flag.
 template <class Kernel, class... More>
 CamUtlStatus ConvertRun(Kernel pfnKernel, void *pDst, const std::uint8_t *pucSrc, std::size_t n,
-                        std::size_t uiSrcItem, std::size_t uiDstItem, More... more) noexcept {
+                        std::size_t uiDstItem, More... more) noexcept {
   if (n != 0) {
-    pfnKernel(static_cast<std::uint8_t *>(pDst), pucSrc, n, more...,
-              StreamingPays(n * uiSrcItem, n * uiDstItem));
+    pfnKernel(static_cast<std::uint8_t *>(pDst), pucSrc, n, more..., StreamingPays(n * uiDstItem));
   }
   return CAMUTL_STS_SUCCESS;
 }
@@ -53,11 +52,10 @@ CamUtlStatus ConvertRun(Kernel pfnKernel, void *pDst, const std::uint8_t *pucSrc
 // A mosaic of any size, by one kernel of a family.
 template <class Kernel, class... More>
 CamUtlStatus ConvertBayer(Kernel pfnKernel, void *pDst, const std::uint8_t *pucSrc, std::uint32_t uiWidth,
-                          std::uint32_t uiHeight, std::size_t uiSampleBytes, std::size_t uiPixelBytes,
-                          More... more) noexcept {
+                          std::uint32_t uiHeight, std::size_t uiPixelBytes, More... more) noexcept {
   const std::size_t n = std::size_t{uiWidth} * uiHeight;
   pfnKernel(static_cast<std::uint8_t *>(pDst), pucSrc, uiWidth, uiHeight, more...,
-            StreamingPays(n * uiSampleBytes, n * uiPixelBytes));
+            StreamingPays(n * uiPixelBytes));
   return CAMUTL_STS_SUCCESS;
 }
 

@@ -25,7 +25,7 @@ CamUtlStatus Convert(RunKernel pfnKernel, void *pDst, const std::uint8_t *pucSrc
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
   return ConvertRun(pfnKernel, pDst, pucSrc,
                     uiSrcPixel == 1 ? RunPixels(uiWidth, uiHeight) : PackedPixels(uiWidth, uiHeight),
-                    uiSrcPixel, PixelBytes(eOut));
+                    PixelBytes(eOut));
 }
 
 }  // namespace
@@ -63,5 +63,5 @@ CamUtlStatus ConvBGR8PToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiW
   const CamUtlStatus eStatus = CheckBuffers(pucDst, pucSrc, Tables::NotNeeded);
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
   // One block: the byte count is the 32-bit product, and wraps as such.
-  return ConvertRun(ActiveKernels().psReverse->pfnCopy, pucDst, pucSrc, uiHeight * 3 * uiWidth, 1, 1);
+  return ConvertRun(ActiveKernels().psReverse->pfnCopy, pucDst, pucSrc, uiHeight * 3 * uiWidth, 1);
 }

@@ -71,7 +71,7 @@ class Reversal {
         m_uiHeight(uiHeight),
         m_uiFrameBytes(sUnit.uiBytes * (uiWidth * uiHeight) / sUnit.uiPixels),
         m_uiRowBytes(sUnit.uiBytes * uiWidth / sUnit.uiPixels),
-        m_bStream(StreamingPays(m_uiFrameBytes, m_uiFrameBytes)) {}
+        m_bStream(StreamingPays(m_uiFrameBytes)) {}
 
   void Copy() const noexcept { CopyBytes(m_pucDst, m_pucSrc, m_uiFrameBytes); }
 

@@ -77,14 +77,15 @@ bool Saves(const CpuFeatures &sCpu, std::uint64_t uiState) noexcept {
 }
 
 // A conversion that fits the cache is faster with ordinary stores, and so is whoever reads the picture next.
-// Past the cache, ordinary stores first read every line that they then overwrite. One core keeps little of a
-// very large shared cache, hence the upper bound; docs/performance.md has the measurements.
-constexpr std::size_t c_uiLargestThreshold = std::size_t{64} << 20;
+// Past the cache, ordinary stores first read every line that they then overwrite, so what counts is the size
+// of the destination. One core keeps little of a very large shared cache, hence the upper bound;
+// docs/performance.md has the measurements.
+constexpr std::size_t c_uiLargestThreshold = std::size_t{48} << 20;
 constexpr std::size_t c_uiUnknownCache = std::size_t{16} << 20;
 
 std::size_t StreamingThreshold() noexcept {
   const std::size_t uiCache = LargestCacheBytes();
-  return std::min(2 * (uiCache != 0 ? uiCache : c_uiUnknownCache), c_uiLargestThreshold);
+  return std::min((uiCache != 0 ? uiCache : c_uiUnknownCache) / 2 * 3, c_uiLargestThreshold);
 }
 
 // Null and 0 until first use. Every thread computes the same value, so relaxed ordering is enough: the tables
@@ -146,9 +147,9 @@ bool PinTarget(Target eTarget) noexcept {
   return true;
 }
 
-bool StreamingPays(std::size_t uiBytesRead, std::size_t uiBytesWritten) noexcept {
+bool StreamingPays(std::size_t uiBytesWritten) noexcept {
   if (!s_bThresholdKnown.load(std::memory_order_acquire)) PinStreamingThreshold(StreamingThreshold());
-  return uiBytesRead + uiBytesWritten > s_uiThreshold.load(std::memory_order_relaxed);
+  return uiBytesWritten > s_uiThreshold.load(std::memory_order_relaxed);
 }
 
 void PinStreamingThreshold(std::size_t uiBytes) noexcept {

@@ -34,10 +34,10 @@ const Kernels &ActiveKernels() noexcept;
 // it or the processor cannot run it. Not to be called while a conversion runs.
 bool PinTarget(Target eTarget) noexcept;
 
-// Whether a conversion that reads and writes so many bytes gains from stores that bypass the caches.
-bool StreamingPays(std::size_t uiBytesRead, std::size_t uiBytesWritten) noexcept;
+// Whether writing so many bytes gains from stores that bypass the caches.
+bool StreamingPays(std::size_t uiBytesWritten) noexcept;
 
-// For tests and benchmarks: streams from this footprint on. Not to be called while a conversion runs.
+// For tests and benchmarks: streams destinations larger than this. Not to be called while a conversion runs.
 void PinStreamingThreshold(std::size_t uiBytes) noexcept;
 
 }  // namespace Kivo

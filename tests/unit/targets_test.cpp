@@ -183,17 +183,16 @@ TEST(Targets, TheActiveTargetIsTheSelectedOneUntilPinned) {
 }
 
 TEST(Targets, StreamingIsForFramesThatNoCacheHolds) {
-  EXPECT_FALSE(Kivo::StreamingPays(0, 0));
+  EXPECT_FALSE(Kivo::StreamingPays(0));
   // One core does not keep all of a very large cache, which many share.
   const std::size_t cache = std::min(Kivo::LargestCacheBytes(), std::size_t{16} << 20);
   if (cache != 0) {
-    EXPECT_FALSE(Kivo::StreamingPays(cache / 5, cache / 5 * 4));
-    EXPECT_FALSE(Kivo::StreamingPays(0, cache));
+    EXPECT_FALSE(Kivo::StreamingPays(cache));
   }
-  EXPECT_TRUE(Kivo::StreamingPays(std::size_t{10240} * 7680, std::size_t{10240} * 7680 * 4));
+  EXPECT_TRUE(Kivo::StreamingPays(std::size_t{10240} * 7680 * 4));
   bool before = false;
   for (std::size_t bytes = 1; bytes < std::size_t{1} << 34; bytes += bytes / 16 + 1) {
-    const bool now = Kivo::StreamingPays(bytes / 5, bytes / 5 * 4);
+    const bool now = Kivo::StreamingPays(bytes);
     EXPECT_TRUE(now || !before) << "streaming stops paying at " << bytes;
     before = now;
   }
@@ -201,9 +200,9 @@ TEST(Targets, StreamingIsForFramesThatNoCacheHolds) {
 
 TEST(Targets, TheStreamingThresholdCanBePinned) {
   Kivo::PinStreamingThreshold(0);
-  EXPECT_TRUE(Kivo::StreamingPays(1, 3));
+  EXPECT_TRUE(Kivo::StreamingPays(3));
   Kivo::PinStreamingThreshold(std::numeric_limits<std::size_t>::max());
-  EXPECT_FALSE(Kivo::StreamingPays(std::size_t{1} << 40, std::size_t{1} << 42));
+  EXPECT_FALSE(Kivo::StreamingPays(std::size_t{1} << 42));
 }
 
 }  // namespace
