@@ -31,8 +31,8 @@ function(kivo_kernels family source)
     add_library(${object} OBJECT ${source})
     kivo_library_properties(${object})
     target_compile_definitions(${object} PRIVATE KIVO_TARGET=${target} KIVO_TARGET_${target}=1)
-    # Kernels are written in terms of vectors: no compiler may turn their tails and loops into something else
-    # that costs more than it saves, and the vector types cross no interface.
+    # Kernels throw nothing and name no unwinder; their vector types cross no interface, so how they would be passed
+    # does not matter.
     target_compile_options(${object} PRIVATE ${KIVO_FLAGS_${target}} -fno-exceptions -Wno-psabi)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND target STREQUAL "Avx512")
       # g++ 12 reports its own AVX-512 header for using undefined vectors on purpose.
