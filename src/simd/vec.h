@@ -32,7 +32,6 @@ constexpr size_t c_uiVec = 16;
 #endif
 
 using U8 [[gnu::vector_size(c_uiVec)]] = uint8_t;
-using I8 [[gnu::vector_size(c_uiVec)]] = int8_t;
 using U16 [[gnu::vector_size(c_uiVec)]] = uint16_t;
 using I16 [[gnu::vector_size(c_uiVec)]] = int16_t;
 using U32 [[gnu::vector_size(c_uiVec)]] = uint32_t;
