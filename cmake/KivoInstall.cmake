@@ -9,10 +9,7 @@ endif()
 install(TARGETS ${kivoInstalled} EXPORT KivoCamUtlTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES include/KivoCamUtl.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-if(EXISTS ${PROJECT_SOURCE_DIR}/include/KivoCamUtl.hpp)
-  install(FILES include/KivoCamUtl.hpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-endif()
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 set(kivoPackageDir ${CMAKE_INSTALL_LIBDIR}/cmake/KivoCamUtl)
 install(EXPORT KivoCamUtlTargets NAMESPACE KivoCamUtl:: DESTINATION ${kivoPackageDir})

@@ -76,6 +76,31 @@ TEST_F(HppFiles, SaveAndLoadRwh) {
   EXPECT_EQ(Bytes(frame->data.begin(), frame->data.end()), Bytes(expected.begin() + 16, expected.end()));
 }
 
+TEST_F(HppFiles, SaveAndLoadSamplesThatShareBytes) {
+  const std::uint32_t code = kivo::findFormat("Mono12p")->code;
+  const Bytes bytes = {0x34, 0xA2, 0xBC, 0x01, 0x20, 0x00, 0xEE, 0xEE};
+  // Rows that end on a byte keep their format.
+  ASSERT_EQ(kivo::saveRwh({bytes.data(), 6, code, 2, 2}, path("a.rwh").c_str()), Errc::Ok);
+  const auto frame = kivo::loadRwh(path("a.rwh").c_str());
+  ASSERT_TRUE(frame) << frame.message();
+  EXPECT_EQ(frame->format, code);
+  EXPECT_EQ(Bytes(frame->data.begin(), frame->data.end()), Bytes(bytes.begin(), bytes.begin() + 6));
+  const auto plain = kivo::unpack(frame->view());
+  ASSERT_TRUE(plain);
+  EXPECT_EQ(Bytes(plain->data.begin(), plain->data.end()), (Bytes{0x34, 2, 0xCA, 0x0B, 1, 0, 2, 0}));
+  EXPECT_EQ(kivo::saveRwh({bytes.data(), 8, code, 3, 1}, path("b.rwh").c_str()), Errc::PartialByte);
+}
+
+TEST_F(HppFiles, SaveWritesLittleEndian) {
+  const Bytes bytes = {1, 2, 3, 4};
+  ASSERT_EQ(kivo::saveRwh({bytes.data(), 4, CAMUTL_PFNC_MONO16, 2, 1, 0, kivo::ByteOrder::Big},
+                          path("a.rwh").c_str()),
+            Errc::Ok);
+  const auto frame = kivo::loadRwh(path("a.rwh").c_str());
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(Bytes(frame->data.begin(), frame->data.end()), (Bytes{2, 1, 4, 3}));
+}
+
 TEST_F(HppFiles, LoadTakesLongRowsAsPadding) {
   const auto frame = kivo::loadRwh(write("a.rwh", rwh(CAMUTL_PFNC_MONO8, 3, 2, 5, 10)).c_str());
   ASSERT_TRUE(frame) << frame.message();
