@@ -60,7 +60,7 @@ constexpr KivoBench::Traffic Entry() {
 // Every ratio of source to destination bytes that a conversion or a reversal has, in lowest terms.
 constexpr KivoBench::Traffic kTable[] = {
     Entry<1, 4>(), Entry<1, 3>(), Entry<3, 4>(), Entry<1, 1>(), Entry<3, 8>(), Entry<1, 2>(),
-    Entry<5, 6>(), Entry<4, 3>(), Entry<2, 3>(), Entry<3, 2>(), Entry<2, 1>(),
+    Entry<5, 6>(), Entry<4, 3>(), Entry<2, 3>(), Entry<3, 2>(), Entry<2, 1>(), Entry<5, 8>(),
 };
 
 }  // namespace

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "works.h"
 
+#include <cstdlib>
 #include <stdexcept>
 
-#include "KivoCamUtl.h"
+#include "KivoCamUtl.hpp"
 #include "support/converters.h"
 
 namespace KivoBench {
@@ -109,12 +110,45 @@ Work ReverseWork(const ReversedFormat &format, const Direction &direction) {
           }};
 }
 
+struct SharedFormat {
+  const char *name;
+  kivo::ByteOrder byte_order;
+};
+
+// One layout of shared bytes serves grey and Bayer frames alike.
+constexpr SharedFormat kSharedFormats[] = {{"Mono10p", kivo::ByteOrder::Little},
+                                           {"Mono12p", kivo::ByteOrder::Little},
+                                           {"Mono10Packed", kivo::ByteOrder::Little},
+                                           {"Mono12Packed", kivo::ByteOrder::Little},
+                                           {"Mono16", kivo::ByteOrder::Big}};
+
+Work UnpackWork(const SharedFormat &shared) {
+  const kivo::Format &format = *kivo::findFormat(shared.name);
+  const std::size_t bits = format.bitsPerPixel();
+  const std::size_t dst_bits = 16;
+  const kivo::ByteOrder byte_order = shared.byte_order;
+  return {"unpack",
+          std::string("kivo::unpackTo ") + shared.name +
+              (byte_order == kivo::ByteOrder::Big ? " big-endian" : ""),
+          {1, 8, 1, 1, 0, false},
+          bits,
+          dst_bits,
+          false,
+          [&format, bits, byte_order](std::uint8_t *dst, const std::uint8_t *src, Geometry geometry) {
+            const std::size_t src_bytes = geometry.pixels() * bits / 8;
+            const kivo::FrameView view = {src, src_bytes, format.code, geometry.width, geometry.height,
+                                          0,   byte_order};
+            if (kivo::unpackTo(dst, geometry.pixels() * dst_bits / 8, view) != kivo::Errc::Ok) std::abort();
+          }};
+}
+
 std::vector<Work> MakeWorks() {
   std::vector<Work> works;
   for (const Converter &converter : KivoTest::AllConverters()) works.push_back(ConverterWork(converter));
   for (const ReversedFormat &format : kReversedFormats) {
     for (const Direction &direction : kDirections) works.push_back(ReverseWork(format, direction));
   }
+  for (const SharedFormat &shared : kSharedFormats) works.push_back(UnpackWork(shared));
   return works;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Everything of the library that turns one frame into another, described for timing.
+// Everything of the library and its C++ layer that turns one frame into another, described for timing.
 #ifndef KIVO_BENCH_WORKS_H
 #define KIVO_BENCH_WORKS_H
 
@@ -15,7 +15,7 @@ namespace KivoBench {
 
 struct Work {
   std::string family;    // works with the same kernel and output: "bayer8-bgra"
-  std::string name;      // the exported function, and for ReverseImg the unit and direction
+  std::string name;      // the function, and for ReverseImg the unit and direction
   Layout layout;         // of the source
   std::size_t src_bits;  // per pixel, as the function walks through them
   std::size_t dst_bits;
@@ -26,7 +26,8 @@ struct Work {
   std::size_t DstBytes(Geometry geometry) const { return geometry.pixels() * dst_bits / 8; }
 };
 
-// All 74 converters in the order of the header, then ReverseImg: every unit in every direction.
+// All 74 converters in the order of the header, then ReverseImg: every unit in every direction; then the C++
+// layer's unpacking.
 const std::vector<Work> &AllWorks();
 
 // By name; throws if there is none.

@@ -29,22 +29,27 @@ inline constexpr std::size_t kStep = 4;
 template <Packing packing, unsigned depth>
 inline constexpr std::size_t kStepBytes = packing == Packing::P &&depth == 10 ? 5 : 6;
 
+/** `bits` in both 32-bit halves of a word. */
+constexpr std::uint64_t twice(std::uint64_t bits) noexcept {
+  return bits | bits << 32;
+}
+
 /** The samples of a step, from its bytes in the low bits to four 16-bit words. */
 template <Packing packing, unsigned depth>
 constexpr std::uint64_t spread(std::uint64_t bytes) noexcept {
+  // Two samples to each half first: then what is to be done is the same in both.
+  constexpr unsigned pair = packing == Packing::P ? 2 * depth : 24;
+  constexpr std::uint64_t mask = (std::uint64_t{1} << pair) - 1;
+  const std::uint64_t pairs = (bytes & mask) | (bytes & mask << pair) << (32 - pair);
   if constexpr (packing == Packing::P) {
-    constexpr std::uint64_t mask = (1U << depth) - 1;
-    return (bytes & mask) | (bytes & mask << depth) << (16 - depth) |
-           (bytes & mask << 2 * depth) << 2 * (16 - depth) | (bytes & mask << 3 * depth) << 3 * (16 - depth);
+    constexpr std::uint64_t sample = (1U << depth) - 1;
+    return (pairs & twice(sample)) | (pairs & twice(sample << depth)) << (16 - depth);
   } else {
     // Of each 3 bytes the outer two hold upper bits, the middle one the lower bits of the first sample from
     // its bit 0 and those of the second from its bit 4.
     constexpr unsigned low = depth - 8;
-    constexpr std::uint64_t mask = (1U << low) - 1;
-    return (bytes & 0xFF) << low | (bytes >> 8 & mask) |                      //
-           (bytes >> 16 & 0xFF) << (16 + low) | (bytes >> 12 & mask) << 16 |  //
-           (bytes >> 24 & 0xFF) << (32 + low) | (bytes >> 32 & mask) << 32 |  //
-           (bytes >> 40 & 0xFF) << (48 + low) | (bytes >> 36 & mask) << 48;
+    constexpr std::uint64_t lower = (1U << low) - 1;
+    return (pairs & twice(0xFF00FF)) << low | (pairs >> 8 & twice(lower)) | (pairs & twice(lower << 12)) << 4;
   }
 }
 
