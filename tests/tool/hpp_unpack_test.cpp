@@ -243,7 +243,8 @@ TEST(HppShift, IsTheDepthsOwnByDefault) {
 TEST(HppShift, ReachesEveryFormatOfWideSamples) {
   for (const kivo::Format &format : kivo::kFormats) {
     SCOPED_TRACE(format.name);
-    const Buffer bytes = Buffer(static_cast<std::size_t>(kivo::frameBytes(format, 8, 4)), 0x5A);
+    Buffer bytes(static_cast<std::size_t>(kivo::frameBytes(format, 8, 4)));
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<std::uint8_t>(i * 59 + 7);
     const FrameView view = {bytes.data(), bytes.size(), format.code, 8, 4};
     kivo::ConvertOptions options;
     for (const int shift : {0, 15}) {
@@ -351,6 +352,8 @@ TEST(HppStretch, SpreadsTheRangeOfTheFrame) {
   EXPECT_EQ(Buffer(frame->data.begin(), frame->data.end()), (Buffer{0, 128, 255, 1}));
   const auto clamped = kivo::stretch(view, {150, 250});
   EXPECT_EQ(Buffer(clamped->data.begin(), clamped->data.end()), (Buffer{0, 128, 255, 0}));
+  const auto next = kivo::stretch(view, {150, 299});  // 50 * 255 / 149 is 85.6; 300 is one too many
+  EXPECT_EQ(Buffer(next->data.begin(), next->data.end()), (Buffer{0, 86, 255, 0}));
   const auto flat = kivo::stretch(view, {200, 200});
   EXPECT_EQ(Buffer(flat->data.begin(), flat->data.end()), (Buffer{0, 0, 255, 0}));
 }
