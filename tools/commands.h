@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "failure.h"
+#include "picture.h"
 #include "raw_input.h"
 
 namespace tool {
@@ -22,18 +23,31 @@ Exit runInfo(const InfoOptions &options);
 // formats: the table of pixel formats.
 void runFormats(bool json);
 
+// convert: raw frames to pictures, one or many. Many fail one by one; the result then tells that some did.
 struct ConvertOptions {
-  InputOptions input;
-  std::string output;
-  std::string to;  // empty: by extension
+  std::vector<std::string> inputs;  // files, folders and patterns; "-" is standard input
+  std::string output;               // a file, a folder or "-"
+  InputOptions input;               // its file is set per file
+  std::string to;                   // empty: by extension, PNG in folders
   kivo::Bayer bayer = kivo::Bayer::Standard;
+  bool bayerGiven = false;
   bool bgr = false;
   bool mirror = false;
   bool flip = false;
   bool anyBayerSize = false;
+  std::string crop;
+  int shift = -1;  // -1: by the format
+  bool autoRange = false;
+  bool raw = false;
+  int pngLevel = kPngLevel;
+  unsigned jobs = 0;  // threads; 0: one for each processor
+  bool resume = false;
+  bool noSync = false;
+  bool quiet = false;
+  bool json = false;
   bool time = false;
 };
-void runConvert(const ConvertOptions &options);
+Exit runConvert(const ConvertOptions &options);
 
 struct ImportOptions {
   InputOptions input;

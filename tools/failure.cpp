@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 namespace tool {
 
@@ -15,6 +16,13 @@ Failure failureOf(kivo::Errc error, const std::string &subject, Exit otherwise) 
     case kivo::Errc::PartialGroup:
     case kivo::Errc::AcpiNeedsBayer8:
     case kivo::Errc::TooLarge:
+    case kivo::Errc::BadShift:
+    case kivo::Errc::NoByteOrder:
+    case kivo::Errc::NoStretch:
+    case kivo::Errc::SharedBytes:
+    case kivo::Errc::CropOutside:
+    case kivo::Errc::SplitGroup:
+    case kivo::Errc::PartialByte:
       otherwise = Exit::Unsupported;
       break;
     default:
@@ -39,14 +47,44 @@ std::string oneLine(const std::string &text) {
   return clean;
 }
 
+namespace {
+
+// Bytes of the UTF-8 character at the start of `text`, 0 when there is none.
+std::size_t utf8Length(std::string_view text) {
+  const auto byte = [text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned first = byte(0);
+  const std::size_t length = first < 0x80                    ? 1
+                             : first >= 0xC2 && first < 0xE0 ? 2
+                             : first >= 0xE0 && first < 0xF0 ? 3
+                             : first >= 0xF0 && first < 0xF5 ? 4
+                                                             : 0;
+  if (length == 0 || length > text.size()) return 0;
+  for (std::size_t i = 1; i < length; ++i)
+    if ((byte(i) & 0xC0U) != 0x80) return 0;
+  if (length < 3) return length;
+  // Overlong forms, surrogates, and what is beyond Unicode.
+  const unsigned both = first << 8 | byte(1);
+  const bool wrong = (both < 0xE0A0 && length == 3) || (both >= 0xEDA0 && both < 0xEE00) ||
+                     (both < 0xF090 && length == 4) || both >= 0xF490;
+  return wrong ? 0 : length;
+}
+
+}  // namespace
+
 std::string jsonString(const std::string &text) {
   std::string quoted = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') quoted += '\\';
-    if (static_cast<unsigned char>(c) < 0x20)
-      quoted += format("\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+  for (std::size_t i = 0; i < text.size();) {
+    const unsigned char byte = static_cast<unsigned char>(text[i]);
+    const std::size_t length = utf8Length(std::string_view(text).substr(i));
+    if (length == 0)
+      quoted += format("\\udc%02x", static_cast<unsigned>(byte));
+    else if (byte < 0x20)
+      quoted += format("\\u%04x", static_cast<unsigned>(byte));
+    else if (byte == '"' || byte == '\\')
+      quoted.append({'\\', text[i]});
     else
-      quoted += c;
+      quoted.append(text, i, length);
+    i += length == 0 ? 1 : length;
   }
   return quoted + '"';
 }

@@ -14,6 +14,7 @@ enum class Exit : int {
   Input = 2,        // an input cannot be read or is not what it claims to be
   Output = 3,       // an output cannot be written
   Unsupported = 4,  // a pixel format, or a conversion of it, that does not exist
+  Some = 5,         // some of several files failed, the others are done
 };
 
 // The reason why a command gives up. what() reads "<subject>: <what is wrong>", one line.
@@ -37,7 +38,8 @@ std::string withErrno(const std::string &what, int error);
 // `text` with control characters made visible, so that a message stays one line whatever a file is called.
 std::string oneLine(const std::string &text);
 
-// `text` as a JSON string, quotes included.
+// `text` as a JSON string, quotes included. Bytes that are no UTF-8 become lone surrogates, U+DC80 to U+DCFF,
+// from which a reader can tell the name of the file.
 std::string jsonString(const std::string &text);
 
 // printf into a string.

@@ -14,7 +14,8 @@ using tool::Exit;
 
 const char kExitCodes[] =
     "Exit codes: 0 done; 1 the command line makes no sense; 2 an input cannot be read or is not what it claims;\n"
-    "3 the output cannot be written (nothing is left behind); 4 a format, size or conversion that does not exist.";
+    "3 the output cannot be written (nothing is left behind); 4 a format, size or conversion that does not exist;\n"
+    "5 some of several files failed, the others are done.";
 
 void addHeaderlessOptions(CLI::App &command, tool::InputOptions &input) {
   const char *group = "Headerless input";
@@ -30,6 +31,10 @@ void addHeaderlessOptions(CLI::App &command, tool::InputOptions &input) {
   command.add_option("--offset", input.offset, "Bytes in front of the frame to skip")
       ->type_name("N")
       ->group(group);
+}
+
+void addSwapBytes(CLI::App &command, tool::InputOptions &input) {
+  command.add_flag("--swap-bytes", input.swapBytes, "16-bit samples arrive high byte first");
 }
 
 CLI::App *addCommand(CLI::App &app, const char *name, const char *summary, const std::string &examples) {
@@ -76,51 +81,130 @@ void addFormats(CLI::App &app, Options &all) {
   command->callback([&all] { tool::runFormats(all.formatsJson); });
 }
 
+void addConvertFiles(CLI::App &command, tool::ConvertOptions &options) {
+  const char *group = "Files";
+  command
+      .add_option(
+          "PATH", options.inputs,
+          "IN... OUT: RWH files, folders with such, patterns or - (standard input); then the picture or the\n"
+          "folder to write, or - (standard output)")
+      ->type_name("")
+      ->required();
+  command.add_option("-o,--output", options.output, "OUT; what else is named is an input")
+      ->type_name("OUT")
+      ->group(group);
+  command
+      .add_option("--to", options.to,
+                  "Type of OUT: png, ppm, pgm or bmp (default: its extension; png in folders)")
+      ->type_name("TYPE")
+      ->group(group);
+  command.add_option("--png-level", options.pngLevel, "Compression of PNG, 0 (none) to 9 (slow)")
+      ->type_name("N")
+      ->check(CLI::Range(0, 9))
+      ->capture_default_str()
+      ->group(group);
+  command.add_option("-j,--jobs", options.jobs, "Files at a time (default: one for each processor)")
+      ->type_name("N")
+      ->check(CLI::Range(1U, 256U))
+      ->group(group);
+  command
+      .add_flag("--resume", options.resume,
+                "Leave out what is there already, whole and not older than its input")
+      ->group(group);
+  command
+      .add_flag("--no-sync", options.noSync,
+                "Do not wait for the disk: faster, but a power cut may leave files that are not whole")
+      ->group(group);
+  command.add_flag("-q,--quiet", options.quiet, "No progress, no summary, no notes")->group(group);
+  command.add_flag("--json", options.json, "One JSON object a line for each file, and one for all")
+      ->group(group);
+  command
+      .add_flag("--time", options.time,
+                "Print format, size, converter and the milliseconds of one conversion (median of 9, warm)")
+      ->group(group);
+}
+
+void addConvertSamples(CLI::App &command, tool::ConvertOptions &options, std::string &bayer) {
+  const char *group = "What is done to the samples, in this order";
+  command.add_option("--crop", options.crop, "This region only, as if the camera had delivered no more")
+      ->type_name("WxH+X+Y")
+      ->group(group);
+  command.add_flag("--mirror", options.mirror, "Left to right, on the raw samples")->group(group);
+  command.add_flag("--flip", options.flip, "Top to bottom, on the raw samples")->group(group);
+  command
+      .add_flag("--auto-range", options.autoRange,
+                "Spread the samples of each frame over the whole range from black to white")
+      ->group(group);
+  command
+      .add_option(
+          "--shift", options.shift,
+          "Bits that wide samples lose at the lower end; what is above 8 bits wraps (default: depth - 8)")
+      ->type_name("N")
+      ->check(CLI::Range(0, 15))
+      ->group(group);
+  command
+      .add_option(
+          "--bayer", bayer,
+          "Bayer frames: standard (means of neighbours), acpi (adaptive, 8 bits only) or off (grey mosaic)")
+      ->type_name("MODE")
+      ->capture_default_str()
+      ->group(group);
+  command.add_flag("--any-size", options.anyBayerSize, "Demosaic frames of odd or tiny size too")
+      ->group(group);
+  command.add_flag("--bgr", options.bgr, "Use the 24-bit converter (a BMP then has 24 bits, not 32)")
+      ->group(group);
+  command
+      .add_flag("--raw", options.raw,
+                "No conversion: the samples as they are, in a PNG, PGM or PPM of 8 or 16 bits")
+      ->group(group);
+}
+
 void addConvert(CLI::App &app, Options &all) {
   CLI::App *command =
-      addCommand(app, "convert", "Turn a raw frame into a BMP, PNG or PPM picture",
+      addCommand(app, "convert", "Turn raw frames into BMP, PNG, PPM or PGM pictures",
                  "  kivocam convert frame.rwh frame.png\n"
                  "  kivocam convert frame.rwh frame.bmp --bayer acpi --bgr\n"
                  "  kivocam convert frame.raw out.png --format BayerRG8 --size 640x480 --stride 704\n"
-                 "  kivocam convert frame.raw out.ppm --format 0x0210001F --size 640x480 --mirror\n");
+                 "  kivocam convert dark.rwh dark.png --crop 640x480+16+8 --auto-range --bayer acpi\n"
+                 "  kivocam convert frame.rwh samples.pgm --raw\n"
+                 "  kivocam convert archive/ pictures/ -j 8\n"
+                 "  kivocam convert archive/ pictures/ --resume\n"
+                 "  kivocam convert 'day*/' extra.rwh -o pictures/ --to bmp --json\n"
+                 "  zcat frame.rwh.gz | kivocam convert - - --to ppm | display -\n");
   tool::ConvertOptions &options = all.convert;
-  command->add_option("IN", options.input.file, "RWH file, or headerless frame with --format and --size")
-      ->required();
-  command->add_option("OUT", options.output, "Picture to write, whole or not at all")->required();
-  addPictureType(*command, options.to);
-  command
-      ->add_option(
-          "--bayer", all.bayer,
-          "Bayer frames: standard (means of neighbours), acpi (adaptive, 8 bits only) or off (grey mosaic)")
-      ->type_name("MODE")
-      ->capture_default_str();
-  command->add_flag("--bgr", options.bgr, "Use the 24-bit converter (a BMP then has 24 bits, not 32)");
-  command->add_flag("--mirror", options.mirror, "Left to right, on the raw samples");
-  command->add_flag("--flip", options.flip, "Top to bottom, on the raw samples");
-  command->add_flag("--any-size", options.anyBayerSize, "Demosaic frames of odd or tiny size too");
-  command->add_flag(
-      "--time", options.time,
-      "Print format, size, converter and the milliseconds of one conversion (median of 9, warm)");
+  addConvertFiles(*command, options);
+  addConvertSamples(*command, options, all.bayer);
   addHeaderlessOptions(*command, options.input);
-  command->callback([&all] {
+  addSwapBytes(*command, options.input);
+  command->callback([&all, command] {
+    tool::ConvertOptions &convert = all.convert;
+    if (convert.output.empty()) {
+      if (convert.inputs.size() < 2) throw CLI::RequiredError("OUT");
+      convert.output = convert.inputs.back();
+      convert.inputs.pop_back();
+    }
     if (all.bayer == "standard")
-      all.convert.bayer = kivo::Bayer::Standard;
+      convert.bayer = kivo::Bayer::Standard;
     else if (all.bayer == "acpi")
-      all.convert.bayer = kivo::Bayer::Acpi;
+      convert.bayer = kivo::Bayer::Acpi;
     else if (all.bayer == "off")
-      all.convert.bayer = kivo::Bayer::Off;
+      convert.bayer = kivo::Bayer::Off;
     else
       throw tool::Failure(Exit::Usage, "--bayer", "'" + all.bayer + "' is not standard, acpi or off");
-    tool::runConvert(all.convert);
+    convert.bayerGiven = command->count("--bayer") != 0;
+    all.result = tool::runConvert(convert);
   });
 }
 
 void addImport(CLI::App &app, Options &all) {
-  CLI::App *command = addCommand(app, "import", "Put the header of an RWH file before a headerless frame",
-                                 "  kivocam import frame.raw frame.rwh --format BayerRG8 --size 640x480\n");
-  command->add_option("RAW", all.import.input.file, "Headerless frame")->required();
+  CLI::App *command =
+      addCommand(app, "import", "Put the header of an RWH file before a headerless frame",
+                 "  kivocam import frame.raw frame.rwh --format BayerRG8 --size 640x480\n"
+                 "  kivocam import big.raw little.rwh --format Mono16 --size 640x480 --swap-bytes\n");
+  command->add_option("RAW", all.import.input.file, "Headerless frame, or - (standard input)")->required();
   command->add_option("OUT", all.import.output, "RWH file to write, with packed rows")->required();
   addHeaderlessOptions(*command, all.import.input);
+  addSwapBytes(*command, all.import.input);
   command->callback([&all] { tool::runImport(all.import); });
 }
 
@@ -211,6 +295,7 @@ int run(int argc, char **argv) {
       "Examples:\n"
       "  kivocam convert frame.rwh frame.png\n"
       "  kivocam convert frame.raw frame.png --format BayerRG8 --size 1920x1080\n"
+      "  kivocam convert archive/ pictures/\n"
       "  kivocam convert --help\n\n" +
       std::string(kExitCodes));
   addInfo(app, all);

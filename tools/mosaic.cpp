@@ -3,6 +3,7 @@
 //   Y = 0.299 R + 0.587 G + 0.114 B, U = (B - Y) / 1.772 + 128, V = (R - Y) / 1.402 + 128,
 // rounded; a group's chroma is that of its mean colour. Wide samples repeat the upper bits of the byte below
 // it, so that 0 and 255 become the ends of the wide range and the converters' shift gives the byte back.
+// Where samples share bytes they are packed at the end.
 #include "mosaic.h"
 
 #include <cmath>
@@ -69,9 +70,44 @@ void putGroup(SampleWriter &writer, const Byte *rgb, unsigned pixels) {
   if (beforeV == pixels) writer.put(rounded((mean[0] - y) / 1.402 + 128));
 }
 
+// Samples of 16-bit words to the bytes that they share: the frame is one run, whatever its width.
+void pack(Byte *to, const Byte *words, std::uint64_t samples, const kivo::Format &format) {
+  const auto sampleAt = [words](std::uint64_t i) { return words[2 * i] | unsigned{words[2 * i + 1]} << 8; };
+  if (format.packing == kivo::Packing::P) {
+    std::uint32_t waiting = 0;
+    unsigned bits = 0;
+    for (std::uint64_t i = 0; i < samples; ++i) {
+      waiting |= sampleAt(i) << bits;
+      for (bits += format.depth; bits >= 8; bits -= 8, waiting >>= 8) *to++ = static_cast<Byte>(waiting);
+    }
+    if (bits != 0) *to = static_cast<Byte>(waiting);
+    return;
+  }
+  const unsigned low = format.depth - 8U;
+  const unsigned mask = (1U << low) - 1;
+  for (std::uint64_t i = 0; i < samples; i += 2) {
+    const unsigned first = sampleAt(i);
+    const bool pair = i + 1 < samples;
+    const unsigned second = pair ? sampleAt(i + 1) : 0;
+    *to++ = static_cast<Byte>(first >> low);
+    *to++ = static_cast<Byte>((first & mask) | (second & mask) << 4);
+    if (pair) *to++ = static_cast<Byte>(second >> low);
+  }
+}
+
+kivo::Frame packed(const kivo::Frame &plain, const kivo::Format &format, const std::string &subject) {
+  kivo::Frame frame{{}, format.code, plain.width, plain.height, 0};
+  if (!frame.data.allocate(static_cast<std::size_t>(kivo::frameBytes(format, plain.width, plain.height))))
+    throw failureOf(kivo::Errc::OutOfMemory, subject, Exit::Input);
+  pack(frame.data.data(), plain.data.data(), std::uint64_t{plain.width} * plain.height, format);
+  return frame;
+}
+
 }  // namespace
 
 kivo::Frame makeFrame(const Picture &picture, const kivo::Format &format, const std::string &subject) {
+  if (format.packing != kivo::Packing::None)
+    return packed(makeFrame(picture, *kivo::findFormat(format.unpacked), subject), format, subject);
   if (picture.width % format.groupPixels != 0)
     throw failureOf(kivo::Errc::PartialGroup, subject, Exit::Unsupported);
   kivo::Frame frame;

@@ -1,60 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
-#include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
+#include <mutex>
+#include <set>
 
 #include "failure.h"
 
 namespace tool {
 namespace {
 
-// What a signal has to remove; empty when there is nothing. Written only while the signals are blocked.
-char s_pending[4096];
+const char kPrefix[] = ".kivocam-";
+std::atomic<bool> s_durable{true};
 
-const int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
-
-extern "C" void removePending(int signal) {
-  if (s_pending[0] != '\0') ::unlink(s_pending);
-  struct sigaction byDefault = {};
-  byDefault.sa_handler = SIG_DFL;
-  ::sigaction(signal, &byDefault, nullptr);
-  ::raise(signal);
-}
-
-// Keeps the signals away while the file and its entry in s_pending change together.
-class SignalsBlocked {
- public:
-  SignalsBlocked() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : kSignals) sigaddset(&set, signal);
-    ::sigprocmask(SIG_BLOCK, &set, &before_);
-  }
-  ~SignalsBlocked() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
-  SignalsBlocked(const SignalsBlocked &) = delete;
-  SignalsBlocked &operator=(const SignalsBlocked &) = delete;
-
- private:
-  sigset_t before_;
-};
-
-void installHandlers() {
-  for (const int signal : kSignals) {
-    struct sigaction now = {};
-    // Whoever started us with a signal ignored (nohup) means it.
-    if (::sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN) continue;
-    struct sigaction action = {};
-    action.sa_handler = removePending;
-    sigemptyset(&action.sa_mask);
-    ::sigaction(signal, &action, nullptr);
-  }
+std::string newHiddenName(const std::string &directory) {
+  static std::atomic<unsigned> s_count{0};
+  return directory + kPrefix + format("%ld-%u", static_cast<long>(::getpid()), s_count++);
 }
 
 std::string resolved(const std::string &path) {
@@ -64,7 +33,41 @@ std::string resolved(const std::string &path) {
   return failed ? path : target.string();
 }
 
+std::string ownName(int file) {
+  return format("/proc/self/fd/%d", file);
+}
+
+// Whoever writes a temporary file holds its lock, and death lets go of it, in whatever container: a file
+// whose lock is free belongs to nobody.
+void removeIfStale(int directory, const char *name) {
+  const int file = ::openat(directory, name, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
+  if (file < 0) return;
+  if (::flock(file, LOCK_EX | LOCK_NB) == 0) ::unlinkat(directory, name, 0);
+  ::close(file);
+}
+
+// Once for each directory: a run does not meet its own leftovers.
+void removeStale(const std::string &directory) {
+  static std::mutex s_mutex;
+  static std::set<std::string> s_seen;
+  const std::lock_guard<std::mutex> lock(s_mutex);
+  if (!s_seen.insert(directory).second) return;
+  DIR *list = ::opendir(directory.empty() ? "." : directory.c_str());
+  if (list == nullptr) return;
+  while (const dirent *entry = ::readdir(list))
+    if (isTemporaryName(entry->d_name)) removeIfStale(::dirfd(list), entry->d_name);
+  ::closedir(list);
+}
+
 }  // namespace
+
+bool isTemporaryName(const std::string &fileName) {
+  return fileName.rfind(kPrefix, 0) == 0;
+}
+
+void OutputFile::setDurable(bool durable) noexcept {
+  s_durable = durable;
+}
 
 OutputFile::OutputFile(const std::string &path) : path_(path), target_(resolved(path)) {
   struct stat info = {};
@@ -72,58 +75,94 @@ OutputFile::OutputFile(const std::string &path) : path_(path), target_(resolved(
     throw Failure(Exit::Output, path_, S_ISDIR(info.st_mode) ? "is a directory" : "is not a regular file");
   std::string directory = std::filesystem::path(target_).parent_path().string();
   if (!directory.empty() && directory.back() != '/') directory += '/';
+  removeStale(directory);
+  if (!createUnnamed(directory)) createNamed(directory);
+}
 
+bool OutputFile::createUnnamed(const std::string &directory) {
+  // The name of an unnamed file comes from /proc, which a bare root may lack.
+  file_ = ::open(directory.empty() ? "." : directory.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+  if (file_ < 0) return false;
+  openName_ = ownName(file_);
+  if (::access(openName_.c_str(), F_OK) == 0) return true;
+  ::close(file_);
+  file_ = -1;
+  return false;
+}
+
+void OutputFile::createNamed(const std::string &directory) {
   installHandlers();
   const SignalsBlocked blocked;
   for (unsigned attempt = 0;; ++attempt) {
-    temporary_ = directory + format(".kivocam-%ld-%u", static_cast<long>(::getpid()), attempt);
-    if (temporary_.size() >= sizeof s_pending) fail(ENAMETOOLONG);
-    const int file = ::open(temporary_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-    if (file < 0 && errno == EEXIST && attempt < 100) continue;
-    if (file < 0) fail(errno);
-    ::close(file);
-    std::memcpy(s_pending, temporary_.c_str(), temporary_.size() + 1);
-    return;
+    const std::string name = newHiddenName(directory);
+    file_ = ::open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+    if (file_ < 0 && errno == EEXIST && attempt < 100) continue;
+    if (file_ < 0) fail(errno);
+    // Between its creation and its lock another run may have taken the file for a leftover.
+    struct stat info = {};
+    const bool ours = ::flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+    if ((ours && ::fstat(file_, &info) == 0 && info.st_nlink != 0) || attempt >= 100) {
+      hidden_ = openName_ = name;
+      removal_.watch(hidden_);
+      return;
+    }
+    ::close(file_);
   }
 }
 
 OutputFile::~OutputFile() {
-  if (temporary_.empty()) return;
-  const SignalsBlocked blocked;
-  ::unlink(temporary_.c_str());
-  s_pending[0] = '\0';
+  if (!hidden_.empty()) {
+    const SignalsBlocked blocked;
+    ::unlink(hidden_.c_str());
+    removal_.release();
+  }
+  if (file_ >= 0) ::close(file_);
 }
 
 void OutputFile::fail(int error) const {
   throw Failure(Exit::Output, path_, withErrno("cannot be written", error));
 }
 
-std::FILE *OutputFile::open() {
-  std::FILE *stream = std::fopen(temporary_.c_str(), "wb");
-  if (stream == nullptr) fail(errno);
-  return stream;
+int OutputFile::drain(const std::uint8_t *data, std::size_t size) noexcept {
+  return writeAll(file_, data, size);
 }
 
-void OutputFile::close(std::FILE *stream, bool good) {
-  int error = good ? 0 : errno;
-  errno = 0;
-  if (std::fflush(stream) != 0 || std::ferror(stream) != 0) good = false;
-  if (error == 0) error = errno;
-  if (std::fclose(stream) != 0) good = false;
-  if (error == 0) error = errno;
-  if (!good) fail(error == 0 ? EIO : error);
-}
-
-void OutputFile::write(const void *data, std::size_t size) {
-  std::FILE *stream = open();
-  close(stream, std::fwrite(data, 1, size, stream) == size);
+// An unnamed file cannot replace another: where there is one, it takes a hidden name first.
+void OutputFile::link() {
+  const auto linkAs = [this](const std::string &name) {
+    return ::linkat(AT_FDCWD, openName_.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
+  };
+  int error = linkAs(target_);
+  if (error == 0) return;
+  if (error != EEXIST) fail(error);
+  // The lock says to other runs that the hidden name is no leftover.
+  ::flock(file_, LOCK_EX | LOCK_NB);
+  std::string directory = std::filesystem::path(target_).parent_path().string();
+  if (!directory.empty() && directory.back() != '/') directory += '/';
+  for (unsigned attempt = 0; error == EEXIST && attempt < 100; ++attempt) {
+    const std::string name = newHiddenName(directory);
+    error = linkAs(name);
+    if (error == 0) hidden_ = name;
+  }
+  if (error != 0) fail(error);
+  removal_.watch(hidden_);
 }
 
 void OutputFile::commit() {
+  finish();
+  if (s_durable && ::fdatasync(file_) != 0 && errno != EINVAL && errno != ENOSYS) fail(errno);
+  installHandlers();
   const SignalsBlocked blocked;
-  if (::rename(temporary_.c_str(), target_.c_str()) != 0) fail(errno);
-  temporary_.clear();
-  s_pending[0] = '\0';
+  if (hidden_.empty()) link();
+  if (!hidden_.empty()) {
+    if (::rename(hidden_.c_str(), target_.c_str()) != 0) fail(errno);
+    hidden_.clear();
+    removal_.release();
+  }
+  const int closed = ::close(file_);
+  file_ = -1;
+  // Network file systems may notice only now that a disk is full.
+  if (closed != 0 && errno != EINTR) fail(errno);
 }
 
 }  // namespace tool

@@ -2,47 +2,52 @@
 // Output that is either whole or absent.
 #pragma once
 
-#include <cstddef>
-#include <cstdio>
 #include <string>
+
+#include "byte_sink.h"
+#include "interrupt.h"
 
 namespace tool {
 
-// A file that is written under a temporary name in the directory of its final name, and takes that name only
-// when it is complete. Until commit() the destructor removes it, and so do SIGINT, SIGTERM and SIGHUP. One
-// exists at a time.
-class OutputFile {
+// A file that has no name until commit() gives it its own, once it is complete and on the disk. Where the
+// file system cannot do that it has a hidden temporary name in the directory of its final one, which the
+// destructor removes, and so do SIGINT, SIGTERM and SIGHUP; what SIGKILL leaves the next run removes.
+// Different threads may write different files.
+class OutputFile : public ByteSink {
  public:
-  // Creates the temporary file. Throws Failure when that is impossible or `path` is something other than a
-  // file.
+  // Throws Failure when nothing can be written there or `path` is something other than a file.
   explicit OutputFile(const std::string &path);
-  ~OutputFile();
-  OutputFile(const OutputFile &) = delete;
-  OutputFile &operator=(const OutputFile &) = delete;
+  ~OutputFile() override;
 
-  // For writers that open a file by name; the name exists and is empty.
-  const char *temporaryName() const noexcept { return temporary_.c_str(); }
+  // For writers that open a file by name: it exists and is empty.
+  const char *temporaryName() const noexcept { return openName_.c_str(); }
   const std::string &path() const noexcept { return path_; }
 
-  // The whole content in one go. Throws Failure when not every byte arrives.
-  void write(const void *data, std::size_t size);
-
-  // Opens the temporary file for a writer that wants a stream. Throws Failure.
-  std::FILE *open();
-  // Closes what open() gave; `good` tells whether the writer was content; if
-  // not, errno still says why. Throws Failure when anything was
-  // lost.
-  void close(std::FILE *stream, bool good);
+  // Without it a power cut may leave a file of this name that is not whole. On by default.
+  static void setDurable(bool durable) noexcept;
 
   // Gives the file its final name. Throws Failure.
   void commit();
 
+  [[noreturn]] void fail(int error) const override;
+
+ protected:
+  int drain(const std::uint8_t *data, std::size_t size) noexcept override;
+
  private:
-  [[noreturn]] void fail(int error) const;
+  bool createUnnamed(const std::string &directory);
+  void createNamed(const std::string &directory);
+  void link();
 
   std::string path_;
-  std::string target_;  // path_ with symbolic links resolved
-  std::string temporary_;
+  std::string target_;    // path_ with symbolic links resolved
+  std::string hidden_;    // the temporary name, empty where there is none
+  std::string openName_;  // under which the file can be opened
+  Removal removal_;       // of hidden_
+  int file_ = -1;
 };
+
+// Whether a file is called as OutputFile calls temporary ones.
+bool isTemporaryName(const std::string &fileName);
 
 }  // namespace tool

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <new>
 
 #include "failure.h"
 #include "output_file.h"
@@ -51,7 +52,7 @@ void checkPictureSize(const std::string &path, std::uint64_t width, std::uint64_
                          width, height, kMostPixels));
 }
 
-PictureType pictureType(const std::string &path, const std::string &to) {
+PictureType pictureType(const std::string &path, const std::string &to, bool canBeGrey) {
   std::string name = to;
   if (name.empty()) {
     name = std::filesystem::path(path).extension().string();
@@ -59,11 +60,14 @@ PictureType pictureType(const std::string &path, const std::string &to) {
   }
   if (kivo::detail::sameName(name, "png")) return PictureType::Png;
   if (kivo::detail::sameName(name, "ppm")) return PictureType::Ppm;
+  if (canBeGrey && kivo::detail::sameName(name, "pgm")) return PictureType::Pgm;
   if (kivo::detail::sameName(name, "bmp")) return PictureType::Bmp;
-  if (!to.empty()) throw Failure(Exit::Usage, "--to", "'" + to + "' is not png, ppm or bmp");
+  const std::string pgm = canBeGrey ? ", pgm" : "";
+  if (!to.empty()) throw Failure(Exit::Usage, "--to", "'" + to + "' is not png, ppm" + pgm + " or bmp");
   std::error_code failed;
   if (std::filesystem::is_directory(path, failed)) throw Failure(Exit::Output, path, "is a directory");
-  throw Failure(Exit::Usage, path, "name it .png, .ppm or .bmp, or say --to");
+  throw Failure(Exit::Usage, path,
+                "name it .png, .ppm" + std::string(canBeGrey ? ", .pgm" : "") + " or .bmp, or say --to");
 }
 
 Picture loadPicture(const std::string &path) {
@@ -74,17 +78,41 @@ Picture loadPicture(const std::string &path) {
   throw Failure(Exit::Input, path, "is not a PNG, binary PPM or PGM, or BMP picture");
 }
 
+namespace {
+
+// Bottom row or not, a BMP has B, G, R.
+kivo::Image imageOf(const Picture &picture) {
+  kivo::Image image;
+  image.width = picture.width;
+  image.height = picture.height;
+  image.kind = kivo::Output::Bgr;
+  if (!image.pixels.allocate(picture.rgb.size())) throw std::bad_alloc();
+  for (std::size_t i = 0; i < picture.rgb.size(); i += 3) {
+    image.pixels[i] = picture.rgb[i + 2];
+    image.pixels[i + 1] = picture.rgb[i + 1];
+    image.pixels[i + 2] = picture.rgb[i];
+  }
+  return image;
+}
+
+}  // namespace
+
+Rows rowsOf(const Picture &picture) {
+  return {picture.width, picture.height, 3, 8,
+          [&picture](std::uint32_t y, std::uint8_t *) { return picture.pixel(0, y); }};
+}
+
 void savePicture(const Picture &picture, const std::string &path, PictureType type) {
   OutputFile file(path);
   switch (type) {
     case PictureType::Png:
-      encodePng(picture, file);
-      break;
-    case PictureType::Ppm:
-      encodePpm(picture, file);
+      encodePng(rowsOf(picture), file);
       break;
     case PictureType::Bmp:
-      encodeBmp(picture, file);
+      encodeBmp(imageOf(picture), file);
+      break;
+    default:
+      encodePnm(rowsOf(picture), file);
       break;
   }
   file.commit();

@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pictures in display form: 8-bit RGB, and the three file formats that the tool reads and writes.
+// Pictures in display form: 8-bit RGB, and the file formats that the tool reads and writes.
 #pragma once
 
+#include <KivoCamUtl.hpp>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
 namespace tool {
 
-class OutputFile;
+class ByteSink;
 
 struct Picture {
   std::uint32_t width = 0;
@@ -26,10 +28,27 @@ struct Picture {
   }
 };
 
-enum class PictureType { Png, Ppm, Bmp };
+enum class PictureType { Png, Ppm, Pgm, Bmp };
 
-// The type that `--to` names, or else the extension of `path`. Throws Failure.
-PictureType pictureType(const std::string &path, const std::string &to);
+// What the PNG and PNM writers write, row by row: grey or R, G, B samples of 8 bits, or of 16 with the high
+// byte first.
+struct Rows {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+  unsigned channels = 3;  // 1 or 3
+  unsigned bits = 8;      // 8 or 16
+  // Row y, either in memory of its own or in `space`, which has room for a row.
+  std::function<const std::uint8_t *(std::uint32_t y, std::uint8_t *space)> row;
+
+  std::size_t rowBytes() const noexcept { return std::size_t{width} * channels * (bits / 8); }
+};
+
+// The fastest that still compresses photographs.
+inline constexpr int kPngLevel = 1;
+
+// The type that `--to` names, or else the extension of `path`; PGM where the picture can be grey. Throws
+// Failure.
+PictureType pictureType(const std::string &path, const std::string &to, bool canBeGrey = false);
 
 // Reads a PNG, binary PPM or PGM, or uncompressed BMP file, whatever it is called. Throws Failure.
 Picture loadPicture(const std::string &path);
@@ -42,9 +61,12 @@ Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file
 Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file);
 Picture decodeBmp(const std::string &path, const std::vector<std::uint8_t> &file);
 
-void encodePng(const Picture &picture, OutputFile &file);
-void encodePpm(const Picture &picture, OutputFile &file);
-void encodeBmp(const Picture &picture, OutputFile &file);
+// The writers leave finish() to their caller. Throw Failure.
+void encodePng(const Rows &rows, ByteSink &sink, int level = kPngLevel);
+void encodePnm(const Rows &rows, ByteSink &sink);
+void encodeBmp(const kivo::Image &image, ByteSink &sink);
+
+Rows rowsOf(const Picture &picture);
 
 // Throws Failure for an empty picture and for one of more pixels than anybody's camera has.
 void checkPictureSize(const std::string &path, std::uint64_t width, std::uint64_t height);

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Uncompressed BMP: 8 bits with a palette, 24 and 32 bits.
 #include <cinttypes>
+#include <iterator>
 
+#include "byte_sink.h"
 #include "failure.h"
-#include "output_file.h"
 #include "picture.h"
 
 namespace tool {
 namespace {
+
+constexpr std::uint32_t kHeaderBytes = 54;
 
 std::uint32_t word16(const std::uint8_t *at) {
   return at[0] | static_cast<std::uint32_t>(at[1]) << 8;
@@ -55,19 +58,37 @@ Picture decodeBmp(const std::string &path, const std::vector<std::uint8_t> &file
   return picture;
 }
 
-void encodeBmp(const Picture &picture, OutputFile &file) {
-  kivo::Image image;
-  image.width = picture.width;
-  image.height = picture.height;
-  image.kind = kivo::Output::Bgr;
-  if (!image.pixels.allocate(picture.rgb.size())) throw std::bad_alloc();
-  for (std::size_t i = 0; i < picture.rgb.size(); i += 3) {
-    image.pixels[i] = picture.rgb[i + 2];
-    image.pixels[i + 1] = picture.rgb[i + 1];
-    image.pixels[i + 2] = picture.rgb[i];
+// The same bytes as SaveBmpARGB() and SaveBmpRGB() write, for destinations that have no name.
+void encodeBmp(const kivo::Image &image, ByteSink &sink) {
+  const std::uint64_t pixels = std::uint64_t{image.width} * image.channels();
+  const std::uint64_t row = (pixels + 3) / 4 * 4;
+  if (image.height > INT32_MAX || image.width > INT32_MAX || row * image.height > UINT32_MAX - kHeaderBytes)
+    throw Failure(Exit::Unsupported, "BMP",
+                  format("%" PRIu32 " x %" PRIu32 " pixels are too many for this file format", image.width,
+                         image.height));
+  const std::uint32_t bytes = static_cast<std::uint32_t>(row * image.height);
+  const std::uint32_t words[] = {kHeaderBytes + bytes,
+                                 0,
+                                 kHeaderBytes,
+                                 40,
+                                 image.width,
+                                 image.height,
+                                 1U | static_cast<std::uint32_t>(8 * image.channels()) << 16,
+                                 0,
+                                 bytes,
+                                 0,
+                                 0,
+                                 0,
+                                 0};
+  std::uint8_t header[kHeaderBytes] = {'B', 'M'};
+  for (std::size_t i = 0; i < std::size(words); ++i)
+    for (unsigned b = 0; b < 4; ++b) header[2 + 4 * i + b] = static_cast<std::uint8_t>(words[i] >> 8 * b);
+  sink.write(header, sizeof header);
+  const std::uint8_t padding[4] = {};
+  for (std::uint32_t y = image.height; y-- != 0;) {
+    sink.write(image.row(y), static_cast<std::size_t>(pixels));
+    if (row != pixels) sink.write(padding, static_cast<std::size_t>(row - pixels));
   }
-  const kivo::Errc error = kivo::saveBmp(image, file.temporaryName());
-  if (error != kivo::Errc::Ok) throw failureOf(error, file.path(), Exit::Output);
 }
 
 }  // namespace tool

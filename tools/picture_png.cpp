@@ -2,12 +2,12 @@
 // PNG through libpng. Sixteen bits a channel are reduced to eight; transparency is dropped.
 #include <png.h>
 
-#include <cerrno>
 #include <csetjmp>
 #include <cstring>
+#include <new>
 
+#include "byte_sink.h"
 #include "failure.h"
-#include "output_file.h"
 #include "picture.h"
 
 namespace tool {
@@ -102,16 +102,69 @@ Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file
   return picture;
 }
 
-void encodePng(const Picture &picture, OutputFile &file) {
-  png_image image = {};
-  image.version = PNG_IMAGE_VERSION;
-  image.width = picture.width;
-  image.height = picture.height;
-  image.format = PNG_FORMAT_RGB;
-  std::FILE *stream = file.open();
-  errno = 0;
-  const int good = png_image_write_to_stdio(&image, stream, 0, picture.rgb.data(), 0, nullptr);
-  file.close(stream, good != 0);
+namespace {
+
+void putBytes(png_structp png, png_bytep data, std::size_t size) {
+  if (!static_cast<ByteSink *>(png_get_io_ptr(png))->put(data, size)) png_error(png, "cannot be written");
+}
+
+void flushNothing(png_structp) {}
+
+struct Encoder {
+  png_structp png;
+  png_infop info = nullptr;
+
+  explicit Encoder(Reader &messages)
+      : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &messages, onError, onWarning)) {
+    if (png != nullptr) info = png_create_info_struct(png);
+  }
+  ~Encoder() { png_destroy_write_struct(&png, &info); }
+  Encoder(const Encoder &) = delete;
+  Encoder &operator=(const Encoder &) = delete;
+};
+
+// One filter for all rows: choosing one for each costs more time than it saves bytes.
+bool beginPng(png_structp png, png_infop info, const Rows &rows, int level) {
+  if (setjmp(png_jmpbuf(png)) != 0) return false;
+  png_set_IHDR(png, info, rows.width, rows.height, static_cast<int>(rows.bits),
+               rows.channels == 1 ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+               PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_set_filter(png, PNG_FILTER_TYPE_BASE,
+                 level == 0  ? PNG_FILTER_NONE
+                 : level < 6 ? PNG_FILTER_SUB
+                             : PNG_ALL_FILTERS);
+  png_set_compression_level(png, level);
+  png_set_compression_buffer_size(png, std::size_t{64} << 10);
+  png_write_info(png, info);
+  return true;
+}
+
+bool writeRow(png_structp png, png_const_bytep row) {
+  if (setjmp(png_jmpbuf(png)) != 0) return false;
+  png_write_row(png, row);
+  return true;
+}
+
+bool endPng(png_structp png, png_infop info) {
+  if (setjmp(png_jmpbuf(png)) != 0) return false;
+  png_write_end(png, info);
+  return true;
+}
+
+}  // namespace
+
+void encodePng(const Rows &rows, ByteSink &sink, int level) {
+  Reader messages = {nullptr, 0, {}};
+  Encoder encoder(messages);
+  if (encoder.info == nullptr) throw std::bad_alloc();
+  png_set_write_fn(encoder.png, &sink, putBytes, flushNothing);
+  std::vector<std::uint8_t> space(rows.rowBytes());
+  bool good = beginPng(encoder.png, encoder.info, rows, level);
+  for (std::uint32_t y = 0; good && y < rows.height; ++y)
+    good = writeRow(encoder.png, rows.row(y, space.data()));
+  if (good && endPng(encoder.png, encoder.info)) return;
+  if (sink.error() != 0) sink.fail(sink.error());
+  throw Failure(Exit::Unsupported, "PNG", messages.message);
 }
 
 }  // namespace tool

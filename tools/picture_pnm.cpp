@@ -2,8 +2,8 @@
 // Binary PPM (P6) and PGM (P5), one or two bytes a sample.
 #include <cinttypes>
 
+#include "byte_sink.h"
 #include "failure.h"
-#include "output_file.h"
 #include "picture.h"
 
 namespace tool {
@@ -73,12 +73,12 @@ Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file
   return picture;
 }
 
-void encodePpm(const Picture &picture, OutputFile &file) {
-  const std::string header = format("P6\n%" PRIu32 " %" PRIu32 "\n255\n", picture.width, picture.height);
-  std::FILE *stream = file.open();
-  const bool good = std::fwrite(header.data(), 1, header.size(), stream) == header.size() &&
-                    std::fwrite(picture.rgb.data(), 1, picture.rgb.size(), stream) == picture.rgb.size();
-  file.close(stream, good);
+void encodePnm(const Rows &rows, ByteSink &sink) {
+  const std::string header = format("P%c\n%" PRIu32 " %" PRIu32 "\n%u\n", rows.channels == 1 ? '5' : '6',
+                                    rows.width, rows.height, (1U << rows.bits) - 1);
+  sink.write(header.data(), header.size());
+  std::vector<std::uint8_t> space(rows.rowBytes());
+  for (std::uint32_t y = 0; y < rows.height; ++y) sink.write(rows.row(y, space.data()), space.size());
 }
 
 }  // namespace tool

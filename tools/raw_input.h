@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Raw frames from files: RWH, or headerless data described on the command line.
+// Raw frames from files and standard input: RWH, or headerless data described on the command line.
 #pragma once
 
 #include <KivoCamUtl.hpp>
@@ -8,11 +8,12 @@
 namespace tool {
 
 struct InputOptions {
-  std::string file;
-  std::string format;  // empty for RWH
-  std::string size;    // empty for RWH
-  std::string stride;  // empty for packed rows
-  std::string offset;  // bytes in front of the frame; empty for none
+  std::string file;        // "-" is standard input
+  std::string format;      // empty for RWH
+  std::string size;        // empty for RWH
+  std::string stride;      // empty for packed rows
+  std::string offset;      // bytes in front of the frame; empty for none
+  bool swapBytes = false;  // 16-bit samples arrive high byte first
 
   bool headerless() const noexcept {
     return !format.empty() || !size.empty() || !stride.empty() || !offset.empty();
@@ -24,11 +25,14 @@ struct Size {
   std::uint32_t height = 0;
 };
 
+// Stands for a number of bytes that nobody counted.
+inline constexpr std::uint64_t kUncounted = UINT64_MAX;
+
 struct RawInput {
-  kivo::Frame frame;
+  kivo::Frame frame;  // samples may share bytes; 16-bit words are little-endian
   const kivo::Format *format = nullptr;
-  std::uint64_t fileBytes = 0;
-  std::uint64_t ignoredBytes = 0;  // behind a headerless frame
+  std::uint64_t fileBytes = 0;     // of standard input: the bytes that were read
+  std::uint64_t ignoredBytes = 0;  // behind a headerless frame; may be kUncounted
 };
 
 // "640x480"; `option` names the option in the message. Throws Failure.
@@ -38,8 +42,17 @@ std::uint64_t parseNumber(const std::string &text, const std::string &option);
 // A format by name or 0xCODE. Throws Failure.
 const kivo::Format &parseFormat(const std::string &text, const std::string &option);
 
+// Whether the options make sense, whatever the file holds. Throws Failure.
+void checkInputOptions(const InputOptions &options);
+
 // Reads the frame that the options describe. Throws Failure.
 RawInput loadInput(const InputOptions &options);
+
+// What messages call an input: its name, or "standard input".
+std::string inputName(const std::string &file);
+
+// Says on standard error that so many bytes behind the frame are ignored; nothing for 0.
+void noteIgnored(const InputOptions &options, std::uint64_t ignoredBytes);
 
 // Header of an RWH file. Throws Failure when there is none.
 kivo::RwhInfo loadHeader(const std::string &file);

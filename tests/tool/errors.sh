@@ -23,7 +23,7 @@ hint='headerless data needs --format and --size'
 
 # RWH files
 fails 2 "nofile: cannot be opened: No such file or directory" convert nofile out.png
-fails 2 "dir: is a directory" convert dir out.png
+fails 2 "dir: holds no .rwh files" convert dir out.png
 fails 2 "dir: is a directory" info dir
 fails 2 "/dev/null: not a regular file" convert /dev/null out.png
 fails 2 "empty: the file is shorter than the 16-byte RWH header" convert empty out.png
@@ -76,7 +76,7 @@ raw='good.rwh out.png --format'
   fails 2 "empty: holds 0 bytes, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
     convert empty out.png --format Mono8 --size 1x1
   fails 2 "nofile: cannot be opened: No such file or directory" convert nofile out.png --format Mono8 --size 1x1
-  fails 2 "dir: is a directory" convert dir out.png --format Mono8 --size 1x1
+  fails 2 "dir: holds no .raw, .bin or .dat files" convert dir out.png --format Mono8 --size 1x1
 }
 fails 1 "import: $hint" import good.rwh out.rwh
 
@@ -89,11 +89,11 @@ fails 4 "good.rwh: $odd; it is 5 x 4 pixels of BayerGR8 (or --any-size)" \
 tiny='a Bayer frame needs at least 2 x 2 pixels, 4 x 4 for ACPI'
 fails 4 "good.rwh: $tiny; it is 2 x 4 pixels of BayerGR8 (or --any-size)" \
   convert good.rwh out.png --format BayerGR8 --size 2x4 --bayer acpi
-fails 4 "good.rwh: ACPI demosaicing exists for 8-bit Bayer formats only; it is 4 x 4 pixels of BayerGR12" \
+fails 4 "good.rwh: ACPI demosaicing exists for 8-bit Bayer formats only; it is 4 x 4 pixels of BayerGR12 (or --auto-range)" \
   convert good.rwh out.png --format BayerGR12 --size 4x4 --bayer acpi
 fails 1 "--bayer: 'best' is not standard, acpi or off" convert good.rwh out.png --bayer best
-fails 1 "--to: 'gif' is not png, ppm or bmp" convert good.rwh out.png --to gif
-fails 1 "out.gif: name it .png, .ppm or .bmp, or say --to" convert good.rwh out.gif
+fails 1 "--to: 'gif' is not png, ppm, pgm or bmp" convert good.rwh out.png --to gif
+fails 1 "out.gif: name it .png, .ppm, .pgm or .bmp, or say --to" convert good.rwh out.gif
 fails 1 "out: name it .png, .ppm or .bmp, or say --to" scene out
 
 # Pictures

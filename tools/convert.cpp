@@ -1,0 +1,321 @@
+// SPDX-License-Identifier: Apache-2.0
+// convert: one frame, or many.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <filesystem>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "batch.h"
+#include "commands.h"
+#include "develop.h"
+#include "failure.h"
+#include "file_list.h"
+#include "interrupt.h"
+#include "output_file.h"
+#include "picture.h"
+#include "whole_file.h"
+
+namespace tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+Failure contradiction(const std::string &option, const std::string &other) {
+  return Failure(Exit::Usage, option, "does not go with " + other);
+}
+
+Treatment treatmentOf(const ConvertOptions &options) {
+  Treatment treatment;
+  if (!options.crop.empty()) treatment.crop = parseRegion(options.crop, "--crop");
+  treatment.mirror = options.mirror;
+  treatment.flip = options.flip;
+  treatment.autoRange = options.autoRange;
+  treatment.shift = options.shift;
+  treatment.bayer = options.bayer;
+  treatment.bgr = options.bgr;
+  treatment.anyBayerSize = options.anyBayerSize;
+  treatment.raw = options.raw;
+  const bool shifts = options.shift >= 0;
+  if (options.autoRange && shifts) throw contradiction("--shift", "--auto-range");
+  if (shifts && options.bayer == kivo::Bayer::Acpi)
+    throw contradiction("--shift", "--bayer acpi, which is for 8-bit samples (--auto-range makes such)");
+  if (options.raw && options.bayerGiven && options.bayer != kivo::Bayer::Off)
+    throw contradiction("--raw", "--bayer: it does not demosaic");
+  if (options.raw && options.bgr) throw contradiction("--raw", "--bgr: it does not convert");
+  if (options.raw && shifts) throw contradiction("--raw", "--shift: it keeps the samples as they are");
+  if (options.raw && options.autoRange)
+    throw contradiction("--raw", "--auto-range: it keeps the samples as they are");
+  if (options.raw && options.time) throw contradiction("--raw", "--time: it does not convert");
+  return treatment;
+}
+
+// Makes the folders of outputs, but never again the one that all are in: when that is gone, somebody has
+// taken away what was already done.
+class Folders {
+ public:
+  void setRoot(const std::string &root) {
+    std::error_code failed;
+    fs::create_directories(root, failed);
+    if (failed) throw Failure(Exit::Output, root, "cannot be made: " + failed.message());
+    root_ = root;
+    made_.insert("");
+  }
+
+  void make(const Job &job) {
+    if (!root_.empty()) below(fs::path(job.relative).parent_path().string(), job.output);
+  }
+
+ private:
+  void below(const std::string &relative, const std::string &output) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (made_.count(relative) != 0) return;
+    fs::path path = root_;
+    for (const fs::path &part : fs::path(relative)) {
+      path /= part;
+      if (::mkdir(path.c_str(), 0777) != 0 && errno != EEXIST)
+        throw Failure(Exit::Output, output, withErrno("its folder cannot be made", errno));
+    }
+    made_.insert(relative);
+  }
+
+  std::mutex mutex_;
+  std::string root_;
+  std::set<std::string> made_;
+};
+
+// Repeats the conversion into the same picture, as a viewer does frame after frame: the median in
+// milliseconds.
+double timeOf(Developed &developed) {
+  kivo::Image &image = developed.image();
+  const kivo::ConvertOptions how = developed.options();
+  std::array<double, 9> milliseconds{};
+  for (double &ms : milliseconds) {
+    const auto start = std::chrono::steady_clock::now();
+    const kivo::Errc error =
+        how.output == kivo::Output::Bgra
+            ? kivo::convertTo(static_cast<std::uint32_t *>(static_cast<void *>(image.pixels.data())),
+                              image.pixels.size() / 4, developed.view(), how)
+            : kivo::convertTo(image.pixels.data(), image.pixels.size(), developed.view(), how);
+    if (error != kivo::Errc::Ok) throw std::bad_alloc();
+    ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+  }
+  std::nth_element(milliseconds.begin(), milliseconds.begin() + 4, milliseconds.end());
+  return milliseconds[4];
+}
+
+class Converter {
+ public:
+  Converter(const ConvertOptions &options, const Treatment &treatment)
+      : options_(options), treatment_(treatment) {}
+
+  void setType(PictureType type) {
+    type_ = type;
+    if (options_.raw && type == PictureType::Bmp)
+      throw contradiction("--raw", "BMP, which has no 16 bits; take png, pgm or ppm");
+  }
+  Folders &folders() { return folders_; }
+
+  Outcome convert(const Job &job) {
+    Outcome outcome;
+    if (options_.resume && isDone(job.input, job.output, type_)) {
+      outcome.status = Outcome::Status::Skipped;
+      return outcome;
+    }
+    InputOptions from = options_.input;
+    from.file = job.input;
+    RawInput input = loadInput(from);
+    outcome.bytes = input.fileBytes;
+    outcome.ignoredBytes = input.ignoredBytes;
+    const std::string subject = inputName(job.input);
+    Developed developed(std::move(input), treatment_, subject);
+    outcome.format = &developed.format();
+    outcome.width = developed.view().width;
+    outcome.height = developed.view().height;
+    if (!options_.raw) developed.convert();
+    if (options_.time) {
+      outcome.milliseconds = timeOf(developed);
+      outcome.converter = developed.converterName();
+    }
+    if (job.output == "-") {
+      StandardOutput output;
+      developed.write(type_, options_.pngLevel, output);
+      output.finish();
+    } else {
+      folders_.make(job);
+      OutputFile output(job.output);
+      developed.write(type_, options_.pngLevel, output);
+      output.commit();
+    }
+    outcome.status = Outcome::Status::Converted;
+    noteOnce(from, outcome.ignoredBytes);
+    return outcome;
+  }
+
+ private:
+  // What is true of one file of an archive is true of all: one line is enough.
+  void noteOnce(const InputOptions &from, std::uint64_t ignoredBytes) {
+    if (options_.quiet || ignoredBytes == 0) return;
+    std::call_once(noted_, [&] { noteIgnored(from, ignoredBytes); });
+  }
+
+  const ConvertOptions &options_;
+  const Treatment treatment_;
+  PictureType type_ = PictureType::Png;
+  Folders folders_;
+  std::once_flag noted_;
+};
+
+// Facts about one file on standard output.
+void report(const ConvertOptions &options, bool several, const Job &job, const Outcome &outcome) {
+  static const char *const kStatus[] = {"converted", "skipped", "failed"};
+  if (options.json) {
+    std::string line = "{\"input\": " + jsonString(job.input) + ", \"output\": " + jsonString(job.output) +
+                       ", \"status\": \"" + kStatus[static_cast<int>(outcome.status)] + "\"";
+    if (outcome.format != nullptr)
+      line += format(", \"format\": \"%s\", \"width\": %" PRIu32 ", \"height\": %" PRIu32,
+                     outcome.format->name, outcome.width, outcome.height);
+    else
+      line += ", \"format\": null, \"width\": null, \"height\": null";
+    if (!outcome.converter.empty())
+      line += format(", \"converter\": \"%s\", \"milliseconds\": %.3f", outcome.converter.c_str(),
+                     outcome.milliseconds);
+    line += ", \"error\": " + (outcome.error.empty() ? "null" : jsonString(outcome.error)) + "}";
+    std::printf("%s\n", line.c_str());
+  } else if (!outcome.converter.empty()) {
+    std::printf("%s %" PRIu32 "x%" PRIu32 " %s %.3f%s%s\n", outcome.format->name, outcome.width,
+                outcome.height, outcome.converter.c_str(), outcome.milliseconds, several ? " " : "",
+                several ? oneLine(job.input).c_str() : "");
+  }
+}
+
+void reportAll(const BatchResult &result) {
+  const Counts &counts = result.counts;
+  std::printf("{\"summary\": {\"converted\": %" PRIu64 ", \"skipped\": %" PRIu64 ", \"failed\": %" PRIu64
+              ", \"not_done\": %" PRIu64 ", \"seconds\": %.3f, \"interrupted\": %s}}\n",
+              counts.converted, counts.skipped, counts.failed, result.notDone, result.seconds,
+              result.signal == 0 ? "false" : "true");
+}
+
+void summarise(const BatchResult &result) {
+  const Counts &counts = result.counts;
+  std::string line = format("kivocam: %" PRIu64 " converted, %" PRIu64 " skipped, %" PRIu64 " failed",
+                            counts.converted, counts.skipped, counts.failed);
+  if (result.notDone != 0) line += format(", %" PRIu64 " not done", result.notDone);
+  line += format(" in %.1f s", result.seconds);
+  if (result.notDone != 0) line += "; the same command with --resume does the rest";
+  std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &job) {
+  BatchResult result;
+  const auto start = std::chrono::steady_clock::now();
+  const auto finish = [&](const Outcome &outcome) {
+    report(options, false, job, outcome);
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (options.json) reportAll(result);
+  };
+  try {
+    const Outcome outcome = converter.convert(job);
+    const bool converted = outcome.status == Outcome::Status::Converted;
+    (converted ? result.counts.converted : result.counts.skipped) = 1;
+    finish(outcome);
+  } catch (const std::exception &) {
+    if (options.json) {
+      result.counts.failed = 1;
+      finish(outcomeOf(job, [](const Job &) -> Outcome { throw; }));
+    }
+    throw;
+  }
+  return Exit::Ok;
+}
+
+Exit convertAll(Converter &converter, const ConvertOptions &options, const FileList &list) {
+  Progress progress(options.quiet);
+  Counts counts;
+  counts.total = list.jobs.size() + list.unreadable.size();
+  counts.failed = list.unreadable.size();
+  const unsigned all = std::max(1U, std::thread::hardware_concurrency());
+  const BatchResult result = runBatch(
+      list.jobs, options.jobs == 0 ? all : options.jobs, progress, counts,
+      [&converter](const Job &job) { return converter.convert(job); },
+      [&options](const Job &job, const Outcome &outcome) { report(options, true, job, outcome); });
+  if (result.outputLost && result.notDone != 0)
+    std::fprintf(stderr, "kivocam: %u outputs in a row could not be written: given up\n", kLostOutputs);
+  if (options.json) reportAll(result);
+  if (!options.quiet) summarise(result);
+  if (result.signal != 0 && result.notDone != 0) {
+    std::fflush(stdout);
+    endBySignal(result.signal);
+  }
+  return result.code();
+}
+
+bool isFolder(const std::string &path) {
+  std::error_code failed;
+  return fs::is_directory(path, failed);
+}
+
+// Gives the one job its output, or every job its own below a folder.
+void nameAll(FileList &list, const ConvertOptions &options, Converter &converter) {
+  const std::string &output = options.output;
+  const bool toFolder = output.back() == '/' || isFolder(output) || (list.several && output != "-");
+  if (output == "-") {
+    if (list.jobs.size() != 1 || list.several)
+      throw Failure(Exit::Usage, "standard output", "takes the picture of one file");
+    if (options.json || options.time)
+      throw contradiction(options.json ? "--json" : "--time", "a picture on standard output");
+    if (options.to.empty()) throw Failure(Exit::Usage, "standard output", "has no extension: say --to");
+  }
+  if (!toFolder) {
+    if (output != "-" && list.jobs[0].input != "-") refuseSameFile(list.jobs[0].input, output);
+    if (kivo::detail::sameName(fs::path(output).extension().string(), ".rwh"))
+      throw Failure(Exit::Usage, output, "is called like a raw frame, not like a picture");
+    const PictureType type = pictureType(output, options.to, true);
+    list.jobs[0].output = output;
+    converter.setType(type);
+    return;
+  }
+  if (std::any_of(list.jobs.begin(), list.jobs.end(), [](const Job &job) { return job.input == "-"; }))
+    throw Failure(Exit::Usage, "standard input",
+                  "is one frame without a name: give it alone, and OUT as a file");
+  std::error_code failed;
+  if (fs::exists(output, failed) && !isFolder(output))
+    throw Failure(Exit::Usage, output, "is a file; several pictures need a folder");
+  const std::string to = options.to.empty() ? "png" : options.to;
+  const PictureType type = pictureType("", to, true);
+  static const char *const kExtensions[] = {".png", ".ppm", ".pgm", ".bmp"};
+  nameOutputs(list, output, kExtensions[static_cast<int>(type)]);
+  converter.setType(type);
+  converter.folders().setRoot(output);
+}
+
+}  // namespace
+
+Exit runConvert(const ConvertOptions &options) {
+  Converter converter(options, treatmentOf(options));
+  checkInputOptions(options.input);
+  OutputFile::setDurable(!options.noSync);
+  const bool headerless = options.input.headerless();
+  FileList list = listFiles(options.inputs, headerless);
+  const std::string none = headerless ? "holds no .raw, .bin or .dat files" : "holds no .rwh files";
+  if (list.jobs.empty() && list.unreadable.empty()) throw Failure(Exit::Input, list.empty.at(0), none);
+  if (!options.quiet)
+    for (const std::string &folder : list.empty)
+      std::fprintf(stderr, "kivocam: %s: note: %s\n", oneLine(folder).c_str(), none.c_str());
+  for (const std::string &folder : list.unreadable)
+    std::fprintf(stderr, "kivocam: %s\n", oneLine(folder).c_str());
+  if (list.jobs.empty()) return Exit::Input;
+  nameAll(list, options, converter);
+  if (list.jobs.size() == 1 && list.unreadable.empty()) return convertOne(converter, options, list.jobs[0]);
+  return convertAll(converter, options, list);
+}
+
+}  // namespace tool

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "file_list.h"
+
+#include <glob.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <map>
+#include <set>
+#include <system_error>
+#include <unordered_set>
+#include <utility>
+
+#include "failure.h"
+#include "output_file.h"
+
+namespace tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isFrameName(const std::string &name, bool headerless) {
+  const std::string extension = fs::path(name).extension().string();
+  const auto is = [&extension](const char *wanted) { return kivo::detail::sameName(extension, wanted); };
+  return headerless ? is(".raw") || is(".bin") || is(".dat") : is(".rwh");
+}
+
+bool exists(const std::string &path) {
+  struct stat info = {};
+  return ::lstat(path.c_str(), &info) == 0;
+}
+
+bool isFolder(const std::string &path) {
+  struct stat info = {};
+  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::string joined(const std::string &folder, const std::string &name) {
+  if (folder.empty()) return name;
+  return folder.back() == '/' ? folder + name : folder + '/' + name;
+}
+
+class Lister {
+ public:
+  explicit Lister(bool headerless) : headerless_(headerless) {}
+
+  void add(const std::string &argument) {
+    if (argument != "-" && !exists(argument) && argument.find_first_of("*?[") != std::string::npos) {
+      list_.several = true;
+      for (const std::string &match : matches(argument)) addNamed(match);
+    } else {
+      addNamed(argument);
+    }
+  }
+
+  FileList take() { return std::move(list_); }
+
+ private:
+  static std::vector<std::string> matches(const std::string &pattern) {
+    glob_t found = {};
+    const int result = ::glob(pattern.c_str(), 0, nullptr, &found);
+    std::vector<std::string> names;
+    for (std::size_t i = 0; result == 0 && i < found.gl_pathc; ++i) names.emplace_back(found.gl_pathv[i]);
+    ::globfree(&found);
+    if (result != 0 && result != GLOB_NOMATCH) throw Failure(Exit::Input, pattern, "cannot be searched");
+    if (names.empty()) throw Failure(Exit::Input, pattern, "no file has such a name");
+    return names;
+  }
+
+  void addNamed(const std::string &path) {
+    if (path != "-" && isFolder(path)) {
+      list_.several = true;
+      const std::size_t before = list_.jobs.size() + repeated_;
+      search(path, "");
+      if (list_.jobs.size() + repeated_ == before) list_.empty.push_back(path);
+    } else {
+      addFile(path, fs::path(path).filename().string());
+    }
+  }
+
+  // Links to folders are not followed: no tree is searched without end, none twice.
+  void search(const std::string &folder, const std::string &relative) {
+    std::error_code failed;
+    std::vector<std::pair<std::string, bool>> entries;
+    fs::directory_iterator at(folder, failed);
+    for (; !failed && at != fs::directory_iterator(); at.increment(failed)) {
+      const std::string name = at->path().filename().string();
+      if (name[0] == '.') continue;
+      std::error_code unknown;
+      const bool isLink = at->is_symlink(unknown);
+      const bool isTree = !isLink && at->is_directory(unknown);
+      if (isTree || (isFrameName(name, headerless_) && !at->is_directory(unknown)))
+        entries.emplace_back(name, isTree);
+    }
+    if (failed) list_.unreadable.push_back(folder + ": cannot be searched: " + failed.message());
+    std::sort(entries.begin(), entries.end());
+    for (const auto &[name, isTree] : entries) {
+      if (isTree)
+        search(joined(folder, name), joined(relative, name));
+      else
+        addFile(joined(folder, name), joined(relative, name));
+    }
+  }
+
+  void addFile(const std::string &path, const std::string &relative) {
+    if (path != "-" && !seen_.insert(identity(path)).second) {
+      ++repeated_;
+      return;
+    }
+    list_.jobs.push_back({path, relative, {}});
+  }
+
+  // One spelling for all ways to say the same name. Links are files of their own.
+  std::string identity(const std::string &path) {
+    const fs::path split(path);
+    std::string &folder = folders_[split.parent_path().string()];
+    if (folder.empty()) {
+      std::error_code failed;
+      const fs::path parent = split.has_parent_path() ? split.parent_path() : fs::path(".");
+      const fs::path real = fs::canonical(parent, failed);
+      folder = failed ? parent.string() : real.string();
+    }
+    return joined(folder, split.filename().string());
+  }
+
+  bool headerless_;
+  FileList list_;
+  std::size_t repeated_ = 0;
+  std::unordered_set<std::string> seen_;
+  std::map<std::string, std::string> folders_;
+};
+
+}  // namespace
+
+FileList listFiles(const std::vector<std::string> &arguments, bool headerless) {
+  Lister lister(headerless);
+  for (const std::string &argument : arguments) lister.add(argument);
+  FileList list = lister.take();
+  list.several = list.several || list.jobs.size() > 1;
+  return list;
+}
+
+void nameOutputs(FileList &list, const std::string &folder, const std::string &extension) {
+  std::map<std::string, const Job *> taken;
+  std::set<std::pair<dev_t, ino_t>> inputs;
+  struct stat info = {};
+  for (Job &job : list.jobs) {
+    job.output = joined(folder, fs::path(job.relative).replace_extension(extension).string());
+    const auto [other, isNew] = taken.emplace(job.output, &job);
+    if (!isNew)
+      throw Failure(Exit::Usage, job.output,
+                    "two inputs would become this one output: " + other->second->input + " and " + job.input);
+    if (::stat(job.input.c_str(), &info) == 0) inputs.emplace(info.st_dev, info.st_ino);
+  }
+  for (const Job &job : list.jobs)
+    if (::stat(job.output.c_str(), &info) == 0 && inputs.count({info.st_dev, info.st_ino}) != 0)
+      throw Failure(Exit::Usage, job.output, "the output is one of the inputs");
+}
+
+void refuseSameFile(const std::string &input, const std::string &output) {
+  std::error_code ignored;
+  if (fs::equivalent(input, output, ignored))
+    throw Failure(Exit::Usage, output, "the output is the input itself");
+}
+
+}  // namespace tool

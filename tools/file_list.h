@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which files are converted, and what their outputs are called.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tool {
+
+// One file to convert.
+struct Job {
+  std::string input;
+  std::string relative;  // below the folder that was named, else the name alone
+  std::string output;
+};
+
+struct FileList {
+  std::vector<Job> jobs;
+  bool several = false;                 // whether the arguments can mean more than one file
+  std::vector<std::string> empty;       // folders without any such file
+  std::vector<std::string> unreadable;  // folders that cannot be searched, with the reason
+};
+
+// The files that the arguments stand for, without outputs: files as they are; of folders what lies in them
+// and below with an extension of raw frames (`headerless`: of files without header); patterns where no file
+// has that very name. A file that is met twice counts once. Throws Failure when a pattern fits nothing.
+FileList listFiles(const std::vector<std::string> &arguments, bool headerless);
+
+// Names the outputs: below `folder`, with another extension. Throws Failure when two inputs would become one
+// output, or an output is one of the inputs.
+void nameOutputs(FileList &list, const std::string &folder, const std::string &extension);
+
+// Throws Failure when `output` exists and is `input`.
+void refuseSameFile(const std::string &input, const std::string &output);
+
+}  // namespace tool
