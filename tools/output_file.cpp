@@ -62,7 +62,11 @@ void removeStale(const std::string &directory) {
 }  // namespace
 
 bool isTemporaryName(const std::string &fileName) {
-  return fileName.rfind(kPrefix, 0) == 0;
+  const std::string prefix = kPrefix;
+  const std::size_t digits = fileName.find_first_not_of("0123456789", prefix.size());
+  return fileName.compare(0, prefix.size(), prefix) == 0 && digits != std::string::npos &&
+         digits > prefix.size() && fileName[digits] == '-' && digits + 1 < fileName.size() &&
+         fileName.find_first_not_of("0123456789", digits + 1) == std::string::npos;
 }
 
 void OutputFile::setDurable(bool durable) noexcept {
