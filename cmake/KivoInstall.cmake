@@ -1,25 +1,74 @@
 # SPDX-License-Identifier: Apache-2.0
-# What `cmake --install` puts where: libraries, headers, the CMake package and the pkg-config file.
+# What `cmake --install` puts where, by component: runtime, development, tool, python, documentation.
 include(CMakePackageConfigHelpers)
+
+option(CAMUTL_INSTALL_PYTHON "Install the Python package (needs a Python 3 interpreter)" ON)
 
 set(kivoInstalled KivoCamUtl)
 if(CAMUTL_BUILD_STATIC)
   list(APPEND kivoInstalled KivoCamUtl_static)
 endif()
 install(TARGETS ${kivoInstalled} EXPORT KivoCamUtlTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 set(kivoPackageDir ${CMAKE_INSTALL_LIBDIR}/cmake/KivoCamUtl)
-install(EXPORT KivoCamUtlTargets NAMESPACE KivoCamUtl:: DESTINATION ${kivoPackageDir})
+install(EXPORT KivoCamUtlTargets NAMESPACE KivoCamUtl:: DESTINATION ${kivoPackageDir} COMPONENT development)
 configure_package_config_file(packaging/KivoCamUtlConfig.cmake.in KivoCamUtlConfig.cmake
   INSTALL_DESTINATION ${kivoPackageDir})
 write_basic_package_version_file(KivoCamUtlConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/KivoCamUtlConfig.cmake ${PROJECT_BINARY_DIR}/KivoCamUtlConfigVersion.cmake
-  DESTINATION ${kivoPackageDir})
+  DESTINATION ${kivoPackageDir} COMPONENT development)
 
 # ${pcfiledir} keeps the installed tree relocatable.
 file(RELATIVE_PATH kivoPcToPrefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(packaging/KivoCamUtl.pc.in KivoCamUtl.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/KivoCamUtl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/KivoCamUtl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
+
+# The Python package goes where the interpreter looks below the prefix, such as lib/python3.11/dist-packages.
+if(CAMUTL_INSTALL_PYTHON AND NOT DEFINED CACHE{CAMUTL_PYTHON_DIR})
+  execute_process(
+    COMMAND ${CAMUTL_PYTHON} -c "import sysconfig; print(sysconfig.get_path('purelib', vars={'base': ''}))"
+    RESULT_VARIABLE failed OUTPUT_VARIABLE purelib OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  if(failed EQUAL 0)
+    string(REGEX REPLACE "^/(local/)?" "" purelib "${purelib}")
+    set(CAMUTL_PYTHON_DIR ${purelib} CACHE STRING "Where the Python package is installed, below the prefix")
+  else()
+    message(STATUS "${CAMUTL_PYTHON} not found: the Python package is not installed (Debian: python3 python3-numpy)")
+  endif()
+endif()
+if(CAMUTL_INSTALL_PYTHON AND CAMUTL_PYTHON_DIR)
+  install(DIRECTORY python/kivocamutl DESTINATION ${CAMUTL_PYTHON_DIR} COMPONENT python
+    FILES_MATCHING PATTERN "*.py" PATTERN "py.typed")
+endif()
+
+install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.svg")
+
+# The reference of the headers, where Doxygen is there: cmake --build BUILD --target reference
+find_program(DOXYGEN_EXECUTABLE doxygen)
+mark_as_advanced(DOXYGEN_EXECUTABLE)
+if(DOXYGEN_EXECUTABLE)
+  set(kivoReference ${PROJECT_BINARY_DIR}/reference)
+  file(WRITE ${PROJECT_BINARY_DIR}/Doxyfile
+    "@INCLUDE = ${PROJECT_SOURCE_DIR}/docs/Doxyfile\nOUTPUT_DIRECTORY = ${kivoReference}\n")
+  add_custom_target(reference
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${kivoReference}
+    COMMAND ${DOXYGEN_EXECUTABLE} ${PROJECT_BINARY_DIR}/Doxyfile
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} VERBATIM)
+  install(DIRECTORY ${kivoReference}/html DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation OPTIONAL)
+endif()
+
+# The bill of materials, of the state that is installed.
+execute_process(COMMAND ${CAMUTL_PYTHON} -c "" RESULT_VARIABLE failed OUTPUT_QUIET ERROR_QUIET)
+if(failed EQUAL 0)
+  set(kivoBom ${PROJECT_BINARY_DIR}/KivoCamUtl.spdx.json)
+  install(CODE "execute_process(COMMAND \"${CAMUTL_PYTHON}\" -B
+    \"${PROJECT_SOURCE_DIR}/packaging/bill_of_materials.py\" --source \"${PROJECT_SOURCE_DIR}\"
+    --version ${PROJECT_VERSION} --output \"${kivoBom}\" COMMAND_ERROR_IS_FATAL ANY)" COMPONENT documentation)
+  install(FILES ${kivoBom} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+endif()

@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import ctypes
 import os
+import pathlib
 import threading
 from typing import Any, Callable, Optional
 
@@ -24,14 +25,31 @@ _PROTOTYPES: dict[str, tuple[Any, ...]] = {
 }
 
 
+def _beside_the_package() -> list[str]:
+    """Where the library is when both were installed below one prefix that the system does not search."""
+    folders = pathlib.Path(__file__).resolve().parents
+    if len(folders) < 4:
+        return []
+    lib = folders[3]  # of lib/python3.11/dist-packages/kivocamutl/_library.py
+    return [str(path) for path in (*lib.glob(_SONAME), *sorted(lib.glob(f"*/{_SONAME}")))]
+
+
+def _open() -> tuple[str, ctypes.CDLL]:
+    """The library that the environment names; else the system's; else the one beside the package."""
+    named = os.environ.get("KIVOCAMUTL_LIBRARY")
+    problem: Optional[OSError] = None
+    for path in [named] if named else [_SONAME, *_beside_the_package()]:
+        try:
+            # CDLL, not PyDLL: the interpreter lock is released while a function of the library runs.
+            return path, ctypes.CDLL(path)
+        except OSError as error:
+            problem = problem or error
+    raise LibraryNotFoundError(f"cannot load the shared library {named or _SONAME}: {problem}; install it, or name "
+                               "its file in the environment variable KIVOCAMUTL_LIBRARY") from None
+
+
 def _load() -> ctypes.CDLL:
-    path = os.environ.get("KIVOCAMUTL_LIBRARY") or _SONAME
-    # CDLL, not PyDLL: the interpreter lock is released while a function of the library runs.
-    try:
-        library = ctypes.CDLL(path)
-    except OSError as error:
-        raise LibraryNotFoundError(f"cannot load the shared library {path}: {error}; install it, or name "
-                                   "its file in the environment variable KIVOCAMUTL_LIBRARY") from None
+    path, library = _open()
     try:
         prepare = library.PrepareLUT
     except AttributeError:

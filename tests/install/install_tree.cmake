@@ -7,7 +7,7 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${PREFIX} R
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "install failed: ${output}")
 endif()
-foreach(file include/KivoCamUtl.h ${LIBDIR}/libKivoCamUtl.so.1 ${LIBDIR}/libKivoCamUtl.so
+foreach(file include/KivoCamUtl.h include/KivoCamUtl.hpp include/kivocamutl/unpack.hpp ${LIBDIR}/libKivoCamUtl.so.1 ${LIBDIR}/libKivoCamUtl.so
              ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlConfig.cmake ${LIBDIR}/pkgconfig/KivoCamUtl.pc)
   if(NOT EXISTS ${PREFIX}/${file})
     message(SEND_ERROR "not installed: ${file}")
@@ -26,3 +26,30 @@ foreach(file ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlConfig.cmake ${LIBDIR}/cmake/K
     endforeach()
   endif()
 endforeach()
+
+# The tool finds the library beside it, and so does the Python package.
+set(ENV{LD_LIBRARY_PATH})
+if(EXISTS ${PREFIX}/bin/kivocam AND NOT EMULATOR)
+  foreach(file share/man/man1/kivocam.1)
+    if(NOT EXISTS ${PREFIX}/${file})
+      message(SEND_ERROR "not installed: ${file}")
+    endif()
+  endforeach()
+  file(REMOVE_RECURSE ${PREFIX}-moved)
+  file(COPY ${PREFIX}/ DESTINATION ${PREFIX}-moved)
+  execute_process(COMMAND ${PREFIX}-moved/bin/kivocam formats --json RESULT_VARIABLE result OUTPUT_QUIET)
+  if(NOT result EQUAL 0)
+    message(SEND_ERROR "the installed kivocam does not run")
+  endif()
+  file(GLOB package ${PREFIX}-moved/lib/python3*/*-packages)
+  execute_process(COMMAND ${PYTHON} -c "import numpy" RESULT_VARIABLE noNumpy OUTPUT_QUIET ERROR_QUIET)
+  if(package AND noNumpy EQUAL 0 AND NOT FLAGS MATCHES "-fsanitize")
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env PYTHONPATH=${package} ${PYTHON} -B -c
+      "import numpy, kivocamutl; print(kivocamutl.convert(numpy.full((2, 2), 7, 'u1'), 'Mono8')[1, 1].tolist())"
+      RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE error OUTPUT_STRIP_TRAILING_WHITESPACE)
+    if(NOT output STREQUAL "[7, 7, 7, 255]")
+      message(SEND_ERROR "the installed Python package does not convert: ${output}${error}")
+    endif()
+  endif()
+  file(REMOVE_RECURSE ${PREFIX}-moved)
+endif()
