@@ -26,7 +26,7 @@ PARTS = [
     ("kivocamutl", "the Python package", [("libKivoCamUtl", None), ("numpy", "BSD-3-Clause"),
                                           ("distributed", "BSD-3-Clause")]),
 ]
-BUILD_TREES = re.compile(r"^(build|out|obj-|\.|debian/(\.|tmp|files|lib|kivocam|python3-))|(^|/)(__pycache__|\.git)(/|$)")
+BUILD_TREES = re.compile(r"^(build|out|obj-|\.|debian/(\.|tmp|files|debhelper|[^/.]*/(?<!source/)(?<!tests/)))|(^|/)(__pycache__|\.git)(/|$)")
 
 
 def source_files(source):

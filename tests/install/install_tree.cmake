@@ -29,6 +29,10 @@ endforeach()
 
 # The tool finds the library beside it, and so does the Python package.
 set(ENV{LD_LIBRARY_PATH})
+if(SKIP_RPATH)
+  # As in a distribution's package, which the system's search finds.
+  set(ENV{LD_LIBRARY_PATH} ${PREFIX}-moved/${LIBDIR})
+endif()
 if(EXISTS ${PREFIX}/bin/kivocam AND NOT EMULATOR)
   foreach(file share/man/man1/kivocam.1)
     if(NOT EXISTS ${PREFIX}/${file})
