@@ -11,6 +11,7 @@ namespace tool {
 namespace {
 
 constexpr std::uint32_t kHeaderBytes = 54;
+constexpr std::uint32_t kPixelsPerMetre = 16000;  // what the library writes
 
 std::uint32_t word16(const std::uint8_t *at) {
   return at[0] | static_cast<std::uint32_t>(at[1]) << 8;
@@ -76,8 +77,8 @@ void encodeBmp(const kivo::Image &image, ByteSink &sink) {
                                  1U | static_cast<std::uint32_t>(8 * image.channels()) << 16,
                                  0,
                                  bytes,
-                                 0,
-                                 0,
+                                 kPixelsPerMetre,
+                                 kPixelsPerMetre,
                                  0,
                                  0};
   std::uint8_t header[kHeaderBytes] = {'B', 'M'};

@@ -35,7 +35,7 @@ ok scene scene.png --size 160x160
 ok mosaic scene.png good.rwh --format BayerRG8
 mkdir -p in/day1/cam in/day2 in/.hidden
 for file in in/a.rwh in/day1/b.RWH in/day1/cam/c.rwh in/day2/d.rwh in/.hidden/x.rwh in/.x.rwh in/.kivocam-1-1.rwh; do
-  cp good.rwh $file
+  cp good.rwh "$file"
 done
 cp good.rwh in/day2/not_a_frame.txt
 tail -c +17 good.rwh >in/day1/e.raw && cp in/day1/e.raw in/f.BIN && cp in/f.BIN in/day2/g.dat
@@ -130,8 +130,8 @@ for type in png ppm bmp; do
   truncate -s -1 again/day1/cam/c.$type
   batch 0 in again --to $type --resume
   summary '3 converted, 1 skipped, 0 failed'
-  { printf 'X' && tail -c +2 first/a.$type; } >again/a.$type
-  { cat first/a.$type && printf 'X'; } >again/day2/d.$type
+  { printf 'X' && tail -c +2 "first/a.$type"; } >"again/a.$type"
+  { cat "first/a.$type" && printf 'X'; } >"again/day2/d.$type"
   batch 0 in again --to $type --resume
   summary '2 converted, 2 skipped, 0 failed'
   diff -r first again >differences || fail "--resume made something else: $(cat differences)"
@@ -158,7 +158,7 @@ says '"height": 160, "converter": "ConvByrRG8ToBGRA", "milliseconds": [0-9]+\.[0
 # A bar for eyes: on a terminal it is drawn, goes when all is done, and leaves the messages whole.
 if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; then
   mkdir many && i=0
-  while [ $i -lt 60 ]; do cp good.rwh many/$i.rwh && i=$((i + 1)); done
+  while [ "$i" -lt 60 ]; do cp good.rwh "many/$i.rwh" && i=$((i + 1)); done
   printf 'junk' >many/7.rwh
   COLUMNS=100 TERM=xterm script -qec "'$kivocam' convert many bar --png-level 9 -j 1 --no-sync" /dev/null >terminal 2>&1
   checks=$((checks + 1))

@@ -61,7 +61,7 @@ for signal in INT TERM HUP; do
   child=$!
   caught=no
   while kill -0 $child 2>/dev/null && [ $caught = no ]; do
-    for file in .kivocam-* /proc/$child/fd/*; do
+    for file in .kivocam-* "/proc/$child/fd/"*; do
       case $(readlink "$file") in
         *"$(basename "$work")"*' (deleted)') caught=yes ;;
       esac

@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: Apache-2.0
+// The tool's BMP writer, which needs no file name, gives the bytes of the library's, which does.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "byte_sink.h"
+#include "failure.h"
+#include "picture.h"
+
+namespace {
+
+class Memory : public tool::ByteSink {
+ public:
+  std::vector<std::uint8_t> bytes;
+
+  [[noreturn]] void fail(int error) const override {
+    throw tool::Failure(tool::Exit::Output, "memory", std::to_string(error));
+  }
+
+ protected:
+  int drain(const std::uint8_t *data, std::size_t size) noexcept override {
+    bytes.insert(bytes.end(), data, data + size);
+    return 0;
+  }
+};
+
+kivo::Image noise(std::uint32_t width, std::uint32_t height, kivo::Output kind) {
+  kivo::Image image;
+  image.width = width;
+  image.height = height;
+  image.kind = kind;
+  EXPECT_TRUE(image.pixels.allocate(std::size_t{width} * height * image.channels()));
+  std::uint32_t state = 1 + width + height;
+  for (std::uint8_t &byte : image.pixels) {
+    state = state * 1664525U + 1013904223U;
+    byte = static_cast<std::uint8_t>(state >> 24);
+  }
+  return image;
+}
+
+class BmpWriter : public testing::TestWithParam<kivo::Output> {};
+
+TEST_P(BmpWriter, EqualsTheLibrarys) {
+  const std::string path =
+      testing::TempDir() + "kivocam_bmp_test_" + std::to_string(static_cast<int>(GetParam()));
+  const std::uint32_t sizes[][2] = {{1, 1},  {2, 3},   {3, 2},     {4, 1},    {5, 7},
+                                    {17, 1}, {1, 100}, {640, 480}, {701, 409}};
+  for (const auto &[width, height] : sizes) {
+    const kivo::Image image = noise(width, height, GetParam());
+    Memory memory;
+    tool::encodeBmp(image, memory);
+    memory.finish();
+    ASSERT_EQ(kivo::saveBmp(image, path.c_str()), kivo::Errc::Ok);
+    std::ifstream file(path, std::ios::binary);
+    const std::vector<char> found((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::vector<std::uint8_t> expected(found.begin(), found.end());
+    EXPECT_EQ(memory.bytes, expected) << width << " x " << height;
+  }
+  std::filesystem::remove(path);
+}
+
+TEST_P(BmpWriter, RefusesWhatTheFormatCannotSay) {
+  kivo::Image image;
+  image.width = 40000;
+  image.height = 40000;
+  image.kind = GetParam();
+  Memory memory;
+  EXPECT_THROW(tool::encodeBmp(image, memory), tool::Failure);
+  EXPECT_TRUE(memory.bytes.empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(BothKinds, BmpWriter, testing::Values(kivo::Output::Bgra, kivo::Output::Bgr));
+
+}  // namespace

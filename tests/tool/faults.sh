@@ -1,0 +1,252 @@
+# SPDX-License-Identifier: Apache-2.0
+# Full disks, unreadable inputs, vanishing folders and killed runs: every picture is whole or absent, the rest is done,
+# and --resume ends where an undisturbed run would have. Environment: KIVO_FAULTS_FILES, how many tiny files (2000).
+. "$(dirname "$0")/lib.sh"
+many=${KIVO_FAULTS_FILES:-2000}
+root=no
+[ "$(id -u)" -eq 0 ] && root=yes
+
+note() { printf 'note: %s\n' "$*"; }
+
+# whole REFERENCE FOLDER: every file of FOLDER that an input could be taken for is byte for byte the reference's.
+whole() {
+  checks=$((checks + 1))
+  (cd "$2" && find . -type f ! -name '.*') >found
+  while read -r file; do
+    cmp -s "$1/$file" "$2/$file" || fail "$2/$file is not whole"
+  done <found
+}
+
+# resumed FOLDER: a last run with --resume gives exactly the reference, without leftovers.
+resumed() {
+  checks=$((checks + 1))
+  "$kivocam" convert frames "$1" --resume 2>stderr || fail "--resume: $(cat stderr)"
+  diff -r reference "$1" >differences || fail "$1 is not what an undisturbed run makes: $(head -n 3 differences)"
+}
+
+# 150 frames, each another part of a scene.
+ok scene scene.png --size 3200x2400
+ok mosaic scene.png scene.raw --format BayerRG8
+mkdir -p frames/deep
+bytes 011 000 010 001 100 001 000 000 240 000 000 000 100 001 000 000 >header
+split -b 51200 -a 3 -d --additional-suffix=.raw scene.raw frames/deep/
+for file in frames/deep/*.raw; do
+  cat header "$file" >"${file%.raw}.rwh" && rm "$file"
+done
+rm scene.raw scene.png
+checks=$((checks + 1))
+[ "$(find frames -name '*.rwh' | wc -l)" -eq 150 ] || fail "not 150 frames"
+"$kivocam" convert frames reference 2>stderr || fail "reference: $(cat stderr)"
+
+# begun FOLDER COUNT: waits until so many pictures are there.
+begun() {
+  while [ "$(find "$1" -name '*.png' 2>/dev/null | wc -l)" -lt "$2" ] && kill -0 $child 2>/dev/null; do :; done
+}
+
+# Killed in the middle, without a chance to do anything about it, again and again into the same folder.
+for after in 5 30 60; do
+  "$kivocam" convert frames killed --resume -j 3 2>stderr &
+  child=$!
+  begun killed $after
+  kill -KILL $child 2>/dev/null
+  wait $child 2>/dev/null
+  code=$?
+  checks=$((checks + 1))
+  [ $code -eq 137 ] || fail "SIGKILL: exit code $code: $(cat stderr)"
+  whole reference killed
+done
+resumed killed
+
+# Asked to end: what is begun is finished or dropped, nothing is left behind, and the way to go on is said.
+for signal in INT:130 TERM:143 HUP:129; do
+  folder=stopped${signal#*:}
+  env --default-signal=INT "$kivocam" convert frames "$folder" -j 2 2>said &
+  child=$!
+  begun "$folder" 10
+  kill "-${signal%:*}" $child 2>/dev/null
+  wait $child 2>/dev/null
+  code=$?
+  checks=$((checks + 3))
+  [ $code -eq "${signal#*:}" ] || fail "SIG${signal%:*}: exit code $code"
+  grep -Eq '^kivocam: [0-9]+ converted, 0 skipped, 0 failed, [0-9]+ not done in .* s; the same command with --resume does the rest$' said ||
+    fail "SIG${signal%:*}: says $(cat said)"
+  [ -z "$(find "$folder" -name '.*' -type f)" ] || fail "SIG${signal%:*}: leaves $(find "$folder" -name '.*' -type f)"
+  whole reference "$folder"
+  resumed "$folder"
+done
+
+# What the owner of a temporary file left when it died goes with the next run; what lives, or is somebody else's, stays.
+mkdir -p reference/deep && cp -R reference stale
+: >stale/deep/.kivocam-1-1 && : >stale/deep/.kivocam-99999999-0 && : >stale/deep/.kivocam-notes && : >stale/deep/.hidden
+rm stale/deep/000.png
+if command -v flock >/dev/null; then
+  : >stale/deep/.kivocam-1-2
+  flock stale/deep/.kivocam-1-2 "$kivocam" convert frames stale --resume 2>stderr
+  checks=$((checks + 1))
+  [ -e stale/deep/.kivocam-1-2 ] || fail "a temporary file in use was removed"
+  rm -f stale/deep/.kivocam-1-2
+else
+  "$kivocam" convert frames stale --resume 2>stderr
+fi
+checks=$((checks + 1))
+[ "$(find stale -name '.*' -type f | sort | tr '\n' ' ')" = 'stale/deep/.hidden stale/deep/.kivocam-notes ' ] ||
+  fail "leftovers: $(find stale -name '.*' -type f)"
+
+# The folder vanishes: what was done is gone, and nobody gets a folder back that looks as if it held all.
+for how in removed renamed; do
+  "$kivocam" convert frames vanish -j 2 2>said &
+  child=$!
+  begun vanish 10
+  if [ $how = removed ]; then
+    while [ -e vanish ]; do rm -rf vanish 2>/dev/null; done
+  else
+    mv vanish elsewhere
+  fi
+  wait $child
+  code=$?
+  checks=$((checks + 4))
+  [ $code -eq 3 ] || fail "$how folder: exit code $code: $(cat said)"
+  grep -Eq '^kivocam: vanish/deep/[0-9]+\.png: cannot be written: No such file or directory$' said || fail "$how: $(cat said)"
+  grep -Eq '^kivocam: 3 outputs in a row could not be written: given up$' said || fail "$how folder: $(cat said)"
+  [ ! -e vanish ] || fail "the $how folder is back"
+done
+whole reference elsewhere
+resumed elsewhere
+
+# A disk that fills up, as a limit on the size of files: BMP pictures are larger than it, PGM ones are not.
+said=$( (trap '' XFSZ; ulimit -f 60; "$kivocam" convert frames full --to bmp -j 2 2>&1; echo "code $?"))
+checks=$((checks + 2))
+case $said in
+  *"cannot be written: File too large"*"given up"*"code 3") ;;
+  *) fail "full disk: $said" ;;
+esac
+[ -z "$(find full -type f)" ] || fail "a full disk holds $(find full -type f | head -n 3)"
+
+# The same for real, and read-only, and without unnamed files: in file systems of this test's own.
+if [ $root = yes ] && command -v unshare >/dev/null && unshare -m true 2>/dev/null; then
+  mkdir disk
+  # shellcheck disable=SC2016
+  unshare -m sh -c '
+    mount -t tmpfs -o size=4m none disk || exit 77
+    "$1" convert frames disk/out -j 2 2>said
+    echo $? >code
+    find disk/out -name "*.png" | wc -l >count
+    cp -R disk/out full_disk
+    find disk -name ".*" -type f >hidden' sh "$kivocam"
+  if [ $? -ne 77 ]; then
+    checks=$((checks + 4))
+    [ "$(cat code)" -eq 3 ] || fail "full tmpfs: exit code $(cat code): $(cat said)"
+    grep -q 'cannot be written: No space left on device$' said || fail "full tmpfs: $(cat said)"
+    [ "$(cat count)" -ge 10 ] || fail "full tmpfs: only $(cat count) pictures: $(cat said)"
+    [ ! -s hidden ] || fail "full tmpfs: leaves $(cat hidden)"
+    whole reference full_disk
+    resumed full_disk
+    # shellcheck disable=SC2016
+    unshare -m sh -c '
+      mount -t tmpfs none disk && cp -R full_disk/deep disk/deep && rm disk/deep/00*.png && mount -o remount,ro disk || exit 77
+      "$1" convert frames disk -j 2 --resume 2>said
+      echo $? >code' sh "$kivocam"
+    checks=$((checks + 2))
+    [ "$(cat code)" -eq 3 ] || fail "read-only: exit code $(cat code): $(cat said)"
+    grep -q 'cannot be written: Read-only file system$' said || fail "read-only: $(cat said)"
+  else
+    note "no tmpfs could be mounted"
+  fi
+  # Without /proc a file cannot get its name late: it has a hidden one in the meantime.
+  # shellcheck disable=SC2016
+  unshare -m sh -c '
+    mount -t tmpfs none /proc || exit 77
+    "$1" convert frames named -j 2 --no-sync 2>said || cat said
+    "$1" convert frames named_killed --png-level 9 -j 2 2>said &
+    while [ "$(find named_killed -name "*.png" 2>/dev/null | wc -l)" -lt 10 ]; do :; done
+    kill -KILL $!
+    find named_killed -name ".*" -type f >hidden
+    "$1" convert frames named_stopped --png-level 9 -j 2 2>said &
+    while [ "$(find named_stopped -name "*.png" 2>/dev/null | wc -l)" -lt 10 ]; do :; done
+    kill -TERM $!
+    wait $!' sh "$kivocam" >said 2>&1
+  if [ $? -ne 77 ]; then
+    checks=$((checks + 3))
+    diff -r reference named >differences || fail "named: $(head -n 3 differences) $(cat said)"
+    [ -s hidden ] || fail "no hidden name was seen"
+    [ -z "$(find named_stopped -name '.*' -type f)" ] || fail "SIGTERM leaves $(find named_stopped -name '.*' -type f)"
+    # Its pictures are smaller than the reference's, but --resume does not look at that: new ones only.
+    mv named_killed/deep/*.png . 2>/dev/null
+    resumed named_killed
+  fi
+else
+  note "cannot mount: the full, the read-only and the /proc-less system are not tried"
+fi
+if [ $root = no ]; then
+  mkdir locked && chmod 555 locked
+  "$kivocam" convert frames locked/ 2>said
+  code=$?
+  checks=$((checks + 1))
+  [ $code -eq 3 ] || fail "a folder without permission: exit code $code: $(cat said)"
+fi
+
+# Inputs that cannot be read, for everybody.
+mkdir -p bad/sub && cp frames/deep/000.rwh bad/good.rwh
+ln -s loop.rwh bad/loop.rwh
+ln -s nowhere bad/dangling.rwh
+mkfifo bad/fifo.rwh 2>/dev/null
+mkdir bad/sub/folder.rwh
+[ -r /proc/self/mem ] && ln -s /proc/self/mem bad/memory.rwh
+cp frames/deep/001.rwh bad/short.rwh && truncate -s 40000 bad/short.rwh
+checks=$((checks + 1))
+timeout 20 "$kivocam" convert bad bad_out 2>said
+code=$?
+[ $code -eq 5 ] || fail "unreadable inputs: exit code $code: $(cat said)"
+for line in 'bad/loop.rwh: cannot be opened: Too many levels of symbolic links' \
+  'bad/dangling.rwh: cannot be opened: No such file or directory' \
+  'bad/short.rwh: is not a whole RWH file: it holds 40000 bytes, its header says 51216'; do
+  checks=$((checks + 1))
+  grep -Fxq "kivocam: $line" said || fail "no '$line' in $(cat said)"
+done
+[ ! -p bad/fifo.rwh ] || grep -Fxq 'kivocam: bad/fifo.rwh: not a regular file' said || fail "the pipe: $(cat said)"
+[ ! -L bad/memory.rwh ] || grep -q '^kivocam: bad/memory.rwh: ' said || fail "the memory: $(cat said)"
+checks=$((checks + 1))
+[ "$(find bad_out -type f)" = bad_out/good.png ] || fail "unreadable inputs made $(find bad_out -type f)"
+# A file whose reading fails, not its opening.
+if [ -r /proc/self/mem ]; then
+  checks=$((checks + 1))
+  "$kivocam" convert - out.png --format Mono8 --size 4x4 </proc/self/mem 2>said
+  code=$?
+  [ "$code $(cat said)" = '2 kivocam: standard input: cannot be read: Input/output error' ] || fail "EIO: $code $(cat said)"
+fi
+if [ $root = no ]; then
+  chmod 000 bad/good.rwh
+  "$kivocam" convert bad/good.rwh out.png 2>said
+  grep -Fxq 'kivocam: bad/good.rwh: cannot be opened: Permission denied' said || fail "no permission: $(cat said)"
+fi
+# Cut while it is being read, as often as it takes to be caught; whatever happens, no picture is wrong.
+i=0
+while [ $i -lt 20 ]; do
+  cp frames/deep/002.rwh shrinking.rwh
+  "$kivocam" convert shrinking.rwh shrunk.png 2>said &
+  truncate -s 1000 shrinking.rwh
+  wait $!
+  [ ! -e shrunk.png ] || cmp -s shrunk.png reference/deep/002.png || fail "a shrinking file makes a wrong picture"
+  rm -f shrunk.png
+  i=$((i + 1))
+done
+checks=$((checks + 1))
+
+# Thousands of tiny files with a few rotten ones.
+mkdir tiny && head -c $((24 * many)) /dev/zero | tr '\0' 'k' >tiny.raw
+split -b 24 -a 5 -d --additional-suffix=.raw tiny.raw tiny/
+for rotten in 00003 00777 01999; do printf 'rotten' >tiny/$rotten.raw; done
+"$kivocam" convert tiny tiny_out --to bmp --format Mono8 --size 6x4 --no-sync 2>said
+code=$?
+checks=$((checks + 4))
+[ $code -eq 5 ] || fail "tiny files: exit code $code: $(tail -n 3 said)"
+grep -Eq "^kivocam: $((many - 3)) converted, 0 skipped, 3 failed in " said || fail "tiny files: $(tail -n 1 said)"
+[ "$(grep -c 'holds 6 bytes, too few for 6 x 4 pixels' said)" -eq 3 ] || fail "tiny files: $(cat said)"
+[ "$(find tiny_out -type f -size 150c | wc -l)" -eq $((many - 3)) ] || fail "tiny pictures are missing"
+[ "$(find tiny_out -type f | wc -l)" -eq $((many - 3)) ] || fail "tiny pictures are too many"
+"$kivocam" convert tiny tiny_out --to bmp --format Mono8 --size 6x4 --resume 2>said
+code=$?
+[ $code -eq 5 ] || fail "tiny files again: exit code $code"
+grep -Eq "^kivocam: 0 converted, $((many - 3)) skipped, 3 failed in " said || fail "tiny again: $(tail -n 1 said)"
+
+finish
