@@ -11,8 +11,8 @@
 
 namespace tool {
 
-// info: facts about raw frames. Several files fail one by one, each with its line; the last failure is the
-// result.
+// info: facts about raw frames. Several files fail one by one, each with its line; the result then tells that
+// some did.
 struct InfoOptions {
   std::vector<std::string> files;
   InputOptions input;  // its file is set per file
@@ -48,6 +48,19 @@ struct ConvertOptions {
   bool time = false;
 };
 Exit runConvert(const ConvertOptions &options);
+
+// report: one HTML page about a set of frames. Bad ones are listed with their errors.
+struct ReportOptions {
+  std::vector<std::string> files;
+  InputOptions input;  // its file is set per file
+  std::string output;
+  std::string title;
+  bool autoRange = false;
+  unsigned jobs = 0;  // threads; 0: one for each processor
+  bool quiet = false;
+  bool json = false;
+};
+Exit runReport(const ReportOptions &options);
 
 struct ImportOptions {
   InputOptions input;

@@ -303,15 +303,7 @@ Exit runConvert(const ConvertOptions &options) {
   Converter converter(options, treatmentOf(options));
   checkInputOptions(options.input);
   OutputFile::setDurable(!options.noSync);
-  const bool headerless = options.input.headerless();
-  FileList list = listFiles(options.inputs, headerless);
-  const std::string none = headerless ? "holds no .raw, .bin or .dat files" : "holds no .rwh files";
-  if (list.jobs.empty() && list.unreadable.empty()) throw Failure(Exit::Input, list.empty.at(0), none);
-  if (!options.quiet)
-    for (const std::string &folder : list.empty)
-      std::fprintf(stderr, "kivocam: %s: note: %s\n", oneLine(folder).c_str(), none.c_str());
-  for (const std::string &folder : list.unreadable)
-    std::fprintf(stderr, "kivocam: %s\n", oneLine(folder).c_str());
+  FileList list = findInputs(options.inputs, options.input.headerless(), options.quiet);
   if (list.jobs.empty()) return Exit::Input;
   nameAll(list, options, converter);
   if (list.jobs.size() == 1 && list.unreadable.empty()) return convertOne(converter, options, list.jobs[0]);

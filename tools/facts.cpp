@@ -1,119 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 // The commands that only tell: info and formats.
+#include <langinfo.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cinttypes>
+#include <clocale>
+#include <cmath>
 #include <cstdio>
+#include <cstring>
 
 #include "commands.h"
+#include "facts.h"
 #include "failure.h"
+#include "file_list.h"
+#include "statistics.h"
 
 namespace tool {
 namespace {
-
-// What is known about the samples of one colour.
-struct Component {
-  const char *name;
-  std::uint64_t count = 0;
-  std::uint64_t sum = 0;
-  std::uint64_t clipped = 0;  // at the top of the nominal range
-  std::uint64_t excess = 0;   // above it: the converters let these wrap
-  std::uint64_t black = 0;    // at 0
-  std::uint32_t least = UINT32_MAX;
-  std::uint32_t most = 0;
-
-  explicit Component(const char *n) : name(n) {}
-
-  void add(std::uint32_t sample, std::uint32_t top) {
-    ++count;
-    sum += sample;
-    least = std::min(least, sample);
-    most = std::max(most, sample);
-    clipped += sample == top;
-    excess += sample > top;
-    black += sample == 0;
-  }
-  double mean() const { return count == 0 ? 0 : static_cast<double>(sum) / static_cast<double>(count); }
-  double share(std::uint64_t n) const {
-    return count == 0 ? 0 : static_cast<double>(n) / static_cast<double>(count);
-  }
-};
-
-// Which component each sample of a cell belongs to. Cells are two rows high for Bayer formats; a row of a
-// cell is a group of the format, or two pixels for Bayer.
-struct Layout {
-  std::vector<Component> components;
-  std::vector<unsigned> rows[2];
-};
-
-Layout layoutOf(const kivo::Format &format) {
-  Layout layout;
-  const auto names = [&layout](std::initializer_list<const char *> list) {
-    for (const char *name : list) layout.components.emplace_back(name);
-  };
-  const auto bothRows = [&layout](std::vector<unsigned> row) {
-    layout.rows[0] = row;
-    layout.rows[1] = std::move(row);
-  };
-  switch (format.family) {
-    case kivo::Family::Mono:
-      names({"grey"});
-      bothRows({0});
-      break;
-    case kivo::Family::Rgb:
-      names({"R", "G", "B"});
-      bothRows(format.name[0] == 'R' ? std::vector<unsigned>{0, 1, 2} : std::vector<unsigned>{2, 1, 0});
-      break;
-    case kivo::Family::Yuv:
-      names({"Y", "U", "V"});
-      bothRows(format.groupPixels == 4   ? std::vector<unsigned>{1, 0, 0, 2, 0, 0}
-               : format.groupPixels == 2 ? std::vector<unsigned>{1, 0, 2, 0}
-                                         : std::vector<unsigned>{1, 0, 2});
-      break;
-    case kivo::Family::Bayer:
-      names({"R", "Gr", "Gb", "B"});
-      switch (format.order) {
-        case kivo::BayerOrder::GR:
-          layout.rows[0] = {1, 0}, layout.rows[1] = {3, 2};
-          break;
-        case kivo::BayerOrder::RG:
-          layout.rows[0] = {0, 1}, layout.rows[1] = {2, 3};
-          break;
-        case kivo::BayerOrder::GB:
-          layout.rows[0] = {2, 3}, layout.rows[1] = {0, 1};
-          break;
-        default:
-          layout.rows[0] = {3, 2}, layout.rows[1] = {1, 0};
-          break;
-      }
-      break;
-  }
-  return layout;
-}
-
-std::vector<Component> measure(const kivo::Frame &frame, const kivo::Format &format) {
-  Layout layout = layoutOf(format);
-  const std::size_t row = static_cast<std::size_t>(kivo::rowBytes(format, frame.width));
-  const std::size_t stride = frame.stride == 0 ? row : frame.stride;
-  const std::uint32_t top = (1U << format.depth) - 1;
-  for (std::uint32_t y = 0; y < frame.height; ++y) {
-    const std::uint8_t *from = frame.data.data() + y * stride;
-    const std::vector<unsigned> &cell = layout.rows[y % 2];
-    for (std::size_t i = 0, samples = row / format.wordBytes; i < samples; ++i) {
-      const std::uint32_t sample =
-          format.wordBytes == 1 ? from[i] : from[2 * i] | std::uint32_t{from[2 * i + 1]} << 8;
-      layout.components[cell[i % cell.size()]].add(sample, top);
-    }
-  }
-  return layout.components;
-}
-
-// What is known about a file before its samples are looked at.
-struct FileFacts {
-  std::string file;
-  bool rwh;
-  std::uint32_t code, width, height;
-  std::uint64_t rowBytes, fileBytes, expectedBytes;
-};
 
 void printFileFacts(const FileFacts &facts) {
   const kivo::Format *format = kivo::findFormat(facts.code);
@@ -130,35 +34,43 @@ void printFileFacts(const FileFacts &facts) {
   std::printf("  file       %" PRIu64 " bytes, %s\n", facts.fileBytes, verdict.c_str());
 }
 
-void printComponents(const std::vector<Component> &components) {
-  std::printf("  samples    min    max      mean     at 0  clipped    above\n");
-  for (const Component &c : components)
-    std::printf("  %-6s  %6" PRIu32 " %6" PRIu32 " %9.2f  %6.2f%%  %6.2f%%  %6.2f%%\n", c.name,
-                c.count == 0 ? 0 : c.least, c.most, c.mean(), 100 * c.share(c.black),
-                100 * c.share(c.clipped), 100 * c.share(c.excess));
+// Eight heights of a bar; blocks where the reader is a terminal that can show them.
+const char *const *shades() {
+  static const char *const blocks[] = {" ",      "\u2581", "\u2582", "\u2583", "\u2584",
+                                       "\u2585", "\u2586", "\u2587", "\u2588"};
+  static const char *const plain[] = {" ", ".", ":", "-", "=", "+", "*", "#", "@"};
+  std::setlocale(LC_CTYPE, "");
+  const bool unicode = ::isatty(STDOUT_FILENO) != 0 && std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
+  return unicode ? blocks : plain;
 }
 
-void printJson(const FileFacts &facts, const kivo::Format &format, const std::vector<Component> &components) {
-  std::string line =
-      tool::format("{\"file\": %s, \"kind\": \"%s\", \"format\": \"%s\", \"code\": \"0x%08" PRIX32
-                   "\", \"depth\": %u, \"width\": %" PRIu32 ", \"height\": %" PRIu32
-                   ", \"row_bytes\": %" PRIu64 ", \"file_bytes\": %" PRIu64 ", \"samples\": {",
-                   jsonString(facts.file).c_str(), facts.rwh ? "rwh" : "headerless", format.name, format.code,
-                   unsigned{format.depth}, facts.width, facts.height, facts.rowBytes, facts.fileBytes);
-  const char *separator = "";
-  for (const Component &c : components) {
-    line += tool::format("%s\"%s\": {\"min\": %" PRIu32 ", \"max\": %" PRIu32
-                         ", \"mean\": %.4f, \"zero\": %.6f, \"clipped\": %.6f, \"above\": %.6f}",
-                         separator, c.name, c.count == 0 ? 0 : c.least, c.most, c.mean(), c.share(c.black),
-                         c.share(c.clipped), c.share(c.excess));
-    separator = ", ";
+void printComponents(const Statistics &statistics) {
+  std::printf("  samples    min    max      mean     at 0  clipped    above\n");
+  for (const Component &c : statistics.components)
+    std::printf("  %-6s  %6" PRIu32 " %6" PRIu32 " %9.2f  %6.2f%%  %6.2f%%  %6.2f%%\n", c.name, c.least,
+                c.most, c.mean, 100 * c.zero, 100 * c.clipped, 100 * c.above);
+  std::printf("  histogram  0 to %" PRIu32 ", heights by the square root\n", statistics.top);
+  const char *const *shade = shades();
+  for (const Component &c : statistics.components) {
+    const auto most = static_cast<double>(*std::max_element(c.histogram.begin(), c.histogram.end()));
+    std::string bars;
+    for (const std::uint64_t count : c.histogram)
+      bars +=
+          shade[count == 0 ? 0
+                           : static_cast<int>(std::ceil(8 * std::sqrt(static_cast<double>(count) / most)))];
+    std::printf("  %-6s    |%s|\n", c.name, bars.c_str());
   }
-  std::printf("%s}}\n", line.c_str());
+}
+
+void printError(const std::string &file, const std::string &error) {
+  std::printf("{\"file\": %s, \"error\": %s}\n", jsonString(file).c_str(), jsonString(error).c_str());
 }
 
 void infoOf(const InputOptions &input, bool json) {
-  FileFacts facts = {input.file, !input.headerless(), 0, 0, 0, 0, 0, 0};
-  if (facts.rwh) {
+  FileFacts facts;
+  facts.file = inputName(input.file);
+  facts.rwh = !input.headerless();
+  if (facts.rwh && input.file != "-") {
     const kivo::RwhInfo info = loadHeader(input.file);
     facts = {input.file,  true,           info.format,    info.width,
              info.height, info.lineBytes, info.fileBytes, info.expectedBytes()};
@@ -167,35 +79,67 @@ void infoOf(const InputOptions &input, bool json) {
     checkHeader(input.file, info);
   }
   const RawInput raw = loadInput(input);
-  if (!facts.rwh) {
-    facts = {input.file,    false, raw.frame.format, raw.frame.width, raw.frame.height, raw.frame.stride,
-             raw.fileBytes, 0};
+  if (facts.code == 0) {
+    facts = factsOf(input, raw);
     if (!json) printFileFacts(facts);
   }
-  const std::vector<Component> components = measure(raw.frame, *raw.format);
+  const Statistics statistics = measure(raw.frame.view());
   if (json)
-    printJson(facts, *raw.format, components);
+    std::printf("%s\n", jsonFacts(facts, *raw.format, statistics).c_str());
   else
-    printComponents(components);
+    printComponents(statistics);
 }
 
 }  // namespace
 
+FileFacts factsOf(const InputOptions &input, const RawInput &raw) {
+  FileFacts facts = {inputName(input.file), !input.headerless(), raw.frame.format, raw.frame.width,
+                     raw.frame.height,      raw.frame.stride,    raw.fileBytes,    0};
+  if (facts.rowBytes == 0) facts.rowBytes = kivo::rowBytes(*raw.format, raw.frame.width);
+  if (facts.rwh) facts.expectedBytes = facts.fileBytes;
+  return facts;
+}
+
+std::string jsonFacts(const FileFacts &facts, const kivo::Format &format, const Statistics &statistics) {
+  std::string line = tool::format(
+      "{\"file\": %s, \"kind\": \"%s\", \"format\": \"%s\", \"code\": \"0x%08" PRIX32
+      "\", \"depth\": %u, \"width\": %" PRIu32 ", \"height\": %" PRIu32 ", \"row_bytes\": %" PRIu64
+      ", \"file_bytes\": %" PRIu64 ", \"bin_width\": %" PRIu32 ", \"samples\": {",
+      jsonString(facts.file).c_str(), facts.rwh ? "rwh" : "headerless", format.name, format.code,
+      unsigned{format.depth}, facts.width, facts.height, facts.rowBytes, facts.fileBytes,
+      statistics.binWidth());
+  const char *separator = "";
+  for (const Component &c : statistics.components) {
+    line +=
+        tool::format("%s\"%s\": {\"min\": %" PRIu32 ", \"max\": %" PRIu32
+                     ", \"mean\": %.4f, \"zero\": %.6f, \"clipped\": %.6f, \"above\": %.6f, \"histogram\": [",
+                     separator, c.name, c.least, c.most, c.mean, c.zero, c.clipped, c.above);
+    for (std::size_t i = 0; i < c.histogram.size(); ++i)
+      line += tool::format("%s%" PRIu64, i == 0 ? "" : ", ", c.histogram[i]);
+    line += "]}";
+    separator = ", ";
+  }
+  return line + "}}";
+}
+
 Exit runInfo(const InfoOptions &options) {
-  Exit worst = Exit::Ok;
-  for (const std::string &file : options.files) {
+  checkInputOptions(options.input);
+  const FileList list = findInputs(options.files, options.input.headerless(), false);
+  Exit result = list.unreadable.empty() ? Exit::Ok : Exit::Some;
+  for (const Job &job : list.jobs) {
     InputOptions input = options.input;
-    input.file = file;
+    input.file = job.input;
     try {
       infoOf(input, options.json);
     } catch (const Failure &failure) {
-      if (options.files.size() == 1 || failure.code() == Exit::Usage) throw;
+      if (options.json) printError(inputName(job.input), failure.what());
+      if (list.jobs.size() == 1 || failure.code() == Exit::Usage) throw;
       std::fflush(stdout);
       std::fprintf(stderr, "kivocam: %s\n", oneLine(failure.what()).c_str());
-      worst = failure.code();
+      result = Exit::Some;
     }
   }
-  return worst;
+  return result;
 }
 
 void runFormats(bool json) {

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -139,6 +140,18 @@ FileList listFiles(const std::vector<std::string> &arguments, bool headerless) {
   for (const std::string &argument : arguments) lister.add(argument);
   FileList list = lister.take();
   list.several = list.several || list.jobs.size() > 1;
+  return list;
+}
+
+FileList findInputs(const std::vector<std::string> &arguments, bool headerless, bool quiet) {
+  FileList list = listFiles(arguments, headerless);
+  const std::string none = headerless ? "holds no .raw, .bin or .dat files" : "holds no .rwh files";
+  if (list.jobs.empty() && list.unreadable.empty()) throw Failure(Exit::Input, list.empty.at(0), none);
+  if (!quiet)
+    for (const std::string &folder : list.empty)
+      std::fprintf(stderr, "kivocam: %s: note: %s\n", oneLine(folder).c_str(), none.c_str());
+  for (const std::string &folder : list.unreadable)
+    std::fprintf(stderr, "kivocam: %s\n", oneLine(folder).c_str());
   return list;
 }
 

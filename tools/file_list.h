@@ -26,6 +26,10 @@ struct FileList {
 // has that very name. A file that is met twice counts once. Throws Failure when a pattern fits nothing.
 FileList listFiles(const std::vector<std::string> &arguments, bool headerless);
 
+// The same for a command that begins: says which folders hold none or cannot be searched, the former not if
+// `quiet`. Throws Failure when there is no file at all.
+FileList findInputs(const std::vector<std::string> &arguments, bool headerless, bool quiet);
+
 // Names the outputs: below `folder`, with another extension. Throws Failure when two inputs would become one
 // output, or an output is one of the inputs.
 void nameOutputs(FileList &list, const std::string &folder, const std::string &extension);

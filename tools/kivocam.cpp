@@ -53,6 +53,7 @@ struct Options {
   bool formatsJson = false;
   tool::ConvertOptions convert;
   std::string bayer = "standard";
+  tool::ReportOptions report;
   tool::ImportOptions import;
   tool::MosaicOptions mosaic;
   tool::CompareOptions compare;
@@ -63,15 +64,49 @@ struct Options {
 
 void addInfo(CLI::App &app, Options &all) {
   CLI::App *command = addCommand(
-      app, "info", "Tell what raw frames hold: header, size check, range and clipped share of the samples",
+      app, "info",
+      "Tell what raw frames hold: header, size check, range, clipped share and histogram of the samples",
       "  kivocam info frame.rwh\n"
       "  kivocam info --json *.rwh\n"
+      "  kivocam info archive/ 'more*.rwh'\n"
       "  kivocam info frame.raw --format BayerRG12 --size 1920x1080\n");
-  command->add_option("FILE", all.info.files, "RWH files, or headerless frames with --format and --size")
+  command
+      ->add_option("FILE", all.info.files,
+                   "RWH files, folders with such, patterns or -; headerless frames with --format and --size")
+      ->type_name("")
       ->required();
   addHeaderlessOptions(*command, all.info.input);
+  addSwapBytes(*command, all.info.input);
   command->add_flag("--json", all.info.json, "One JSON object a line for each file");
   command->callback([&all] { all.result = tool::runInfo(all.info); });
+}
+
+void addReport(CLI::App &app, Options &all) {
+  CLI::App *command = addCommand(
+      app, "report", "Write one HTML page about frames: thumbnails, histograms, standard against ACPI",
+      "  kivocam report archive/ -o page.html\n"
+      "  kivocam report 'day*/*.rwh' -o page.html --title 'Line 3' --auto-range\n"
+      "  kivocam report frame.raw -o page.html --format BayerRG12p --size 1920x1080\n");
+  tool::ReportOptions &options = all.report;
+  command
+      ->add_option("FILE", options.files,
+                   "RWH files, folders with such, patterns; headerless frames with --format and --size")
+      ->type_name("")
+      ->required();
+  command->add_option("-o,--output", options.output, "Page to write, or - for standard output")
+      ->type_name("PAGE")
+      ->required();
+  command->add_option("--title", options.title, "Heading of the page")->type_name("TEXT");
+  command->add_flag("--auto-range", options.autoRange,
+                    "Spread the samples of each frame from black to white");
+  command->add_option("-j,--jobs", options.jobs, "Files at a time (default: one for each processor)")
+      ->type_name("N")
+      ->check(CLI::Range(1U, 256U));
+  command->add_flag("-q,--quiet", options.quiet, "No progress");
+  command->add_flag("--json", options.json, "Print the facts too, as 'info --json' does");
+  addHeaderlessOptions(*command, options.input);
+  addSwapBytes(*command, options.input);
+  command->callback([&all] { all.result = tool::runReport(all.report); });
 }
 
 void addFormats(CLI::App &app, Options &all) {
@@ -299,6 +334,7 @@ int run(int argc, char **argv) {
       "  kivocam convert --help\n\n" +
       std::string(kExitCodes));
   addInfo(app, all);
+  addReport(app, all);
   addFormats(app, all);
   addConvert(app, all);
   addImport(app, all);

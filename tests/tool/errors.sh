@@ -24,7 +24,7 @@ hint='headerless data needs --format and --size'
 # RWH files
 fails 2 "nofile: cannot be opened: No such file or directory" convert nofile out.png
 fails 2 "dir: holds no .rwh files" convert dir out.png
-fails 2 "dir: is a directory" info dir
+fails 2 "dir: holds no .rwh files" info dir
 fails 2 "/dev/null: not a regular file" convert /dev/null out.png
 fails 2 "empty: the file is shorter than the 16-byte RWH header" convert empty out.png
 head -c 15 good.rwh >cut.rwh

@@ -19,18 +19,50 @@ says '^  file       16 bytes, headerless$'
 says '^  Gr +0 +2 '
 says '^  B +3 +5000 '
 ok info --json frame.rwh
-says '^\{"file": "frame.rwh", "kind": "rwh", "format": "BayerRG12", "code": "0x01100011", "depth": 12, "width": 4, "height": 2, "row_bytes": 8, "file_bytes": 32, "samples": \{"R": \{"min": 0, "max": 2, "mean": 1.0000, "zero": 0.500000, "clipped": 0.000000, "above": 0.000000\}, '
+says '^\{"file": "frame.rwh", "kind": "rwh", "format": "BayerRG12", "code": "0x01100011", "depth": 12, "width": 4, "height": 2, "row_bytes": 8, "file_bytes": 32, "bin_width": 64, "samples": \{"R": \{"min": 0, "max": 2, "mean": 1.0000, "zero": 0.500000, "clipped": 0.000000, "above": 0.000000, "histogram": \[2, 0, 0, .*\]\}, '
+says '"Gr": .*"histogram": \[1, 0, .*, 0, 1\]\}, "Gb": .*"histogram": \[1, 0, .*, 0, 1\]\}, "B": '
 
 # The header of a bad file is shown, then judged; the other files are told all the same.
 head -c 20 frame.rwh >cut.rwh
 "$kivocam" info cut.rwh frame.rwh >stdout 2>stderr
 code=$?
 checks=$((checks + 1))
-[ $code -eq 2 ] || fail "a bad file among good ones gives exit code $code"
+[ $code -eq 5 ] || fail "a bad file among good ones gives exit code $code"
 says '^  file       20 bytes, but the header says 32$'
 says '^  file       32 bytes, as the header says$'
 [ "$(cat stderr)" = "kivocam: cut.rwh: is not a whole RWH file: it holds 20 bytes, its header says 32" ] ||
   fail "$(cat stderr)"
+
+# A bar for each 64th of the range, the tallest for most samples; what is above the range is in the last one.
+ok info frame.rwh
+says '^  histogram  0 to 4095, heights by the square root$'
+says '^  R +\|@ {63}\|$'
+says '^  Gr +\|@ {62}@\|$'
+says '^  Gb +\|@ {62}@\|$'
+# 16 samples of one value and one of another: a quarter of the height.
+{ for _ in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16; do bytes 200; done; bytes 4; } >grey.raw
+ok info grey.raw --format Mono8 --size 17x1
+says '^  grey +\| :  {28} @ {31}\|$'
+
+# Standard input, folders, patterns, and words with the high byte first.
+"$kivocam" info - <frame.rwh >stdout
+says '^standard input$'
+says '^  Gb +3 +5000 +2501\.50 '
+mkdir frames && cp frame.rwh frames/one.rwh && cp frame.rwh frames/two.rwh
+ok info frames
+says '^frames/one.rwh$'
+says '^frames/two.rwh$'
+bytes 000 001 002 003 >big.raw
+ok info big.raw --format Mono16 --size 2x1 --swap-bytes
+says '^  grey +1 +515 +258\.00 '
+# 0x234 and 0xBCA share three bytes.
+bytes 064 242 274 >packed.raw
+ok info packed.raw --format Mono12p --size 2x1
+says '^  grey +564 +3018 +1791\.00 '
+says '^  size       2 x 1 pixels, 3 bytes a row$'
+"$kivocam" info --json cut.rwh frame.rwh >stdout 2>stderr
+says '^\{"file": "cut.rwh", "error": "cut.rwh: is not a whole RWH file: it holds 20 bytes, its header says 32"\}$'
+says '^\{"file": "frame.rwh", "kind": "rwh"'
 
 # Which sample of a YUV group is which.
 bytes 001 012 013 002 014 015 >yuv.raw
@@ -65,7 +97,7 @@ says '^CPSNR +equal$'
 
 ok --version
 says '^kivocam [0-9]+\.[0-9]+\.[0-9]+$'
-for command in info formats convert import mosaic compare scene sheet; do
+for command in info report formats convert import mosaic compare scene sheet; do
   ok --help
   says "^  $command "
   ok $command --help

@@ -1,0 +1,74 @@
+# SPDX-License-Identifier: Apache-2.0
+# report: what the page holds; how it looks is for tests/browser.
+. "$(dirname "$0")/lib.sh"
+
+# count PATTERN: occurrences in the page.
+count() { grep -o -- "$1" out.html | wc -l; }
+
+# holds N PATTERN: so many of them.
+holds() {
+  checks=$((checks + 1))
+  [ "$(count "$2")" -eq "$1" ] || fail "$(count "$2") of '$2' in the page, not $1"
+}
+
+ok scene scene.png --size 320x240
+mkdir frames
+for format in Mono8 BayerRG8 BayerGB12p RGB10 YUV422_8_UYVY; do
+  ok mosaic scene.png frames/$format.rwh --format $format
+done
+ok report frames -o out.html --title 'a <b> & "c"' --quiet
+holds 1 '<title>a &lt;b&gt; &amp; &quot;c&quot;</title>'
+holds 5 '<section class="card"'
+holds 5 'class="thumbnail" width="320" height="240"'
+holds 5 '<svg class="histogram"'
+# Standard and ACPI for the two Bayer frames alone.
+holds 4 'class="detail" width="256" height="192"'
+holds 2 'Where standard and adaptive demosaicing differ most'
+holds 1 'BayerGB12p (0x010C0055), 320&times;240 pixels, 480 bytes a row; RWH file of 115216 bytes, as its header says'
+# The page needs nothing else: no address but those of its own parts, and no script.
+holds 0 'http'
+holds 0 '<script'
+holds 0 'src="[^d]'
+
+# The detail lies where the pictures differ: one sharp corner in a flat frame.
+{ head -c $((64 * 64)) /dev/zero | tr '\000' '\100'; } >flat.raw
+{ head -c $((64 * 40 + 37)) flat.raw && bytes 377 377 377 && head -c 61 flat.raw && bytes 377 377 377 && head -c $((64 * 23 - 40 - 64)) flat.raw &&
+  head -c 64 flat.raw; } | head -c 4096 >corner.raw
+ok report corner.raw --format BayerRG8 --size 64x64 -o out.html
+checks=$((checks + 1))
+where=$(sed -n 's/.*pixels from (\([0-9]*\),&nbsp;\([0-9]*\)).*/\1 \2/p' out.html)
+x=${where% *} y=${where#* }
+[ "$x" -le 37 ] && [ $((x + 32)) -gt 40 ] && [ "$y" -le 40 ] && [ $((y + 24)) -gt 41 ] || fail "the detail is at $where"
+ok report flat.raw --format BayerRG8 --size 64x64 -o out.html
+holds 0 'differ most'
+
+# Hostile names are shown as what they are.
+mkdir hostile
+cp frames/Mono8.rwh "hostile/<img src=x onerror=alert(1)>\"'&.rwh"
+cp frames/Mono8.rwh "$(printf 'hostile/a\001\377\342\200\256b.rwh')"
+head -c 30 frames/Mono8.rwh >"hostile/<i>cut.rwh"
+checks=$((checks + 1))
+"$kivocam" report hostile -o out.html --json >stdout 2>stderr
+code=$?
+[ $code -eq 5 ] || fail "a bad frame among good ones gives exit code $code"
+holds 2 '<section class="card"'
+holds 0 '<img src'
+holds 0 '<i>'
+holds 1 '<h2>&lt;img src=x onerror=alert(1)&gt;&quot;&#39;&amp;.rwh</h2>'
+holds 1 '<h2>a\\x01\\xff\\xe2\\x80\\xaeb.rwh</h2>'
+holds 1 '<td>hostile/&lt;i&gt;cut.rwh<td class="bad" colspan="7">is not a whole RWH file: it holds 30 bytes, its header says 76816'
+says '^\{"file": "hostile/<i>cut.rwh", "error": '
+[ "$(grep -c '"histogram"' stdout)" -eq 2 ] || fail "facts of $(grep -c '"histogram"' stdout) frames"
+
+# Dark frames are shown dark, or spread over their range.
+{ head -c 512 /dev/zero; head -c 512 /dev/zero | tr '\000' '\020'; } >dark.raw
+ok report dark.raw --format Mono12 --size 32x16 -o plain.html
+ok report dark.raw --format Mono12 --size 32x16 -o out.html --auto-range
+holds 1 'pictures spread over the range of the frame'
+checks=$((checks + 1))
+cmp -s plain.html out.html && fail '--auto-range changes nothing'
+
+rm -f out.html plain.html
+fails 2 "nothing.rwh: cannot be opened: No such file or directory" report nothing.rwh -o out.html
+fails 3 "none/out.html: cannot be written: No such file or directory" report frames -o none/out.html
+finish

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+// report: a page that shows a set of frames.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <thread>
+
+#include "batch.h"
+#include "commands.h"
+#include "failure.h"
+#include "file_list.h"
+#include "interrupt.h"
+#include "output_file.h"
+#include "report_page.h"
+
+namespace tool {
+namespace {
+
+constexpr std::uint32_t kThumbnailWidth = 320;
+constexpr std::uint32_t kThumbnailHeight = 320;
+// Differences are summed in squares of this many pixels; a detail begins at one of them.
+constexpr std::uint32_t kBlock = 8;
+
+kivo::Image convertOrThrow(const kivo::FrameView &view, kivo::Bayer bayer, const std::string &subject) {
+  kivo::ConvertOptions how;
+  how.bayer = bayer;
+  how.output = kivo::Output::Bgr;
+  how.anyBayerSize = true;
+  kivo::Result<kivo::Image> image = kivo::convert(view, how);
+  if (!image) throw failureOf(image.error(), subject, Exit::Input);
+  return *std::move(image);
+}
+
+// Means of boxes, so that the whole fits a thumbnail.
+Picture thumbnailOf(const kivo::Image &image) {
+  const double scale =
+      std::max({1.0, image.width / 1.0 / kThumbnailWidth, image.height / 1.0 / kThumbnailHeight});
+  Picture small(std::max(1U, static_cast<std::uint32_t>(image.width / scale)),
+                std::max(1U, static_cast<std::uint32_t>(image.height / scale)));
+  const auto edge = [](std::uint64_t i, std::uint32_t from, std::uint32_t to) {
+    return static_cast<std::uint32_t>(i * from / to);
+  };
+  for (std::uint32_t y = 0; y < small.height; ++y) {
+    const std::uint32_t top = edge(y, image.height, small.height);
+    const std::uint32_t bottom = std::max(top + 1, edge(y + 1ULL, image.height, small.height));
+    for (std::uint32_t x = 0; x < small.width; ++x) {
+      const std::uint32_t left = edge(x, image.width, small.width);
+      const std::uint32_t right = std::max(left + 1, edge(x + 1ULL, image.width, small.width));
+      std::uint64_t sums[3] = {0, 0, 0};
+      for (std::uint32_t v = top; v < bottom; ++v)
+        for (std::uint32_t u = left; u < right; ++u)
+          for (std::size_t c = 0; c < 3; ++c) sums[c] += image.pixel(u, v)[c];
+      const std::uint64_t count = std::uint64_t{bottom - top} * (right - left);
+      for (std::size_t c = 0; c < 3; ++c)
+        small.pixel(x, y)[2 - c] = static_cast<std::uint8_t>((sums[c] + count / 2) / count);
+    }
+  }
+  return small;
+}
+
+Picture cut(const kivo::Image &image, std::uint32_t x, std::uint32_t y) {
+  Picture part(kDetailWidth, kDetailHeight);
+  for (std::uint32_t v = 0; v < kDetailHeight; ++v)
+    for (std::uint32_t u = 0; u < kDetailWidth; ++u)
+      for (std::size_t c = 0; c < 3; ++c) part.pixel(u, v)[2 - c] = image.pixel(x + u, y + v)[c];
+  return part;
+}
+
+// Where two pictures of one frame differ most.
+Detail detailOf(const kivo::Image &standard, const kivo::Image &adaptive) {
+  const std::uint32_t columns = standard.width / kBlock, rows = standard.height / kBlock;
+  std::vector<std::uint64_t> blocks(std::size_t{columns} * rows);
+  for (std::uint32_t y = 0; y < rows * kBlock; ++y) {
+    const std::uint8_t *a = standard.row(y), *b = adaptive.row(y);
+    for (std::uint32_t x = 0; x < columns * kBlock; ++x, a += 3, b += 3)
+      blocks[std::size_t{y / kBlock} * columns + x / kBlock] +=
+          static_cast<std::uint64_t>(std::abs(a[0] - b[0]) + std::abs(a[1] - b[1]) + std::abs(a[2] - b[2]));
+  }
+  constexpr std::uint32_t wide = kDetailWidth / kBlock, high = kDetailHeight / kBlock;
+  std::uint64_t most = 0;
+  Detail detail;
+  for (std::uint32_t y = 0; y + high <= rows; ++y) {
+    for (std::uint32_t x = 0; x + wide <= columns; ++x) {
+      std::uint64_t sum = 0;
+      for (std::uint32_t v = 0; v < high; ++v)
+        for (std::uint32_t u = 0; u < wide; ++u) sum += blocks[std::size_t{y + v} * columns + x + u];
+      if (sum > most) most = sum, detail.x = x * kBlock, detail.y = y * kBlock;
+    }
+  }
+  detail.difference = static_cast<double>(most) / (3.0 * kDetailWidth * kDetailHeight);
+  detail.standard = cut(standard, detail.x, detail.y);
+  detail.adaptive = cut(adaptive, detail.x, detail.y);
+  return detail;
+}
+
+kivo::Frame stretchOrThrow(const kivo::FrameView &view, const kivo::SampleRange &range,
+                           const std::string &subject) {
+  kivo::Result<kivo::Frame> frame = kivo::stretch(view, range);
+  if (!frame) throw failureOf(frame.error(), subject, Exit::Input);
+  return *std::move(frame);
+}
+
+ReportEntry entryOf(const InputOptions &input, bool autoRange) {
+  const RawInput raw = loadInput(input);
+  ReportEntry entry;
+  entry.file = inputName(input.file);
+  entry.facts = factsOf(input, raw);
+  entry.format = raw.format;
+  entry.statistics = measure(raw.frame.view());
+
+  kivo::Frame narrow;
+  kivo::FrameView shown = raw.frame.view();
+  entry.stretched = autoRange && raw.format->family != kivo::Family::Yuv;
+  if (entry.stretched) {
+    kivo::SampleRange range = {UINT32_MAX, 0};
+    for (const Component &c : entry.statistics.components)
+      range = {std::min(range.least, c.least), std::max(range.most, c.most)};
+    narrow = stretchOrThrow(shown, range, entry.file);
+    shown = narrow.view();
+  }
+  const kivo::Image picture = convertOrThrow(shown, kivo::Bayer::Standard, entry.file);
+  const Picture thumbnail = thumbnailOf(picture);
+  entry.thumbnail = pngOf(thumbnail);
+  entry.thumbnailWidth = thumbnail.width;
+  entry.thumbnailHeight = thumbnail.height;
+
+  // The adaptive algorithm is for 8 bits and even sizes. Wider samples are brought to 8 bits by their nominal
+  // range.
+  const bool even = shown.width % 2 == 0 && shown.height % 2 == 0;
+  if (!raw.format->isBayer() || !even || shown.width < kDetailWidth || shown.height < kDetailHeight)
+    return entry;
+  const bool wide = kivo::findFormat(shown.format)->depth != 8;
+  if (wide) narrow = stretchOrThrow(shown, {0, entry.statistics.top}, entry.file);
+  const kivo::FrameView mosaic = wide ? narrow.view() : shown;
+  const kivo::Image adaptive = convertOrThrow(mosaic, kivo::Bayer::Acpi, entry.file);
+  entry.detail = wide ? detailOf(convertOrThrow(mosaic, kivo::Bayer::Standard, entry.file), adaptive)
+                      : detailOf(picture, adaptive);
+  entry.hasDetail = entry.detail.difference > 0;
+  return entry;
+}
+
+}  // namespace
+
+Exit runReport(const ReportOptions &options) {
+  checkInputOptions(options.input);
+  if (options.output == "-" && options.json)
+    throw Failure(Exit::Usage, "--json", "does not go with a page on standard output");
+  const FileList list = findInputs(options.files, options.input.headerless(), options.quiet);
+  std::unique_ptr<ByteSink> sink;
+  OutputFile *file = nullptr;
+  if (options.output == "-") {
+    sink = std::make_unique<StandardOutput>();
+  } else {
+    for (const Job &job : list.jobs)
+      if (job.input != "-") refuseSameFile(job.input, options.output);
+    auto page = std::make_unique<OutputFile>(options.output);
+    file = page.get();
+    sink = std::move(page);
+  }
+
+  std::vector<ReportEntry> entries(list.jobs.size());
+  Counts counts;
+  counts.total = list.jobs.size();
+  const auto fill = [&](const Job &job) {
+    InputOptions input = options.input;
+    input.file = job.input;
+    entries[static_cast<std::size_t>(&job - list.jobs.data())] = entryOf(input, options.autoRange);
+    Outcome outcome;
+    outcome.status = Outcome::Status::Converted;
+    return outcome;
+  };
+  const auto noteFailure = [&](const Job &job, const Outcome &outcome) {
+    if (outcome.status != Outcome::Status::Failed) return;
+    ReportEntry &entry = entries[static_cast<std::size_t>(&job - list.jobs.data())];
+    entry.file = inputName(job.input);
+    const std::string subject = entry.file + ": ";
+    const bool named = outcome.error.compare(0, subject.size(), subject) == 0;
+    entry.error = named ? outcome.error.substr(subject.size()) : outcome.error;
+  };
+  if (list.jobs.size() == 1) {
+    fill(list.jobs[0]);
+  } else {
+    Progress progress(options.quiet);
+    const unsigned all = std::max(1U, std::thread::hardware_concurrency());
+    const BatchResult result =
+        runBatch(list.jobs, options.jobs == 0 ? all : options.jobs, progress, counts, fill, noteFailure);
+    if (result.signal != 0) endBySignal(result.signal);
+    counts = result.counts;
+  }
+  for (const std::string &folder : list.unreadable) {
+    entries.emplace_back();
+    entries.back().file = entries.back().error = folder;
+  }
+
+  const auto write = [&sink](const std::string &text) { sink->write(text.data(), text.size()); };
+  write(pageHead(options.title));
+  write(pageSummary(entries));
+  for (std::size_t i = 0; i < entries.size(); ++i) write(pageCard(entries[i], i + 1));
+  write(pageEnd());
+  sink->finish();
+  if (file != nullptr) file->commit();
+  if (options.json)
+    for (const ReportEntry &entry : entries)
+      std::printf("%s\n", (entry.error.empty() ? jsonFacts(entry.facts, *entry.format, entry.statistics)
+                                               : "{\"file\": " + jsonString(entry.file) +
+                                                     ", \"error\": " + jsonString(entry.error) + "}")
+                              .c_str());
+  return counts.failed == 0 && list.unreadable.empty() ? Exit::Ok : Exit::Some;
+}
+
+}  // namespace tool
