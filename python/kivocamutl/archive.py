@@ -332,6 +332,8 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     except ImportError:
         print("archive: dask.distributed is missing; install python3-distributed", file=sys.stderr)
         return EXIT_CLUSTER
+    # A cluster that goes away leaves calls behind that nobody waits for; its own trouble is reported otherwise.
+    logging.getLogger("asyncio").setLevel(logging.CRITICAL)
     layout = _layout(parser, arguments)
     source, target = os.path.abspath(arguments.source), os.path.abspath(arguments.target)
     try:
