@@ -26,21 +26,23 @@ PARTS = [
     ("kivocamutl", "the Python package", [("libKivoCamUtl", None), ("numpy", "BSD-3-Clause"),
                                           ("distributed", "BSD-3-Clause")]),
 ]
-BUILD_TREES = re.compile(r"^(build|out|obj-|\.|debian/(\.|tmp|files|debhelper|[^/.]*/(?<!source/)(?<!tests/)))|(^|/)(__pycache__|\.git)(/|$)")
+LICENCE_TAG = b"SPDX-License-Identifier"
+# What building leaves in a source tree, and settings of the checkout that no package has.
+NOT_SOURCE = re.compile(r"""
+    ^(build[^/]*|out|obj-[^/]*)/ | (^|/)(\.[^/]*|__pycache__)(/|$)
+    | ^debian/(?!(source|tests)/)[^/]*/ | ^debian/(files|.*debhelper.*|.*\.substvars)$""", re.VERBOSE)
 
 
 def source_files(source):
-    """Relative paths of the files under version control, or of a tree without it."""
+    """Relative paths of the source files: those under version control, or all of a tree without it."""
     listed = subprocess.run(["git", "-C", source, "ls-files", "-z"], capture_output=True, check=False)
     if listed.returncode == 0 and listed.stdout:
-        return sorted(name for name in listed.stdout.decode().split("\0") if name)
-    found = []
-    for folder, _, names in os.walk(source):
-        for name in names:
-            relative = os.path.relpath(os.path.join(folder, name), source)
-            if not BUILD_TREES.search(relative):
-                found.append(relative)
-    return sorted(found)
+        # What is deleted but not yet committed is still in the list.
+        found = [name for name in listed.stdout.decode().split("\0") if os.path.isfile(os.path.join(source, name))]
+    else:
+        found = [os.path.relpath(os.path.join(folder, name), source)
+                 for folder, _, names in os.walk(source) for name in names]
+    return sorted(name for name in found if not NOT_SOURCE.search(name))
 
 
 def date(source):
@@ -60,7 +62,7 @@ def identifier(kind, name):
 def file_entry(source, name):
     with open(os.path.join(source, name), "rb") as file:
         content = file.read()
-    header = re.search(rb"SPDX-License-Identifier: ([A-Za-z0-9.+-]+)", content[:2000])
+    header = re.search(LICENCE_TAG + rb": ([A-Za-z0-9.+-]+)", content[:2000])
     return {
         "SPDXID": identifier("File", name),
         "fileName": "./" + name,
