@@ -1,0 +1,111 @@
+# SPDX-License-Identifier: Apache-2.0
+# The man pages and the completion for bash know every command and option that --help knows, and no other.
+# Usage: sh manual.sh KIVOCAM WORKDIR TOOLS
+tools=$3
+. "$(dirname "$0")/lib.sh"
+
+# options COMMAND: the options of its --help, one a line.
+options() {
+  # shellcheck disable=SC2086
+  "$kivocam" $1 --help | awk '/^ +-/ { sub(/^ +/, ""); n = split($1, names, ","); for (i = 1; i <= n; ++i) print names[i] }' |
+    sort -u
+}
+
+# agree WHAT EXPECTED ACTUAL: two files of words hold the same.
+agree() {
+  checks=$((checks + 1))
+  comm -3 "$2" "$3" >differences
+  [ ! -s differences ] || fail "$1: help and it differ in $(tr '\t\n' '> ' <differences)"
+}
+
+commands=$("$kivocam" --help | awk '/^Subcommands:/ { on = 1; next } /^[A-Z]/ { on = 0 } on && NF { print $1 }')
+checks=$((checks + 1))
+[ "$(echo "$commands" | wc -l)" -ge 9 ] || fail "--help names only $commands"
+
+for command in '' $commands; do
+  page=$tools/man/kivocam${command:+-$command}.1
+  checks=$((checks + 2))
+  [ -f "$page" ] || { fail "no $page" && continue; }
+  options "$command" >help
+  [ -s help ] || fail "no options in the help of '$command'"
+  # Options are set in bold at the start of a tagged paragraph.
+  awk 'tag && /^\\fB\\-/ { print } { tag = /^\.TP/ }' "$page" | sed 's/\\-/-/g' | grep -Eo '\\fB-[^\]*' |
+    sed 's/^...//' | sort -u >paged
+  agree "$page" help paged
+  # Examples are those of the help.
+  # shellcheck disable=SC2086
+  "$kivocam" $command --help | sed -n '/^Examples:/,/^$/s/^  //p' | grep -v -- '--help$' >examples
+  sed -n '/^\.SH EXAMPLES/,/^\.fi/p' "$page" | sed 's/\\-/-/g; s/\\(aq/'\''/g; s/\\e/\\/g' >shown
+  while read -r example; do
+    checks=$((checks + 1))
+    [ -z "$command" ] || grep -Fxq -- "$example" shown || fail "$page: lacks the example $example"
+  done <examples
+  if command -v man >warnings && command -v groff >warnings; then
+    checks=$((checks + 1))
+    LC_ALL=C.UTF-8 MANROFFSEQ='' man --warnings -E UTF-8 -l -Tutf8 -Z "$page" 2>warnings >/dev/null
+    [ ! -s warnings ] || fail "$page: $(cat warnings)"
+  fi
+done
+for command in $commands; do
+  checks=$((checks + 1))
+  grep -q "kivocam\\\\-$command (1)" "$tools/man/kivocam.1" || fail "kivocam.1 does not name $command"
+done
+
+if command -v bash >warnings; then
+  cat >complete.bash <<'END'
+source "$1"
+shift
+COMP_WORDS=("$@")
+COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+_kivocam kivocam "${COMP_WORDS[COMP_CWORD]}" ""
+printf '%s\n' "${COMPREPLY[@]}"
+END
+  # completes WORD...: what bash offers for the last word.
+  completes() {
+    bash complete.bash "$tools/kivocam.bash" "$kivocam" "$@" 2>complaints | sort -u >offered
+    checks=$((checks + 1))
+    [ ! -s complaints ] || fail "completion of $*: $(cat complaints)"
+  }
+  # offers "WORD...": exactly these.
+  offers() {
+    checks=$((checks + 1))
+    [ "$(tr '\n' ' ' <offered)" = "$1 " ] || fail "offered: $(tr '\n' ' ' <offered), not $1"
+  }
+  for command in $commands; do
+    options "$command" >help
+    completes "$command" -
+    agree "completion of $command" help offered
+  done
+  completes ''
+  { echo "$commands"; options ''; } | sort -u >help
+  agree 'completion of commands' help offered
+  completes con && offers convert
+  completes convert a.rwh --bayer '' && offers 'acpi off standard'
+  completes convert --to p && offers 'pgm png ppm'
+  completes mosaic --to '' && offers 'raw rwh'
+  completes info --format bayerrg12 && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
+  "$kivocam" formats | awk 'NR > 1 { print $1 }' | sort -u >help
+  completes convert -f ''
+  agree 'formats' help offered
+  : >'a frame.rwh' && mkdir frames
+  completes convert a && offers 'a frame.rwh'
+  completes convert fra && offers frames
+  completes convert --crop '' && offers ''
+  completes convert frames --res && offers --resume
+  # And with a real key, where a terminal can be had.
+  if command -v script >warnings && script -qec true /dev/null >warnings 2>&1; then
+    cat >rc <<END
+source '$tools/kivocam.bash'
+PS1='> '
+PATH='$work/bin':\$PATH
+END
+    mkdir bin && ln -s "$kivocam" bin/kivocam
+    { sleep 1; printf 'kivocam conv\ta\\ fr\t--bay\tac\t; exit\n'; sleep 1; } |
+      script -qec 'bash --noprofile --rcfile rc -i' /dev/null >typed 2>&1
+    checks=$((checks + 1))
+    grep -aFq 'kivocam convert a\ frame.rwh --bayer acpi ; exit' typed ||
+      fail "the tabulator key gives $(tr -d '\033\007' <typed)"
+  fi
+fi
+
+finish
