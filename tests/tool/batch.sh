@@ -163,7 +163,7 @@ if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; the
   COLUMNS=100 TERM=xterm script -qec "'$kivocam' convert many bar --png-level 9 -j 1 --no-sync" /dev/null >terminal 2>&1
   checks=$((checks + 1))
   tr '\r' '\n' <terminal | grep -Eq '^\[#*\.+\] [0-9]+/60' || fail "no bar: $(cat terminal)"
-  tr '\r' '\n' <terminal | grep -q '^kivocam: 59 converted, 0 skipped, 1 failed in' || fail "no summary: $(cat terminal)"
+  tr '\r' '\n' <terminal | grep -Eq '(^|K)kivocam: 59 converted, 0 skipped, 1 failed in' || fail "no summary: $(cat terminal)"
   tr '\r' '\n' <terminal | grep -Eq '(^|K)kivocam: many/7.rwh: the file is shorter' || fail "no message: $(cat terminal)"
 fi
 
