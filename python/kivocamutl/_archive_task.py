@@ -7,15 +7,13 @@ import dataclasses
 import os
 import socket
 import time
-from typing import Any, Optional
+from typing import Optional
 
 import numpy as np
 
 from .conversion import convert
 from .errors import FrameSizeError
 from .files import bmp_bytes, read_rwh, read_rwh_header, write_bmp
-from .pixel_formats import find_format, packed_formats
-from .unpacking import unpack
 
 
 @dataclasses.dataclass(frozen=True)
@@ -81,15 +79,6 @@ def _there(path: str, size: int) -> bool:
         return False
 
 
-def _read_raw(path: str, layout: RawLayout) -> tuple[Any, str]:
-    """Samples and format of a headerless file; bytes behind the frame are ignored."""
-    data = np.fromfile(path, np.uint8)
-    if layout.format.lower() in {f.name.lower() for f in packed_formats()}:
-        samples = unpack(data, layout.format, layout.width, layout.height, stride=layout.stride)
-        return samples, next(f.unpacked for f in packed_formats() if f.name.lower() == layout.format.lower())
-    return data, find_format(layout.format).name
-
-
 def _convert(job: Job, options: Options, outcome: Outcome) -> None:
     layout = options.raw if job.raw else None
     if layout is not None:
@@ -102,11 +91,10 @@ def _convert(job: Job, options: Options, outcome: Outcome) -> None:
         outcome.status = "skipped"
         return
     if layout is not None:
-        array, format = _read_raw(job.source, layout)
-        size: dict[str, Any] = {}
-        if array.ndim == 1:
-            size = {"width": layout.width, "height": layout.height, "stride": layout.stride}
-        picture = convert(array, format, bayer=options.bayer, output=options.output, **size)
+        # Bytes behind the frame are ignored.
+        data = np.fromfile(job.source, np.uint8)
+        picture = convert(data, layout.format, bayer=options.bayer, output=options.output, width=layout.width,
+                          height=layout.height, stride=layout.stride)
     else:
         frame = read_rwh(job.source)
         picture = convert(frame.array, frame.format, bayer=options.bayer, output=options.output)

@@ -11,7 +11,7 @@ import numpy as np
 import numpy.typing as npt
 
 from .errors import FrameSizeError, SampleTypeError
-from .pixel_formats import Format, FormatLike, find_format
+from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format, find_format
 
 __all__ = ["FrameLike", "Frame", "as_frame", "flat_bytes", "size_argument"]
 
@@ -120,7 +120,10 @@ def as_frame(array: FrameLike, format: FormatLike, width: Optional[int], height:
     buffer needs both, and may have padded rows (`stride`) and bytes behind the frame. An array of uint8 with
     two dimensions and an explicit width may have longer rows than the frame: their ends are padding.
     """
-    known = find_format(format)
+    any_format = find_any_format(format)
+    if isinstance(any_format, PackedFormat):
+        return _unpacked(array, any_format, width, height, stride)
+    known = any_format
     width = None if width is None else size_argument("width", width)
     height = None if height is None else size_argument("height", height)
     if not isinstance(array, np.ndarray) and (hasattr(array, "__array_interface__") or hasattr(array, "__array__")):
@@ -157,6 +160,28 @@ def as_frame(array: FrameLike, format: FormatLike, width: Optional[int], height:
         raise FrameSizeError(f"height={height}, but the array has {size[1]} rows")
     pixels = np.ascontiguousarray(array, _dtype(known)).reshape(known.shape(*size))
     return _checked(Frame(known, size[0], size[1], pixels))
+
+
+def _unpacked(array: FrameLike, format: PackedFormat, width: Optional[int], height: Optional[int],
+              stride: Optional[int]) -> Frame:
+    """The frame whose samples share the bytes of `array`: flat, or one row of bytes a row."""
+    from .unpacking import unpack
+
+    if width is None:
+        raise FrameSizeError(f"a frame of {format.name} needs width=: its samples share bytes")
+    if isinstance(array, np.ndarray) and array.ndim > 1:
+        if array.ndim != 2 or array.dtype != np.uint8:
+            raise FrameSizeError(f"an array of shape {array.shape} and {array.dtype} is no {format.name} frame; "
+                                 "expected rows of bytes, or a flat buffer")
+        if stride is not None:
+            raise FrameSizeError("stride= goes with a flat buffer; an array has its own strides")
+        if height is not None and height != array.shape[0]:
+            raise FrameSizeError(f"height={height}, but the array has {array.shape[0]} rows")
+        height, stride = array.shape[0], array.shape[1]
+    elif height is None:
+        raise FrameSizeError("a flat buffer needs width= and height=")
+    samples = unpack(array, format, width, height, stride=stride)
+    return _checked(Frame(find_format(format.unpacked), samples.shape[1], samples.shape[0], samples))
 
 
 def _check_dtype(format: Format, array: npt.NDArray[Any], bytes_allowed: bool) -> None:

@@ -36,7 +36,7 @@ from typing import Any, Iterator, Optional, Sequence
 from ._archive_task import Job, Options, Outcome, RawLayout, run
 from .errors import KivoError
 from .files import TEMPORARY_SUFFIX, atomic_file
-from .pixel_formats import find_format, find_packed_format, packed_formats
+from .pixel_formats import find_any_format
 
 __all__ = ["main", "Archive", "find_jobs"]
 
@@ -292,10 +292,7 @@ def _layout(parser: argparse.ArgumentParser, arguments: argparse.Namespace) -> O
             parser.error("--stride and --extension go with --format and --size")
         return None
     try:
-        if arguments.format.lower() in {f.name.lower() for f in packed_formats()}:
-            name = find_packed_format(arguments.format).name
-        else:
-            name = find_format(arguments.format).name
+        name = find_any_format(arguments.format).name
     except KivoError as error:
         parser.error(str(error))
     width, height = arguments.size

@@ -3,15 +3,15 @@
 
 from __future__ import annotations
 
-from typing import Any, Callable, Optional
+from typing import Any, Callable, Optional, Sequence
 
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import Frame, FrameLike, as_frame
+from ._frames import Frame, FrameLike, as_frame, size_argument
 from ._library import function
 from .errors import FrameSizeError, OptionError, SampleTypeError, StatusError
-from .pixel_formats import Format, FormatLike
+from .pixel_formats import Format, FormatLike, exchanged, narrowed
 
 __all__ = ["convert", "reverse"]
 
@@ -103,6 +103,37 @@ def _destination(out: Optional[npt.NDArray[Any]], shape: tuple[int, ...],
     return out if out.flags.c_contiguous else np.empty(shape, dtype)
 
 
+def _cropped(frame: Frame, crop: Sequence[int]) -> Frame:
+    """The region as if the camera had sent no more; a Bayer order follows its first pixel."""
+    try:
+        x, y, width, height = (size_argument("crop", value) for value in crop)
+    except (TypeError, ValueError):
+        raise OptionError(f"crop is (x, y, width, height) in pixels, not {crop!r}") from None
+    if not (width and height and x + width <= frame.width and y + height <= frame.height):
+        raise FrameSizeError(f"crop {tuple(crop)} does not lie within {frame.width} x {frame.height} pixels")
+    group = frame.format.group_pixels
+    if x % group or width % group:
+        raise FrameSizeError(f"crop {tuple(crop)} cuts a group of {group} {frame.format.name} pixels in two")
+    words = frame.format.group_bytes // frame.format.word_bytes
+    rows = frame.pixels.reshape(frame.height, -1)[y : y + height, x // group * words : (x + width) // group * words]
+    format = exchanged(frame.format, columns=x % 2 == 1, rows=y % 2 == 1)
+    return Frame(format, width, height, np.ascontiguousarray(rows).reshape(format.shape(width, height)))
+
+
+def _stretched(frame: Frame) -> Frame:
+    """The frame in 8 bits, its smallest sample at 0 and its largest at 255, rounded to nearest, halves up."""
+    format = narrowed(frame.format)
+    if format is None:
+        raise OptionError(f"auto_range=True is not for YUV, and the frame is {frame.format.name}")
+    if frame.pixels.size == 0:
+        return Frame(format, frame.width, frame.height, frame.pixels.astype(np.uint8))
+    least, most = int(frame.pixels.min()), int(frame.pixels.max())
+    span = most - least
+    steps = np.arange(span + 1, dtype=np.int64)
+    table = ((steps * 510 + span) // (2 * span) if span else steps).astype(np.uint8)
+    return Frame(format, frame.width, frame.height, table[frame.pixels - frame.pixels.dtype.type(least)])
+
+
 def convert(
     array: FrameLike,
     format: FormatLike,
@@ -113,6 +144,8 @@ def convert(
     width: Optional[int] = None,
     height: Optional[int] = None,
     stride: Optional[int] = None,
+    crop: Optional[Sequence[int]] = None,
+    auto_range: bool = False,
     shift: Optional[int] = None,
 ) -> npt.NDArray[np.uint8]:
     """Converts a raw camera frame to 8-bit colour.
@@ -122,8 +155,11 @@ def convert(
         ``(height, 3 * width / 2)`` for YUV 4:1:1, of dtype uint8, or uint16 for formats of more than 8 bits.
         Or a flat array or buffer of bytes with `width` and `height`, and with `stride` where rows are padded;
         bytes behind the frame are ignored. Rows may have any strides: what is not contiguous is copied first,
-        everything else is read where it is.
-    :param format: PFNC name, in any case, or PFNC code of the frame.
+        everything else is read where it is. Samples of packed formats (``"BayerRG12p"``, ``"Mono10Packed"``)
+        are unpacked first, as :func:`unpack` does. Words with the high byte first are of dtype ``">u2"``, as
+        ``numpy.frombuffer(buffer, ">u2")`` makes them.
+    :param format: PFNC name, in any case, or PFNC code of the frame; of :func:`formats` or
+        :func:`packed_formats`.
     :param bayer: ``"standard"`` (mean of the neighbours), ``"acpi"`` (adaptive; for 8-bit Bayer frames of
         even size from 4 x 4 up, all others are converted as with ``"standard"``) or ``"off"`` (the mosaic as
         grey). Without effect on other formats.
@@ -133,6 +169,10 @@ def convert(
     :param width: Pixels per row, for a flat buffer.
     :param height: Rows, for a flat buffer.
     :param stride: Bytes from one row of a flat buffer to the next, when rows are padded.
+    :param crop: ``(x, y, width, height)`` in pixels: this region only, as if the camera had sent no more. The
+        Bayer order follows an odd x or y.
+    :param auto_range: Spread the samples from the smallest to the largest of the frame (or region) linearly over
+        0 to 255 before conversion. The frame then has 8 bits, so that ``"acpi"`` is possible. Not for YUV.
     :param shift: Bits to drop from the right of 16-bit samples instead of the format's own count (2 for 10
         bits, 4 for 12, 8 for 16). The low 8 bits of what remains are kept: a sample above the nominal range
         wraps.
@@ -150,6 +190,12 @@ def convert(
     if bayer not in _BAYER:
         raise OptionError(f"bayer is 'standard', 'acpi' or 'off', not {bayer!r}")
     frame = as_frame(array, format, width, height, stride)
+    if shift is not None and auto_range:
+        raise OptionError(f"shift={shift!r} does not go with auto_range=True")
+    if crop is not None:
+        frame = _cropped(frame, crop)
+    if auto_range:
+        frame = _stretched(frame)
     if shift is not None:
         if frame.format.word_bytes == 1:
             raise OptionError(f"shift={shift!r} goes with 16-bit samples, not with {frame.format.name}")

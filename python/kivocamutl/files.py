@@ -19,10 +19,10 @@ from typing import Any, Iterator, NamedTuple, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import FrameLike, as_frame, size_argument
+from ._frames import FrameLike, as_frame, flat_bytes, size_argument
 from ._library import function
 from .errors import FileWriteError, FrameSizeError, RwhError, SampleTypeError, StatusError
-from .pixel_formats import Format, FormatLike, find_format
+from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format
 
 __all__ = ["RawFrame", "RwhHeader", "read_rwh", "read_rwh_header", "write_rwh", "write_bmp", "bmp_bytes"]
 
@@ -46,7 +46,7 @@ class RawFrame(NamedTuple):
 class RwhHeader(NamedTuple):
     """The 16 bytes at the start of an RWH file, checked against its length."""
 
-    format: Format
+    format: Union[Format, PackedFormat]
     width: int
     height: int
     line_bytes: int
@@ -72,7 +72,7 @@ def _header(file: "io.FileIO", shown: str) -> RwhHeader:
         raise RwhError(f"{shown}: {len(head)} bytes are too short for the {_HEADER.size}-byte RWH header")
     code, width, height, line_bytes = _HEADER.unpack(head)
     try:
-        format = find_format(code)
+        format = find_any_format(code)
     except ValueError as error:
         raise RwhError(f"{shown}: {error}") from None
     header = RwhHeader(format, width, height, line_bytes)
@@ -102,7 +102,8 @@ def read_rwh(path: PathLike, *, mmap: bool = False) -> RawFrame:
     :param mmap: Map the pixels read-only instead of reading them: they come from the disk when they are used,
         and the file may not be changed before that.
     :returns: ``(array, format)``: the pixels in the shape and dtype of :meth:`kivocamutl.Format.shape`, and the
-        PFNC name.
+        PFNC name. Samples that share bytes are unpacked, and the name is that of the unpacked format;
+        :func:`read_rwh_header` tells the file's own.
     :raises OSError: the file cannot be opened or read.
     :raises RwhError: the file is no RWH file, or not whole; checked before memory is taken for it.
     """
@@ -125,7 +126,7 @@ def read_rwh(path: PathLike, *, mmap: bool = False) -> RawFrame:
         frame = as_frame(data, header.format, header.width, header.height, header.line_bytes)
     except FrameSizeError as error:
         raise RwhError(f"{shown}: {error}") from None
-    return RawFrame(frame.pixels, header.format.name)
+    return RawFrame(frame.pixels, frame.format.name)
 
 
 @contextlib.contextmanager
@@ -177,18 +178,50 @@ def write_rwh(
     """Writes a raw frame with packed rows.
 
     :param path: The RWH file; replaced when it exists, untouched when the write fails.
-    :param array: The frame, as :func:`kivocamutl.convert` takes it. Written from where it is when contiguous.
+    :param array: The frame, as :func:`kivocamutl.convert` takes it. Written from where it is when contiguous. The
+        bytes of a packed format are written as they are, if a row ends on a byte.
     :param format: PFNC name or code.
     :raises FrameSizeError: shape, size or length do not fit the format.
     :raises FileWriteError: the file could not be written whole, as on a full disk.
     :raises OSError: the folder does not exist or may not be written to.
     """
-    frame = as_frame(array, format, width, height, stride)
+    known = find_any_format(format)
+    if isinstance(known, PackedFormat):
+        _write_packed(path, array, known, width, height, stride)
+        return
+    frame = as_frame(array, known, width, height, stride)
     line_bytes = size_argument("the length of a row", frame.format.row_bytes(frame.width))
+    pixels = frame.pixels.reshape(-1).view(np.uint8) if frame.pixels.size else np.empty(0, np.uint8)
+    _write_frame(path, (frame.format.code, frame.width, frame.height, line_bytes), pixels)
+
+
+def _write_packed(path: PathLike, array: FrameLike, format: PackedFormat, width: Optional[int],
+                  height: Optional[int], stride: Optional[int]) -> None:
+    """A frame whose samples share bytes, as it is."""
+    if width is None or height is None:
+        raise FrameSizeError(f"a frame of {format.name} needs width= and height=: its samples share bytes")
+    width, height = size_argument("width", width), size_argument("height", height)
+    row = format.row_bytes(width)
+    if row * 8 != width * format.bits_per_pixel:
+        raise FrameSizeError(f"a row of {width} {format.name} pixels does not end on a byte, as a row of an RWH "
+                             "file does: unpack() the frame first")
+    flat = flat_bytes(array)
+    step = row if stride is None else size_argument("stride", stride)
+    if step < row:
+        raise FrameSizeError(f"stride {step} is smaller than a {format.name} row of width {width} ({row} bytes)")
+    needed = step * (height - 1) + row if height and row else 0
+    if flat.size < needed:
+        raise FrameSizeError(f"the buffer has {flat.size} bytes, a {format.name} frame of {width} x {height} "
+                             f"takes {needed}")
+    rows: npt.NDArray[np.uint8] = np.ndarray((height if needed else 0, row), np.uint8, flat, strides=(step, 1))
+    _write_frame(path, (format.code, width, height, row), np.ascontiguousarray(rows).reshape(-1))
+
+
+def _write_frame(path: PathLike, header: tuple[int, int, int, int], data: npt.NDArray[np.uint8]) -> None:
     with atomic_file(path) as (_, descriptor):
-        _write_all(descriptor, _HEADER.pack(frame.format.code, frame.width, frame.height, line_bytes), path)
-        if frame.pixels.size:
-            _write_all(descriptor, frame.pixels.reshape(-1).view(np.uint8), path)
+        _write_all(descriptor, _HEADER.pack(*header), path)
+        if data.size:
+            _write_all(descriptor, data, path)
 
 
 def bmp_bytes(width: int, height: int, channels: int) -> int:

@@ -15,6 +15,7 @@ __all__ = [
     "PackedFormat",
     "formats",
     "find_format",
+    "find_any_format",
     "packed_formats",
     "find_packed_format",
     "reversed_format",
@@ -82,8 +83,6 @@ class Format:
         return self.name
 
 
-FormatLike = Union[str, int, Format]
-"""A PFNC name in any case, a PFNC code as a number or as text such as ``"0x01080009"``, or a :class:`Format`."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -101,6 +100,15 @@ class PackedFormat:
     unpacked: str
     """Name of the 16-bit format that unpacking gives."""
 
+    @property
+    def bits_per_pixel(self) -> int:
+        """Bits that a pixel takes in a frame."""
+        return 10 if self.layout == "p" and self.depth == 10 else 12
+
+    def row_bytes(self, width: int) -> int:
+        """Bytes of one row that begins on a byte."""
+        return self.buffer_bytes(width)
+
     def buffer_bytes(self, samples: int) -> int:
         """Bytes that hold so many consecutive samples."""
         if self.layout == "p":
@@ -110,6 +118,9 @@ class PackedFormat:
     def __str__(self) -> str:
         return self.name
 
+
+FormatLike = Union[str, int, Format, PackedFormat]
+"""A PFNC name in any case, a PFNC code as a number or as text such as ``"0x01080009"``, or a :class:`Format`."""
 
 _OPENCV_BAYER = {"GR": "COLOR_BayerGB2BGR", "RG": "COLOR_BayerBG2BGR",
                  "GB": "COLOR_BayerGR2BGR", "BG": "COLOR_BayerRG2BGR"}
@@ -222,7 +233,7 @@ def find_format(value: FormatLike) -> Format:
     """
     if isinstance(value, Format):
         return value
-    code = _code(value)
+    code = value.code if isinstance(value, PackedFormat) else _code(value)
     found = _BY_NAME.get(str(value).lower()) if code is None else _BY_CODE.get(code)
     if found is not None:
         return found
@@ -232,6 +243,18 @@ def find_format(value: FormatLike) -> Format:
         raise UnknownFormatError(f"{packed.name} shares bytes between samples: unpack() it to "
                                  f"{packed.unpacked} first")
     raise UnknownFormatError(f"unknown pixel format {shown}; formats() lists the known ones")
+
+
+def find_any_format(value: Union[str, int, Format, PackedFormat]) -> Union[Format, PackedFormat]:
+    """The format, packed or not, with this name, in any case, or this code.
+
+    :raises UnknownFormatError: there is none.
+    """
+    if isinstance(value, PackedFormat):
+        return value
+    code = _code(value) if not isinstance(value, Format) else value.code
+    packed = _PACKED_BY_NAME.get(str(value).lower()) if code is None else _PACKED_BY_CODE.get(code)
+    return packed if packed is not None else find_format(value)
 
 
 def find_packed_format(value: Union[str, int, PackedFormat]) -> PackedFormat:
@@ -247,6 +270,24 @@ def find_packed_format(value: Union[str, int, PackedFormat]) -> PackedFormat:
         shown = repr(value) if code is None else f"0x{code:08X}"
         raise UnknownFormatError(f"unknown packed format {shown}; packed_formats() lists the known ones")
     return found
+
+
+def exchanged(format: Format, *, columns: bool, rows: bool) -> Format:
+    """The format of a Bayer frame whose columns' or rows' colours have changed places; others stay."""
+    if format.order is None:
+        return format
+    order = format.order
+    if columns:
+        order = {"RG": "GR", "GR": "RG", "GB": "BG", "BG": "GB"}[order]
+    if rows:
+        order = {"RG": "GB", "GB": "RG", "GR": "BG", "BG": "GR"}[order]
+    return _BY_NAME[f"bayer{order}{format.depth}".lower()]
+
+
+def narrowed(format: Format) -> Optional[Format]:
+    """The 8-bit format of the same family and order; none for YUV."""
+    name = {"mono": "mono8", "bayer": f"bayer{format.order}8", "rgb": f"{format.name[:3]}8"}.get(format.family)
+    return None if name is None else _BY_NAME[name.lower()]
 
 
 def reversed_format(format: FormatLike, *, horizontal: bool = False, vertical: bool = False,
@@ -265,11 +306,4 @@ def reversed_format(format: FormatLike, *, horizontal: bool = False, vertical: b
     for label, value in (("width", width), ("height", height)):
         if value < 0:
             raise FrameSizeError(f"{label} is negative: {value}")
-    if known.order is None:
-        return known.name
-    order = known.order
-    if horizontal and width % 2 == 0:
-        order = {"RG": "GR", "GR": "RG", "GB": "BG", "BG": "GB"}[order]
-    if vertical and height % 2 == 0:
-        order = {"RG": "GB", "GB": "RG", "GR": "BG", "BG": "GR"}[order]
-    return f"Bayer{order}{known.depth}"
+    return exchanged(known, columns=horizontal and width % 2 == 0, rows=vertical and height % 2 == 0).name

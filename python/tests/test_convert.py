@@ -237,7 +237,7 @@ def test_case_and_codes_of_names():
     (kivo.UnknownFormatError, "0x00000007", lambda a: kivo.convert(a, 7)),
     (kivo.UnknownFormatError, "None", lambda a: kivo.convert(a, None)),
     (kivo.UnknownFormatError, "'0xzz'", lambda a: kivo.convert(a, "0xzz")),
-    (kivo.UnknownFormatError, "unpack", lambda a: kivo.convert(a, "Mono12p")),
+    (kivo.FrameSizeError, "Mono12p needs width=", lambda a: kivo.convert(a, "Mono12p")),
     (kivo.OptionError, "'RGB'", lambda a: kivo.convert(a, "Mono8", output="RGB")),
     (kivo.OptionError, "'vng'", lambda a: kivo.convert(a, "Mono8", bayer="vng")),
     (kivo.OptionError, "17", lambda a: kivo.convert(a.astype(np.uint16), "Mono12", shift=17)),

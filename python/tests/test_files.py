@@ -68,7 +68,7 @@ def test_empty_rwh(tmp_path):
     (b"", "0 bytes are too short"),
     (struct.pack("<3I", 0x01080001, 4, 4), "12 bytes are too short"),
     (struct.pack("<4I", 0xDEADBEEF, 4, 4, 4) + bytes(16), "0xDEADBEEF"),
-    (struct.pack("<4I", 0x010C0047, 4, 4, 6) + bytes(24), "unpack"),
+    (struct.pack("<4I", 0x010C0047, 3, 4, 4) + bytes(16), "4 bytes to a row"),
     (struct.pack("<4I", 0x01080001, 4, 4, 3) + bytes(12), "3 bytes to a row"),
     (struct.pack("<4I", 0x01080001, 4, 4, 4) + bytes(15), "31 bytes long"),
     (struct.pack("<4I", 0x01080001, 4, 4, 4) + bytes(17), "33 bytes long"),
