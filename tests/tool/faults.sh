@@ -77,7 +77,7 @@ done
 
 # What the owner of a temporary file left when it died goes with the next run; what lives, or is somebody else's, stays.
 mkdir -p reference/deep && cp -R reference stale
-: >stale/deep/.kivocam-1-1 && : >stale/deep/.kivocam-99999999-0 && : >stale/deep/.kivocam-notes && : >stale/deep/.hidden
+: >stale/deep/.kivocam-1-1 && : >stale/deep/.kivocam-99999999-0 && : >stale/deep/.kivocam-12x3 && : >stale/deep/.hidden
 rm stale/deep/000.png
 if command -v flock >/dev/null; then
   : >stale/deep/.kivocam-1-2
@@ -89,7 +89,7 @@ else
   "$kivocam" convert frames stale --resume 2>stderr
 fi
 checks=$((checks + 1))
-[ "$(find stale -name '.*' -type f | sort | tr '\n' ' ')" = 'stale/deep/.hidden stale/deep/.kivocam-notes ' ] ||
+[ "$(find stale -name '.*' -type f | sort | tr '\n' ' ')" = 'stale/deep/.hidden stale/deep/.kivocam-12x3 ' ] ||
   fail "leftovers: $(find stale -name '.*' -type f)"
 
 # The folder vanishes: what was done is gone, and nobody gets a folder back that looks as if it held all.
