@@ -43,6 +43,23 @@ bytes 001 010 100 000 005 030 000 000 >rows.raw
 ok convert rows.raw rows.pgm --format Mono10p --size 3x2 --stride 4 --raw
 gives rows.pgm '000 001 000 002 000 004 000 005 000 006 000 000'
 
+# What mosaic packs, convert unpacks: the samples are those of the plain format, at widths that end anywhere.
+ok scene scene.png --size 160x160
+printf 'P5 5 3 255\nA\001\377z0123456789\200' >odd.pgm
+"$kivocam" formats | awk '$1 ~ /p$|Packed$/ { print $1 }' >shared
+while read -r format; do
+  plain=${format%p}
+  plain=${plain%Packed}
+  for picture in scene.png:160x160 odd.pgm:5x3; do
+    ok mosaic ${picture%:*} shared.raw --format "$format" && ok mosaic ${picture%:*} plain.raw --format "$plain"
+    ok convert shared.raw shared.pgm --format "$format" --size ${picture#*:} --raw
+    ok convert plain.raw plain.pgm --format "$plain" --size ${picture#*:} --raw
+    same shared.pgm plain.pgm
+  done
+done <shared
+checks=$((checks + 1))
+[ "$(wc -l <shared)" -eq 20 ] || fail "not 20 formats whose samples share bytes"
+
 # Byte order. 0x0123 and 0x4567, high byte first.
 bytes 001 043 105 147 >big.raw
 ok convert big.raw big.pgm --format Mono16 --size 2x1 --raw --swap-bytes
@@ -71,7 +88,6 @@ gives range.pgm '000 200 377 032'
 bytes 007 000 007 000 >flat.raw
 ok convert flat.raw flat.pgm --format Mono16 --size 2x1 --auto-range && gives flat.pgm '000 000'
 # It makes 8 bits of a Bayer frame, so the adaptive demosaic fits.
-ok scene scene.png --size 160x160
 ok mosaic scene.png twelve.rwh --format BayerGB12
 ok convert twelve.rwh acpi.ppm --bayer acpi --auto-range --time && says '^BayerGB8 160x160 ConvByrGB8ToBGRAACPI '
 
