@@ -152,6 +152,7 @@ if [ $root = yes ] && command -v unshare >/dev/null && unshare -m true 2>/dev/nu
   else
     note "no tmpfs could be mounted"
   fi
+  ok scene large.png --size 2000x1500 && ok mosaic large.png large.rwh --format RGB8
   # Without /proc a file cannot get its name late: it has a hidden one in the meantime.
   # shellcheck disable=SC2016
   unshare -m sh -c '
@@ -164,12 +165,21 @@ if [ $root = yes ] && command -v unshare >/dev/null && unshare -m true 2>/dev/nu
     "$1" convert frames named_stopped --png-level 9 -j 2 2>said &
     while [ "$(find named_stopped -name "*.png" 2>/dev/null | wc -l)" -lt 10 ]; do :; done
     kill -TERM $!
+    wait $!
+    mkdir alone
+    "$1" convert large.rwh alone/out.png --png-level 9 2>said &
+    while [ -z "$(find alone -name ".*" -type f)" ] && kill -0 $!; do :; done
+    find alone -name ".*" -type f >alone_hidden
+    kill -TERM $!
     wait $!' sh "$kivocam" >said 2>&1
   if [ $? -ne 77 ]; then
     checks=$((checks + 3))
     diff -r reference named >differences || fail "named: $(head -n 3 differences) $(cat said)"
     [ -s hidden ] || fail "no hidden name was seen"
     [ -z "$(find named_stopped -name '.*' -type f)" ] || fail "SIGTERM leaves $(find named_stopped -name '.*' -type f)"
+    checks=$((checks + 2))
+    [ -s alone_hidden ] || fail "no hidden name of a single picture was seen"
+    [ -z "$(find alone -type f)" ] || fail "SIGTERM to a single conversion leaves $(find alone -type f)"
     # Its pictures are smaller than the reference's, but --resume does not look at that: new ones only.
     mv named_killed/deep/*.png . 2>/dev/null
     resumed named_killed
