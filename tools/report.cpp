@@ -13,6 +13,7 @@
 #include "interrupt.h"
 #include "output_file.h"
 #include "report_page.h"
+#include "thumbnail.h"
 
 namespace tool {
 namespace {
@@ -30,33 +31,6 @@ kivo::Image convertOrThrow(const kivo::FrameView &view, kivo::Bayer bayer, const
   kivo::Result<kivo::Image> image = kivo::convert(view, how);
   if (!image) throw failureOf(image.error(), subject, Exit::Input);
   return *std::move(image);
-}
-
-// Means of boxes, so that the whole fits a thumbnail.
-Picture thumbnailOf(const kivo::Image &image) {
-  const double scale =
-      std::max({1.0, image.width / 1.0 / kThumbnailWidth, image.height / 1.0 / kThumbnailHeight});
-  Picture small(std::max(1U, static_cast<std::uint32_t>(image.width / scale)),
-                std::max(1U, static_cast<std::uint32_t>(image.height / scale)));
-  const auto edge = [](std::uint64_t i, std::uint32_t from, std::uint32_t to) {
-    return static_cast<std::uint32_t>(i * from / to);
-  };
-  for (std::uint32_t y = 0; y < small.height; ++y) {
-    const std::uint32_t top = edge(y, image.height, small.height);
-    const std::uint32_t bottom = std::max(top + 1, edge(y + 1ULL, image.height, small.height));
-    for (std::uint32_t x = 0; x < small.width; ++x) {
-      const std::uint32_t left = edge(x, image.width, small.width);
-      const std::uint32_t right = std::max(left + 1, edge(x + 1ULL, image.width, small.width));
-      std::uint64_t sums[3] = {0, 0, 0};
-      for (std::uint32_t v = top; v < bottom; ++v)
-        for (std::uint32_t u = left; u < right; ++u)
-          for (std::size_t c = 0; c < 3; ++c) sums[c] += image.pixel(u, v)[c];
-      const std::uint64_t count = std::uint64_t{bottom - top} * (right - left);
-      for (std::size_t c = 0; c < 3; ++c)
-        small.pixel(x, y)[2 - c] = static_cast<std::uint8_t>((sums[c] + count / 2) / count);
-    }
-  }
-  return small;
 }
 
 Picture cut(const kivo::Image &image, std::uint32_t x, std::uint32_t y) {
@@ -120,7 +94,9 @@ ReportEntry entryOf(const InputOptions &input, bool autoRange) {
     shown = narrow.view();
   }
   const kivo::Image picture = convertOrThrow(shown, kivo::Bayer::Standard, entry.file);
-  const Picture thumbnail = thumbnailOf(picture);
+  const Picture thumbnail =
+      shrunk(picture.width, picture.height, kThumbnailWidth, kThumbnailHeight,
+             [&](std::uint32_t x, std::uint32_t y, std::size_t c) { return picture.pixel(x, y)[2 - c]; });
   entry.thumbnail = pngOf(thumbnail);
   entry.thumbnailWidth = thumbnail.width;
   entry.thumbnailHeight = thumbnail.height;

@@ -8,6 +8,7 @@
 #include "failure.h"
 #include "font.h"
 #include "picture.h"
+#include "thumbnail.h"
 
 namespace tool {
 namespace {
@@ -31,38 +32,16 @@ std::vector<std::string> linesOf(const std::string &label) {
   return lines;
 }
 
-// Draws the picture into a cell, centred, shrunk to fit but never enlarged; each target pixel is the mean of
-// what it covers.
+// Draws the picture into a cell, centred, shrunk to fit but never enlarged.
 void drawThumbnail(Picture &page, std::uint32_t x, std::uint32_t y, const Size &cell,
                    const Picture &picture) {
-  std::uint64_t width = picture.width, height = picture.height;
-  if (width > cell.width) {
-    height = std::max<std::uint64_t>(1, height * cell.width / width);
-    width = cell.width;
-  }
-  if (height > cell.height) {
-    width = std::max<std::uint64_t>(1, width * cell.height / height);
-    height = cell.height;
-  }
-  x += static_cast<std::uint32_t>(cell.width - width) / 2;
-  y += static_cast<std::uint32_t>(cell.height - height) / 2;
-  for (std::uint32_t row = 0; row < height; ++row) {
-    const std::uint32_t top = static_cast<std::uint32_t>(picture.height * std::uint64_t{row} / height);
-    const std::uint32_t bottom =
-        std::max(top + 1, static_cast<std::uint32_t>(picture.height * std::uint64_t{row + 1} / height));
-    for (std::uint32_t column = 0; column < width; ++column) {
-      const std::uint32_t left = static_cast<std::uint32_t>(picture.width * std::uint64_t{column} / width);
-      const std::uint32_t right =
-          std::max(left + 1, static_cast<std::uint32_t>(picture.width * std::uint64_t{column + 1} / width));
-      std::uint64_t sums[3] = {0, 0, 0};
-      for (std::uint32_t sy = top; sy < bottom; ++sy)
-        for (std::uint32_t sx = left; sx < right; ++sx)
-          for (std::size_t c = 0; c < 3; ++c) sums[c] += picture.pixel(sx, sy)[c];
-      const std::uint64_t covered = std::uint64_t{bottom - top} * (right - left);
-      for (std::size_t c = 0; c < 3; ++c)
-        page.pixel(x + column, y + row)[c] = static_cast<std::uint8_t>((sums[c] + covered / 2) / covered);
-    }
-  }
+  const Picture small =
+      shrunk(picture.width, picture.height, cell.width, cell.height,
+             [&](std::uint32_t u, std::uint32_t v, std::size_t c) { return picture.pixel(u, v)[c]; });
+  x += (cell.width - small.width) / 2;
+  y += (cell.height - small.height) / 2;
+  for (std::uint32_t row = 0; row < small.height; ++row)
+    std::copy_n(small.pixel(0, row), std::size_t{3} * small.width, page.pixel(x, y + row));
 }
 
 }  // namespace
