@@ -7,8 +7,9 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${PREFIX} R
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "install failed: ${output}")
 endif()
-foreach(file include/KivoCamUtl.h include/KivoCamUtl.hpp include/kivocamutl/unpack.hpp ${LIBDIR}/libKivoCamUtl.so.1 ${LIBDIR}/libKivoCamUtl.so
-             ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlConfig.cmake ${LIBDIR}/pkgconfig/KivoCamUtl.pc)
+foreach(file include/KivoCamUtl.h include/KivoCamUtl.hpp include/kivocamutl/unpack.hpp ${LIBDIR}/libKivoCamUtl.so.1
+             ${LIBDIR}/libKivoCamUtl.so ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlConfig.cmake
+             ${LIBDIR}/pkgconfig/KivoCamUtl.pc ${DOCDIR}/LICENSE ${DOCDIR}/README.md ${DOCDIR}/docs/formats.md)
   if(NOT EXISTS ${PREFIX}/${file})
     message(SEND_ERROR "not installed: ${file}")
   endif()
