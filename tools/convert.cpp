@@ -125,7 +125,7 @@ class Converter {
 
   Outcome convert(const Job &job) {
     Outcome outcome;
-    if (options_.resume && isDone(job.input, job.output, type_)) {
+    if (options_.resume && job.output != "-" && isDone(job.input, job.output, type_)) {
       outcome.status = Outcome::Status::Skipped;
       return outcome;
     }
