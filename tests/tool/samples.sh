@@ -128,7 +128,12 @@ ok convert p.raw p.png --format Mono10p --size 4x1 --raw
 checks=$((checks + 1))
 # Bit depth 16 and colour type 0 of the PNG header.
 [ "$(head -c 26 p.png | tail -c 2 | od -An -to1 | tr -d ' ')" = 020000 ] || fail "p.png is no 16-bit grey PNG"
+# Without compression the samples stand in the file, in front of check sums and the end of 20 bytes.
+ok convert p.raw p.png --format Mono10p --size 4x1 --raw --png-level 0
+tail -c 28 p.png | head -c 8 >a && tail -c 8 p.pgm >b && same a b
 bytes 001 002 003 004 005 006 >bgr.raw
+ok convert bgr.raw bgr.png --format BGR8 --size 2x1 --raw --png-level 0
+tail -c 26 bgr.png | head -c 6 >a && bytes 003 002 001 006 005 004 >b && same a b
 ok convert bgr.raw bgr.ppm --format BGR8 --size 2x1 --raw && gives bgr.ppm '003 002 001 006 005 004'
 bytes 001 002 003 000 005 001 >wide.raw
 ok convert wide.raw bgr.ppm --format BGR12 --size 1x1 --raw && gives bgr.ppm '001 005 000 003 002 001'
