@@ -157,13 +157,15 @@ if [ $root = yes ] && command -v unshare >/dev/null && unshare -m true 2>/dev/nu
   # shellcheck disable=SC2016
   unshare -m sh -c '
     mount -t tmpfs none /proc || exit 77
+    # Without it the program does not know where it is either, and cannot look for its library from there.
+    export LD_LIBRARY_PATH="${1%/*}/.."
     "$1" convert frames named -j 2 --no-sync 2>said || cat said
     "$1" convert frames named_killed --png-level 9 -j 2 2>said &
-    while [ "$(find named_killed -name "*.png" 2>/dev/null | wc -l)" -lt 10 ]; do :; done
+    while [ "$(find named_killed -name "*.png" 2>/dev/null | wc -l)" -lt 10 ] && kill -0 $!; do :; done
     kill -KILL $!
     find named_killed -name ".*" -type f >hidden
     "$1" convert frames named_stopped --png-level 9 -j 2 2>said &
-    while [ "$(find named_stopped -name "*.png" 2>/dev/null | wc -l)" -lt 10 ]; do :; done
+    while [ "$(find named_stopped -name "*.png" 2>/dev/null | wc -l)" -lt 10 ] && kill -0 $!; do :; done
     kill -TERM $!
     wait $!
     mkdir alone
