@@ -67,7 +67,7 @@ class Scene:
 
 
 def table(scene):
-    lines = ["| format | algorithm | R | G | B | all (CPSNR) | inside | border |", "|---|---|---|---|---|---|---|---|"]
+    lines = ["| format | algorithm | R | G | B | all (CPSNR) | inside | border |", "|---" * 8 + "|"]
     for depth, algorithms in ((8, ("standard", "acpi")), (10, ("standard",)), (12, ("standard",))):
         for algorithm in algorithms:
             for order in ("GR", "RG", "GB", "BG"):

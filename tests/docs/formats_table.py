@@ -16,10 +16,11 @@ BEGIN, END = "<!-- table -->\n", "<!-- end of table -->\n"
 
 def table(kivocam):
     formats = json.loads(subprocess.run([kivocam, "formats", "--json"], stdout=subprocess.PIPE, check=True).stdout)
-    lines = ["| PFNC name | code | bits | bits a pixel | OpenCV | V4L2 | GStreamer |", "|---|---|---|---|---|---|---|"]
+    lines = ["| PFNC name | code | bits | bits a pixel | OpenCV | V4L2 | GStreamer |", "|---" * 7 + "|"]
     for f in formats:
         names = [("" if f[system] == "-" else f"`{f[system]}`") for system in ("opencv", "v4l2", "gstreamer")]
-        lines.append(f"| {f['name']} | {f['code']} | {f['depth']} | {f['bits_per_pixel']} | " + " | ".join(names) + " |")
+        cells = [f["name"], f["code"], str(f["depth"]), str(f["bits_per_pixel"]), *names]
+        lines.append("| " + " | ".join(cells) + " |")
     return "\n".join(lines) + "\n"
 
 

@@ -25,7 +25,7 @@ import re
 import subprocess
 import sys
 
-FENCE = re.compile(r"^```(\w*)\s*$")
+FENCE = re.compile(r"^\s*(?:```|~~~)(.*)$")
 CMAKE = """cmake_minimum_required(VERSION 3.21)
 project(viewer C CXX)
 add_executable(viewer viewer.c)
@@ -45,6 +45,8 @@ def parts(text):
         start = i + 1
         fence = FENCE.match(lines[i])
         if fence:
+            if not re.fullmatch(r"```\w+", lines[i]):
+                raise Mistake(f"line {start}: a block that begins with '{lines[i]}': neither indented nor of no kind")
             end = next((k for k in range(i + 1, len(lines)) if lines[k].strip() == "```"), None)
             if end is None:
                 raise Mistake(f"line {start}: a block that does not end")
@@ -58,7 +60,10 @@ def parts(text):
             kind = "prepare python" if body.startswith(" python") else "prepare"
             yield start, kind, body.removeprefix(" python") + "\n"
             i = end
-        elif lines[i].startswith("<!-- not run:"):
+        elif lines[i].startswith("<!-- not run"):
+            below = lines[i + 1] if i + 1 < len(lines) else ""
+            if not re.fullmatch(r"<!-- not run: \S.* -->", lines[i]) or not below.startswith("```"):
+                raise Mistake(f"line {start}: a reason, on this line, and right above a block")
             yield start, "not run", lines[i]
         i += 1
 
@@ -101,6 +106,8 @@ class Runner:
             if not line.startswith("$ "):
                 expected.append(line)
                 continue
+            if command is None and expected:
+                raise Mistake("begins with something else than '$ '")
             if command is not None:
                 got = self.shell(command).splitlines()
                 if got != expected:
