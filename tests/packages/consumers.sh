@@ -35,6 +35,8 @@ done_with pkg-config
 
 kivocam convert frame.rwh tool.bmp
 cmp frame.bmp tool.bmp
+kivocam convert frame.rwh tool.png
+kivocam compare tool.png tool.bmp | grep -q '^differing pixels  0 of 3072$'
 kivocam info frame.rwh | grep -q BayerRG12p
 kivocam formats --json >formats.json
 done_with kivocam
@@ -43,9 +45,10 @@ done_with kivocam
 import json, pathlib
 import kivocamutl
 
-frame, name = kivocamutl.read_rwh("frame.rwh")
-samples = kivocamutl.unpack(frame, name, 64, 48)
-picture = kivocamutl.convert(samples, "BayerRG12")
+# Read, the samples do not share bytes any more.
+samples, name = kivocamutl.read_rwh("frame.rwh")
+assert name == "BayerRG12" and samples.shape == (48, 64), (name, samples.shape)
+picture = kivocamutl.convert(samples, name)
 kivocamutl.write_bmp("python.bmp", picture)
 assert pathlib.Path("python.bmp").read_bytes() == pathlib.Path("frame.bmp").read_bytes()
 kivocamutl.write_rwh("again.rwh", samples, "BayerRG12")
