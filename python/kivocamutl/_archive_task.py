@@ -7,12 +7,13 @@ import dataclasses
 import os
 import socket
 import time
-from typing import Optional
+from typing import Any, Optional
 
 import numpy as np
 
+from ._frames import as_frame
 from .conversion import convert
-from .errors import FrameSizeError
+from .errors import FrameSizeError, OptionError
 from .files import bmp_bytes, read_rwh, read_rwh_header, write_bmp
 
 
@@ -24,6 +25,8 @@ class RawLayout:
     width: int
     height: int
     stride: Optional[int] = None
+    offset: int = 0
+    """Bytes in front of the frame."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -36,10 +39,19 @@ class Options:
     tag: str = ""
     """Part of the names of temporary files, by which leftovers of killed workers are found."""
     raw: Optional[RawLayout] = None
+    swap_bytes: bool = False
+    """Words of 16 bits have the high byte first."""
+    crop: Optional[tuple[int, int, int, int]] = None
+    auto_range: bool = False
+    shift: Optional[int] = None
 
     @property
     def channels(self) -> int:
         return len(self.output)
+
+    def picture_size(self, width: int, height: int) -> tuple[int, int]:
+        """Width and height of the picture of such a frame."""
+        return (width, height) if self.crop is None else self.crop[2:]
 
 
 @dataclasses.dataclass(frozen=True)
@@ -86,19 +98,26 @@ def _convert(job: Job, options: Options, outcome: Outcome) -> None:
     else:
         header = read_rwh_header(job.source)
         outcome.format, outcome.width, outcome.height = header.format.name, header.width, header.height
-    outcome.bytes = bmp_bytes(outcome.width, outcome.height, options.channels)
+    size = options.picture_size(outcome.width, outcome.height)
+    outcome.bytes = bmp_bytes(*size, options.channels)
     if not options.force and _there(job.target, outcome.bytes):
         outcome.status = "skipped"
         return
+    how: dict[str, Any] = {"bayer": options.bayer, "output": options.output, "crop": options.crop,
+                           "auto_range": options.auto_range, "shift": options.shift}
     if layout is not None:
         # Bytes behind the frame are ignored.
-        data = np.fromfile(job.source, np.uint8)
-        picture = convert(data, layout.format, bayer=options.bayer, output=options.output, width=layout.width,
-                          height=layout.height, stride=layout.stride)
+        data = np.fromfile(job.source, np.uint8, offset=layout.offset)
+        raw = as_frame(data, layout.format, layout.width, layout.height, layout.stride)
+        array, format = raw.pixels, raw.format.name
     else:
-        frame = read_rwh(job.source)
-        picture = convert(frame.array, frame.format, bayer=options.bayer, output=options.output)
-    if picture.shape[:2] != (outcome.height, outcome.width):
+        array, format = read_rwh(job.source)
+    if options.swap_bytes:
+        if array.dtype.itemsize != 2 or format != outcome.format:
+            raise OptionError(f"only formats of 16-bit words can be big-endian, and the frame is {outcome.format}")
+        array = array.byteswap()
+    picture = convert(array, format, **how)
+    if picture.shape[1::-1] != size:
         raise FrameSizeError(f"{job.source} changed its size while it was read")
     os.makedirs(os.path.dirname(job.target), exist_ok=True)
     write_bmp(job.target, picture, tag=options.tag)

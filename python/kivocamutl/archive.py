@@ -244,6 +244,14 @@ def _size(text: str) -> tuple[int, int]:
     return int(width), int(height)
 
 
+def _region(text: str) -> tuple[int, int, int, int]:
+    size, *corner = text.split("+")
+    if len(corner) not in (0, 2) or not all(c.isdecimal() for c in corner):
+        raise argparse.ArgumentTypeError(f"a region is WIDTHxHEIGHT+X+Y, not {text!r}")
+    x, y = map(int, corner or ("0", "0"))
+    return (x, y, *_size(size))
+
+
 def _count(text: str) -> int:
     if not text.isdecimal():
         raise argparse.ArgumentTypeError(f"a number from 0 up, not {text!r}")
@@ -254,7 +262,9 @@ def _parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(
         prog="python3 -m kivocamutl.archive",
         description="Convert every raw frame below SRC to a BMP file below DST.",
-        epilog="Exit codes: 0 every file has its output, 1 some do not (see the report), 2 the command line or SRC "
+        epilog="Examples: python3 -m kivocamutl.archive frames/ pictures/ --bayer acpi; with --format BayerRG12p "
+               "--size 1920x1080 headerless .raw files are converted too. "
+               "Exit codes: 0 every file has its output, 1 some do not (see the report), 2 the command line or SRC "
                "is wrong, 3 no cluster, 130 or 143 interrupted.")
     parser.add_argument("source", metavar="SRC", help="folder of .rwh files, at any depth")
     parser.add_argument("target", metavar="DST", help="folder for the outputs; made when it is not there")
@@ -270,9 +280,18 @@ def _parser() -> argparse.ArgumentParser:
                         help="how Bayer frames are demosaiced (default: %(default)s)")
     parser.add_argument("--output", choices=("BGR", "BGRA"), default="BGR", type=str.upper,
                         help="24 or 32 bits per pixel (default: %(default)s)")
+    parser.add_argument("--crop", type=_region, metavar="WxH+X+Y",
+                        help="this region only, as if the camera had sent no more")
+    shown = parser.add_mutually_exclusive_group()
+    shown.add_argument("--auto-range", action="store_true",
+                       help="spread the samples of each frame from black to white")
+    shown.add_argument("--shift", type=_count, metavar="N",
+                       help="bits that wide samples lose at the lower end (default: depth - 8)")
+    parser.add_argument("--swap-bytes", action="store_true", help="16-bit samples arrive high byte first")
     parser.add_argument("--format", metavar="NAME", help="pixel format of headerless files, packed ones included")
     parser.add_argument("--size", type=_size, metavar="WxH", help="size of headerless files")
     parser.add_argument("--stride", type=_count, metavar="BYTES", help="distance of their rows, when padded")
+    parser.add_argument("--offset", type=_count, default=0, metavar="BYTES", help="bytes in front of their frames")
     parser.add_argument("--extension", action="append", metavar="EXT",
                         help="extension of headerless files; may be repeated (default: .raw)")
     parser.add_argument("--force", action="store_true", help="convert again what is there already")
@@ -288,15 +307,15 @@ def _layout(parser: argparse.ArgumentParser, arguments: argparse.Namespace) -> O
     if (arguments.format is None) != (arguments.size is None):
         parser.error("headerless files need both --format and --size")
     if arguments.format is None:
-        if arguments.stride is not None or arguments.extension:
-            parser.error("--stride and --extension go with --format and --size")
+        if arguments.stride is not None or arguments.extension or arguments.offset:
+            parser.error("--stride, --offset and --extension go with --format and --size")
         return None
     try:
         name = find_any_format(arguments.format).name
     except KivoError as error:
         parser.error(str(error))
     width, height = arguments.size
-    return RawLayout(name, width, height, arguments.stride)
+    return RawLayout(name, width, height, arguments.stride, arguments.offset)
 
 
 class _Terminated(KeyboardInterrupt):
@@ -341,7 +360,8 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
         print(f"archive: {error}", file=sys.stderr)
         return EXIT_USAGE
 
-    options = Options(arguments.bayer, arguments.output, arguments.force, f"{secrets.token_hex(4)}-", layout)
+    options = Options(arguments.bayer, arguments.output, arguments.force, f"{secrets.token_hex(4)}-", layout,
+                      arguments.swap_bytes, arguments.crop, arguments.auto_range, arguments.shift)
     jobs, rejected = find_jobs(source, target, (arguments.extension or [".raw"]) if layout else ())
     started = time.time()
     report = arguments.report or os.path.join(target, "archive-report.json")

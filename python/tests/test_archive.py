@@ -19,6 +19,7 @@ import pytest
 import kivocamutl as kivo
 import numpy_model as model
 from conftest import make_frame
+from test_any_buffer import stretch_model
 
 distributed = pytest.importorskip("distributed")
 from kivocamutl import _archive_task, archive  # noqa: E402
@@ -152,8 +153,35 @@ def test_headerless_files(name, stride, tmp_path):
     assert outputs(target) == {"long.bmp": want, "other.bmp": want}
 
 
+def test_what_is_done_to_samples(tmp_path):
+    source, target = tmp_path / "in", tmp_path / "out"
+    source.mkdir()
+    frame = make_frame(kivo.find_format("BayerGR12"), 40, 12) // 3 + 9
+    # Rows of an odd number of bytes, the high byte of each word first, behind a header of another program's.
+    rows = [row.astype(">u2").tobytes() + b"\xee" * 3 for row in frame]
+    (source / "frame.raw").write_bytes(b"header!" + b"".join(rows))
+    layout = ["--format", "BayerGR12", "--size", "40x12", "--stride", 83, "--offset", 7, "--swap-bytes"]
+    cut = np.ascontiguousarray(frame[3:11, 5:21])
+    spread = stretch_model(cut)
+    done = run(source, target, *layout, "--crop", "16x8+5+3", "--auto-range", "--bayer", "acpi")
+    assert done.returncode == 0, done.stderr
+    assert outputs(target) == {"frame.bmp": bmp(model.convert(spread, kivo.find_format("BayerGB8"), "BGR", "acpi"))}
+    # Skipped by the size of the region's picture, not of the frame's.
+    assert run(source, target, *layout, "--crop", "16x8+5+3").stdout.startswith("1 skipped")
+    done = run(source, target, *layout, "--shift", "3", "--force")
+    assert done.returncode == 0, done.stderr
+    assert outputs(target) == {"frame.bmp": bmp(model.convert(frame, kivo.find_format("BayerGR12"), "BGR", shift=3))}
+
+    kivo.write_rwh(source / "bytes.rwh", np.zeros((4, 4), np.uint8), "Mono8")
+    done = run(source, target, *layout, "--shift", "3")
+    assert done.returncode == 1 and "bytes.rwh: only formats of 16-bit words" in done.stderr
+
+
 @pytest.mark.parametrize("arguments, code, text", [
     (["nowhere", "out"], 2, "nowhere"),
+    (["in", "out", "--crop", "8x8+1"], 2, "8x8+1"),
+    (["in", "out", "--shift", "2", "--auto-range"], 2, "--auto-range"),
+    (["in", "out", "--offset", "2"], 2, "--offset"),
     (["in", "in/file.rwh"], 2, "file.rwh"),
     (["in", "out", "--size", "8x8"], 2, "--format"),
     (["in", "out", "--format", "Mono8"], 2, "--size"),
