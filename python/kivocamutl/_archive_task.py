@@ -7,7 +7,7 @@ import dataclasses
 import os
 import socket
 import time
-from typing import Any, Optional
+from typing import Any, Optional, Sequence
 
 import numpy as np
 
@@ -62,6 +62,8 @@ class Job:
     source: str
     target: str
     raw: bool = False
+    bytes: int = 0
+    """Length of the source."""
 
 
 @dataclasses.dataclass
@@ -82,6 +84,10 @@ class Outcome:
     seconds: float = 0.0
     worker: str = ""
     attempts: int = 1
+
+
+# Tags of runs that were interrupted while workers are threads of this process, which nobody can kill.
+stopped_runs: set[str] = set()
 
 
 def _there(path: str, size: int) -> bool:
@@ -139,3 +145,13 @@ def run(job: Job, options: Options) -> Outcome:
         outcome.bytes = 0
     outcome.seconds = round(time.perf_counter() - start, 6)
     return outcome
+
+
+def run_batch(jobs: Sequence[Job], options: Options) -> list[Outcome]:
+    """Converts files one after the other. A run that is interrupted gets the outcomes of those done so far."""
+    outcomes: list[Outcome] = []
+    for job in jobs:
+        if options.tag in stopped_runs:
+            break
+        outcomes.append(run(job, options))
+    return outcomes

@@ -21,6 +21,7 @@ import contextlib
 import csv
 import dataclasses
 import io
+import itertools
 import json
 import logging
 import os
@@ -33,7 +34,7 @@ import threading
 import time
 from typing import Any, Iterator, Optional, Sequence
 
-from ._archive_task import Job, Options, Outcome, RawLayout, run
+from ._archive_task import Job, Options, Outcome, RawLayout, run_batch, stopped_runs
 from .errors import KivoError
 from .files import TEMPORARY_SUFFIX, atomic_file
 from .pixel_formats import find_any_format
@@ -42,6 +43,12 @@ __all__ = ["main", "Archive", "find_jobs"]
 
 EXIT_OK, EXIT_FAILED, EXIT_USAGE, EXIT_CLUSTER = 0, 1, 2, 3
 _STALE_SECONDS = 3600
+
+# A task costs the scheduler milliseconds, as much as several small frames: it gets files up to a limit of their
+# bytes. Every core gets several tasks all the same, so that none is idle at the end for long.
+_BATCH_BYTES = 8 << 20
+_BATCH_FILES = 64
+_BATCHES_PER_CORE = 16
 
 
 def find_jobs(source: str, target: str, raw_extensions: Sequence[str] = ()) -> tuple[list[Job], list[Outcome]]:
@@ -70,13 +77,17 @@ def find_jobs(source: str, target: str, raw_extensions: Sequence[str] = ()) -> t
             relative = os.path.relpath(path, source)
             output = os.path.join(os.path.dirname(relative), stem + ".bmp")
             full = os.path.join(target, output)
-            if not os.path.isfile(path):
+            try:
+                info = os.stat(path)
+            except OSError:
+                info = None
+            if info is None or not stat.S_ISREG(info.st_mode):
                 rejected.append(Outcome(relative, full, "failed", "not a regular file"))
             elif output in taken:
                 rejected.append(Outcome(relative, full, "failed", f"{taken[output]} has the same output"))
             else:
                 taken[output] = relative
-                jobs.append(Job(relative, path, full, extension != ".rwh"))
+                jobs.append(Job(relative, path, full, extension != ".rwh", info.st_size))
     return jobs, rejected
 
 
@@ -117,6 +128,14 @@ class _Progress:
         print(line, end="" if self.terminal and not last else "\n", file=sys.stderr, flush=True)
 
 
+@dataclasses.dataclass(frozen=True)
+class _Batch:
+    """Files that one task converts, and how often they have been tried with it."""
+
+    jobs: list[Job]
+    attempt: int = 1
+
+
 class Archive:
     """One run over a list of jobs on one cluster."""
 
@@ -126,7 +145,7 @@ class Archive:
         self.outcomes: list[Outcome] = []
 
     def _capacity(self) -> int:
-        """How many jobs the scheduler may hold; asked of it once a second, as workers come and go."""
+        """How many tasks the scheduler may hold; asked of it once a second, as workers come and go."""
         if time.monotonic() > self._window_until:
             self._window = max(8, 4 * sum(self._client.ncores().values()))
             self._window_until = time.monotonic() + 1.0
@@ -140,44 +159,73 @@ class Archive:
         """
         from distributed import as_completed
 
-        waiting = collections.deque((index, 1) for index in range(len(jobs)))
-        running: dict[str, tuple[int, int]] = {}
+        waiting = collections.deque(self._batches(jobs))
+        running: dict[str, _Batch] = {}
         completed = as_completed()
         progress = _Progress(len(jobs), self._quiet)
+        serial = itertools.count()
         failed = 0
 
         def fill() -> None:
             while waiting and len(running) < self._capacity():
-                index, attempt = waiting.popleft()
-                key = f"kivocamutl-{self._options.tag}{index}-{attempt}"
-                running[key] = (index, attempt)
-                completed.add(self._client.submit(run, jobs[index], self._options, key=key, pure=False))
+                batch = waiting.popleft()
+                key = f"kivocamutl-{self._options.tag}{next(serial)}"
+                running[key] = batch
+                completed.add(self._client.submit(run_batch, batch.jobs, self._options, key=key, pure=False))
 
-        fill()
-        for future in completed:
-            index, attempt = running.pop(future.key)
-            outcome = self._outcome(future, jobs[index])
-            outcome.attempts = attempt
-            if outcome.status == "failed" and not outcome.final and attempt <= self._retries:
-                waiting.append((index, attempt + 1))
-            else:
-                failed += outcome.status == "failed"
-                self.outcomes.append(outcome)
+        try:
             fill()
-            progress.update(len(self.outcomes), failed)
+            for future in completed:
+                batch = running.pop(future.key)
+                outcomes = self._outcomes(future, batch.jobs)
+                if outcomes is None:
+                    # One of them may have taken the worker along: alone, it does not take the others along.
+                    waiting.extend(_Batch([job], batch.attempt) for job in batch.jobs)
+                    outcomes = []
+                for job, outcome in zip(batch.jobs, outcomes):
+                    outcome.attempts = batch.attempt
+                    if outcome.status == "failed" and not outcome.final and batch.attempt <= self._retries:
+                        waiting.append(_Batch([job], batch.attempt + 1))
+                    else:
+                        failed += outcome.status == "failed"
+                        self.outcomes.append(outcome)
+                fill()
+                progress.update(len(self.outcomes), failed)
+        except BaseException:
+            stopped_runs.add(self._options.tag)
+            raise
         progress.update(len(self.outcomes), failed, last=True)
         return self.outcomes
 
-    def _outcome(self, future: Any, job: Job) -> Outcome:
-        """What the worker said; when none survived the file, or the cluster gave it up, what that was."""
+    def _batches(self, jobs: Sequence[Job]) -> Iterator[_Batch]:
+        """The jobs in their order, so many to a task."""
+        cores = max(1, sum(self._client.ncores().values()))
+        most = min(_BATCH_FILES, max(1, len(jobs) // (_BATCHES_PER_CORE * cores)))
+        batch: list[Job] = []
+        size = 0
+        for job in jobs:
+            if batch and (len(batch) >= most or size + job.bytes > _BATCH_BYTES):
+                yield _Batch(batch)
+                batch, size = [], 0
+            batch.append(job)
+            size += job.bytes
+        if batch:
+            yield _Batch(batch)
+
+    def _outcomes(self, future: Any, jobs: Sequence[Job]) -> Optional[list[Outcome]]:
+        """What the worker said; when none survived the file, or the cluster gave it up, what that was.
+
+        None when that happened to several files, of which one may be the culprit.
+        """
         try:
-            result = future.result()
+            result: list[Outcome] = future.result()
         except (Exception, asyncio.CancelledError) as error:  # whatever a cluster can do to a task
             if self._client.status != "running":
                 raise ConnectionError("the scheduler went away") from error
+            if len(jobs) > 1:
+                return None
             text = f"{type(error).__name__}: {error}" if str(error) else type(error).__name__
-            return Outcome(job.name, job.target, "failed", text, final=False)
-        assert isinstance(result, Outcome)
+            return [Outcome(job.name, job.target, "failed", text, final=False) for job in jobs]
         return result
 
 
@@ -258,14 +306,36 @@ def _count(text: str) -> int:
     return int(text)
 
 
+def _shift(text: str) -> int:
+    if not text.isdecimal() or int(text) > 15:
+        raise argparse.ArgumentTypeError(f"a number from 0 to 15, not {text!r}")
+    return int(text)
+
+
+_EPILOG = """\
+examples:
+  python3 -m kivocamutl.archive frames/ pictures/ --bayer acpi
+  python3 -m kivocamutl.archive frames/ pictures/ --workers 8 --report report.csv
+  python3 -m kivocamutl.archive frames/ pictures/ --scheduler tcp://10.0.0.5:8786
+  python3 -m kivocamutl.archive dumps/ pictures/ --format BayerRG12p --size 1920x1080 --auto-range
+
+The same command once more continues a run that was interrupted: what is there with the right size is skipped.
+
+exit codes:
+  0    every file has its output
+  1    some have not; the report says why
+  2    the command line or SRC is wrong
+  3    there is no cluster
+  130  interrupted (143: terminated); the same command continues
+"""
+
+
 def _parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(
         prog="python3 -m kivocamutl.archive",
         description="Convert every raw frame below SRC to a BMP file below DST.",
-        epilog="Examples: python3 -m kivocamutl.archive frames/ pictures/ --bayer acpi; with --format BayerRG12p "
-               "--size 1920x1080 headerless .raw files are converted too. "
-               "Exit codes: 0 every file has its output, 1 some do not (see the report), 2 the command line or SRC "
-               "is wrong, 3 no cluster, 130 or 143 interrupted.")
+        formatter_class=argparse.RawDescriptionHelpFormatter,
+        epilog=_EPILOG)
     parser.add_argument("source", metavar="SRC", help="folder of .rwh files, at any depth")
     parser.add_argument("target", metavar="DST", help="folder for the outputs; made when it is not there")
     where = parser.add_mutually_exclusive_group()
@@ -285,7 +355,7 @@ def _parser() -> argparse.ArgumentParser:
     shown = parser.add_mutually_exclusive_group()
     shown.add_argument("--auto-range", action="store_true",
                        help="spread the samples of each frame from black to white")
-    shown.add_argument("--shift", type=_count, metavar="N",
+    shown.add_argument("--shift", type=_shift, metavar="N",
                        help="bits that wide samples lose at the lower end (default: depth - 8)")
     parser.add_argument("--swap-bytes", action="store_true", help="16-bit samples arrive high byte first")
     parser.add_argument("--format", metavar="NAME", help="pixel format of headerless files, packed ones included")

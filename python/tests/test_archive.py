@@ -180,6 +180,7 @@ def test_what_is_done_to_samples(tmp_path):
 @pytest.mark.parametrize("arguments, code, text", [
     (["nowhere", "out"], 2, "nowhere"),
     (["in", "out", "--crop", "8x8+1"], 2, "8x8+1"),
+    (["in", "out", "--shift", "16"], 2, "'16'"),
     (["in", "out", "--shift", "2", "--auto-range"], 2, "--auto-range"),
     (["in", "out", "--offset", "2"], 2, "--offset"),
     (["in", "in/file.rwh"], 2, "file.rwh"),
@@ -234,7 +235,7 @@ def count_outputs(folder):
 def test_a_worker_that_is_killed(tmp_path):
     """SIGKILL to one of two worker processes in the middle: every output is there, whole, once."""
     source, target = tmp_path / "in", tmp_path / "out"
-    want = make_tree(source, 300, 320, 240)
+    want = make_tree(source, 600, 320, 240)
     cluster = distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True, host="127.0.0.1",
                                        dashboard_address="127.0.0.1:0", worker_dashboard_address="127.0.0.1:0",
                                        silence_logs=50, local_directory=str(tmp_path / "scratch"))
@@ -244,7 +245,7 @@ def test_a_worker_that_is_killed(tmp_path):
         process = subprocess.Popen(command(source, target, "--scheduler", cluster.scheduler_address, "--quiet"),
                                    env=ENVIRONMENT, stderr=subprocess.PIPE, text=True)
         try:
-            wait_until(lambda: count_outputs(target) >= 30, 60)
+            wait_until(lambda: count_outputs(target) >= 150, 60)
             os.kill(victim, signal.SIGKILL)
             at_kill = count_outputs(target)
             _, errors = process.communicate(timeout=90)
@@ -308,3 +309,111 @@ def test_an_interrupted_run_is_continued(number, code, tmp_path):
     assert run(source, target).returncode == 0
     assert outputs(target) == want
     assert report_of(target)["counts"]["skipped"] == len(part)
+
+
+def test_a_rotten_archive_killed_and_run_again(tmp_path):
+    """SIGKILL to the whole run in the middle, rotten files among the others; then the same command once more."""
+    source, target = tmp_path / "in", tmp_path / "out"
+    want = make_tree(source, 1000, 160, 120)
+    good = (source / "day0/camera/frame0000.rwh").read_bytes()
+    rotten = {f"day1/bad{i}.rwh": data for i, data in enumerate(
+        (b"", good[:15], good[:16], good[:-1], good + b"x", b"\xff" * len(good)))}
+    for name, data in rotten.items():
+        (source / name).write_bytes(data)
+    process = subprocess.Popen(command(source, target, "--quiet", "--workers", "2"), env=ENVIRONMENT,
+                               stderr=subprocess.DEVNULL, start_new_session=True)
+    try:
+        wait_until(lambda: count_outputs(target) >= 100, 60)
+    finally:
+        os.killpg(process.pid, signal.SIGKILL)
+        process.wait()
+    part = {name: data for name, data in outputs(target).items() if name.endswith(".bmp")}
+    assert 100 <= len(part) < len(want)
+    assert all(want[name] == data for name, data in part.items())
+    assert not (target / "archive-report.json").exists()
+    # Leftovers of the killed run count as those of one that may still work, until they are an hour old.
+    for path in target.rglob("*.kivo-part"):
+        os.utime(path, (0, 0))
+
+    done = run(source, target)
+    assert done.returncode == 1, done.stderr
+    assert outputs(target) == want
+    report = report_of(target)
+    assert report["counts"] == {"converted": len(want) - len(part), "skipped": len(part),
+                                "failed": len(rotten), "not run": 0}
+    assert [f["name"] for f in report["files"] if f["status"] == "failed"] == sorted(rotten)
+    assert len({f["name"] for f in report["files"]}) == len(report["files"]) == len(want) + len(rotten)
+    assert all(name in done.stderr for name in rotten)
+
+
+@pytest.mark.parametrize("retries", [0, 2])
+def test_a_file_that_ends_its_task(retries, tmp_path, monkeypatch):
+    """As one does that takes its worker along: files of the same task are converted, whatever the retries."""
+    want = make_tree(tmp_path / "in", 300)
+    culprit = "day1/camera/frame0100"
+    tries = []
+    run_one = _archive_task.run
+
+    def run(job, options):
+        if job.name == culprit + ".rwh":
+            tries.append(job)
+            raise RuntimeError("the worker died")
+        return run_one(job, options)
+
+    monkeypatch.setattr(_archive_task, "run", run)
+    assert archive.main([str(tmp_path / "in"), str(tmp_path / "out"), "--quiet", "--retries", str(retries)]) == 1
+    del want[culprit + ".bmp"]
+    assert outputs(tmp_path / "out") == want
+    assert len(tries) == 1 + retries + 1, "once with others, then alone"
+    failed = [f for f in report_of(tmp_path / "out")["files"] if f["status"] == "failed"]
+    assert [f["name"] for f in failed] == [culprit + ".rwh"]
+    assert failed[0]["attempts"] == retries + 1
+
+
+@pytest.mark.parametrize("files, cores, most", [(10, 2, 1), (640, 2, 20), (100000, 2, 64), (100, 0, 6)])
+def test_batches(files, cores, most):
+    """All files in their order; no more bytes or files to a task than its limits, and work for every core."""
+
+    class Client:
+        def ncores(self):
+            return {"worker": cores}
+
+    tool = archive.Archive(Client(), _archive_task.Options())
+    for size in (0, 300_000, 3 << 20, 100 << 20):
+        jobs = [_archive_task.Job(str(i), "", "", bytes=size) for i in range(files)]
+        batches = [batch.jobs for batch in tool._batches(jobs)]
+        assert [job for batch in batches for job in batch] == jobs
+        assert max(map(len, batches)) == max(1, min(most, (8 << 20) // size if size else most))
+
+
+def test_a_line_of_progress_on_a_terminal(tmp_path):
+    make_tree(tmp_path / "in", 40)
+    parent, child = os.openpty()
+    process = subprocess.Popen(command(tmp_path / "in", tmp_path / "out"), env=ENVIRONMENT, stderr=child,
+                               stdout=subprocess.DEVNULL)
+    os.close(child)
+    shown = b""
+    try:
+        while True:
+            shown += os.read(parent, 4096)
+    except OSError:
+        pass  # the other side of the terminal is closed
+    finally:
+        os.close(parent)
+    assert process.wait(60) == 0
+    lines = shown.decode().split("\r")
+    assert lines[-2].startswith("40/40 files, 0 failed, "), shown
+    # The same in a pipe: lines, without anything to rewrite them.
+    done = run(tmp_path / "in", tmp_path / "out")
+    assert done.stderr.startswith("40/40 files, 0 failed, ") and "\r" not in done.stderr and "\033" not in done.stderr
+
+
+def test_help_has_examples_and_exit_codes():
+    done = run("--help")
+    assert done.returncode == 0
+    examples = [line.split() for line in done.stdout.splitlines() if line.startswith("  python3 -m kivocamutl.archive")]
+    assert len(examples) >= 4
+    for example in examples:
+        # Each of them is a command line that is understood.
+        archive._parser().parse_args(example[3:])
+    assert all(f"\n  {code}" in done.stdout for code in (0, 1, 2, 3, 130))
