@@ -1,6 +1,6 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# reuse.sh SOURCE: the checkout follows the REUSE specification, so that any tool can tell the licence of any file.
+# reuse.sh SOURCE: the checkout follows the rules of REUSE, so that any tool can tell the licence of any file.
 set -eu
 cd "$1"
 git ls-files --error-unmatch CMakeLists.txt >/dev/null 2>&1 || { echo 'skipped: not a checkout'; exit 77; }
