@@ -13,7 +13,7 @@ import numpy.typing as npt
 from .errors import FrameSizeError, SampleTypeError
 from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format, find_format
 
-__all__ = ["FrameLike", "Frame", "as_frame", "flat_bytes", "size_argument"]
+__all__ = ["FrameLike", "Frame", "as_frame", "byte_rows", "flat_bytes", "size_argument"]
 
 FrameLike = Union[npt.NDArray[Any], bytes, bytearray, memoryview]
 """An array, or any object that offers its bytes through the buffer protocol."""
@@ -95,9 +95,9 @@ def _array_size(format: Format, array: npt.NDArray[Any]) -> Optional[tuple[int, 
     return words * format.group_pixels // group_words, height
 
 
-def _padded_rows(format: Format, flat: npt.NDArray[np.uint8], width: int, height: int,
-                 stride: Optional[int]) -> npt.NDArray[Any]:
-    """The packed frame at the start of `flat`, whose rows begin every `stride` bytes."""
+def byte_rows(format: Union[Format, PackedFormat], flat: npt.NDArray[np.uint8], width: int, height: int,
+              stride: Optional[int]) -> npt.NDArray[np.uint8]:
+    """The rows at the start of `flat`, of shape (height, bytes of a row), which begin every `stride` bytes."""
     row = format.row_bytes(width)
     step = row if stride is None else size_argument("stride", stride)
     if step < row:
@@ -106,9 +106,15 @@ def _padded_rows(format: Format, flat: npt.NDArray[np.uint8], width: int, height
     if flat.size < needed:
         raise FrameSizeError(f"the buffer has {flat.size} bytes, a {format.name} frame of {width} x {height}"
                              f"{'' if step == row else f' with stride {step}'} takes {needed}")
-    if needed == 0:
+    return np.ndarray((height if needed else 0, row), np.uint8, flat, strides=(step, 1))
+
+
+def _padded_rows(format: Format, flat: npt.NDArray[np.uint8], width: int, height: int,
+                 stride: Optional[int]) -> npt.NDArray[Any]:
+    """The packed frame at the start of `flat`, whose rows begin every `stride` bytes."""
+    rows = byte_rows(format, flat, width, height, stride)
+    if rows.size == 0:
         return np.empty(format.shape(width, height), _dtype(format))
-    rows: npt.NDArray[np.uint8] = np.ndarray((height, row), np.uint8, flat, strides=(step, 1))
     return np.ascontiguousarray(rows).reshape(-1).view(_dtype(format)).reshape(format.shape(width, height))
 
 

@@ -19,7 +19,7 @@ from typing import Any, Iterator, NamedTuple, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import FrameLike, as_frame, flat_bytes, size_argument
+from ._frames import FrameLike, as_frame, byte_rows, flat_bytes, size_argument
 from ._library import function
 from .errors import FileWriteError, FrameSizeError, RwhError, SampleTypeError, StatusError
 from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format
@@ -205,15 +205,7 @@ def _write_packed(path: PathLike, array: FrameLike, format: PackedFormat, width:
     if row * 8 != width * format.bits_per_pixel:
         raise FrameSizeError(f"a row of {width} {format.name} pixels does not end on a byte, as a row of an RWH "
                              "file does: unpack() the frame first")
-    flat = flat_bytes(array)
-    step = row if stride is None else size_argument("stride", stride)
-    if step < row:
-        raise FrameSizeError(f"stride {step} is smaller than a {format.name} row of width {width} ({row} bytes)")
-    needed = step * (height - 1) + row if height and row else 0
-    if flat.size < needed:
-        raise FrameSizeError(f"the buffer has {flat.size} bytes, a {format.name} frame of {width} x {height} "
-                             f"takes {needed}")
-    rows: npt.NDArray[np.uint8] = np.ndarray((height if needed else 0, row), np.uint8, flat, strides=(step, 1))
+    rows = byte_rows(format, flat_bytes(array), width, height, stride)
     _write_frame(path, (format.code, width, height, row), np.ascontiguousarray(rows).reshape(-1))
 
 
