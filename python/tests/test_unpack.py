@@ -68,6 +68,20 @@ def test_unpacked_frames_convert(format):
     assert kivo.convert(frame, format.unpacked).shape == (4, 16, 4)
 
 
+@pytest.mark.parametrize("format", kivo.packed_formats()[:2] + kivo.packed_formats()[10:12], ids=lambda f: f.name)
+def test_blocks_join_without_a_seam(format, monkeypatch):
+    from kivocamutl import unpacking
+
+    monkeypatch.setattr(unpacking, "_BLOCK", 16)
+    rng = np.random.default_rng(format.code)
+    for width, height in ((5, 40), (33, 9), (64, 8), (131, 3)):
+        want = rng.integers(0, 1 << format.depth, (height, width), dtype=np.uint16)
+        np.testing.assert_array_equal(kivo.unpack(pack(want.reshape(-1), format), format, width, height), want)
+        padded = b"".join(pack(row, format) + b"\xa5" for row in want)[:-1]
+        stride = format.row_bytes(width) + 1
+        np.testing.assert_array_equal(kivo.unpack(padded, format, width, height, stride=stride), want)
+
+
 def test_empty_and_wrong():
     assert kivo.unpack(b"", "Mono12p", 0, 4).shape == (4, 0)
     with pytest.raises(kivo.UnknownFormatError, match="'Mono12'"):
