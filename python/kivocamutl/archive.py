@@ -36,7 +36,7 @@ from typing import Any, Iterator, Optional, Sequence
 
 from ._archive_task import Job, Options, Outcome, RawLayout, run_batch, stopped_runs
 from .errors import KivoError
-from .files import TEMPORARY_SUFFIX, atomic_file
+from .files import TEMPORARY_SUFFIX, atomic_file, is_abandoned
 from .pixel_formats import find_any_format
 
 __all__ = ["main", "Archive", "find_jobs"]
@@ -92,7 +92,10 @@ def find_jobs(source: str, target: str, raw_extensions: Sequence[str] = ()) -> t
 
 
 def remove_leftovers(folder: str, tag: str) -> int:
-    """Deletes temporary files of workers that died: those of this run, and old ones of any run."""
+    """Deletes temporary files of workers that died: those of this run, and those of any run that nobody writes.
+
+    Where the file system has no locks that tell, a file counts as written until it is an hour old.
+    """
     removed = 0
     for path, _, names in os.walk(folder):
         for name in names:
@@ -100,7 +103,8 @@ def remove_leftovers(folder: str, tag: str) -> int:
                 continue
             full = os.path.join(path, name)
             with contextlib.suppress(OSError):
-                if f".{tag}" in name or time.time() - os.stat(full).st_mtime > _STALE_SECONDS:
+                old = time.time() - os.stat(full).st_mtime > _STALE_SECONDS
+                if old or f".{tag}" in name or is_abandoned(full):
                     os.unlink(full)
                     removed += 1
     return removed

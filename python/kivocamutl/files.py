@@ -9,6 +9,7 @@ from __future__ import annotations
 
 import contextlib
 import errno
+import fcntl
 import io
 import os
 import secrets
@@ -146,15 +147,33 @@ def atomic_file(path: PathLike, tag: str = "") -> Iterator[tuple[str, int]]:
     descriptor = os.open(temporary, os.O_RDWR | os.O_CREAT | os.O_EXCL | getattr(os, "O_CLOEXEC", 0), 0o666)
     try:
         try:
+            # Where the file system has locks, they tell a file that is written from one whose writer died.
+            with contextlib.suppress(OSError):
+                fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
             yield temporary, descriptor
             os.fsync(descriptor)
+            os.replace(temporary, target)
         finally:
             os.close(descriptor)
-        os.replace(temporary, target)
     except BaseException:
         with contextlib.suppress(OSError):
             os.unlink(temporary)
         raise
+
+
+def is_abandoned(temporary: str) -> bool:
+    """Whether the writer of a temporary file is gone for sure."""
+    try:
+        descriptor = os.open(temporary, os.O_RDWR | getattr(os, "O_CLOEXEC", 0))
+    except OSError:
+        return False
+    try:
+        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except OSError:
+        return False  # it is being written, or the file system has no locks
+    finally:
+        os.close(descriptor)
+    return True
 
 
 def _write_all(descriptor: int, data: Any, path: PathLike) -> None:

@@ -216,3 +216,13 @@ def test_errors_survive_pickling():
     for error in (kivo.StatusError("ConvImage", 13), kivo.FileWriteError(28, "full", "a.bmp"), kivo.RwhError("x")):
         back = pickle.loads(pickle.dumps(error))
         assert type(back) is type(error) and str(back) == str(error)
+
+
+def test_a_file_that_is_written_is_not_abandoned(tmp_path):
+    from kivocamutl import files
+
+    with files.atomic_file(tmp_path / "a.bmp") as (temporary, _):
+        assert not files.is_abandoned(temporary)
+    assert [p.name for p in tmp_path.iterdir()] == ["a.bmp"]
+    assert files.is_abandoned(str(tmp_path / "a.bmp"))
+    assert not files.is_abandoned(str(tmp_path / "gone"))
