@@ -161,8 +161,9 @@ def convert(
     :param format: PFNC name, in any case, or PFNC code of the frame; of :func:`formats` or
         :func:`packed_formats`.
     :param bayer: ``"standard"`` (mean of the neighbours), ``"acpi"`` (adaptive; for 8-bit Bayer frames of
-        even size from 4 x 4 up, all others are converted as with ``"standard"``) or ``"off"`` (the mosaic as
-        grey). Without effect on other formats.
+        even size from 4 x 4 up, all others are converted as with ``"standard"``, so that one call suits
+        every frame of a mixed archive; `auto_range` makes 8 bits of wider ones) or ``"off"`` (the mosaic as grey).
+        Without effect on other formats.
     :param output: ``"BGRA"`` (alpha 255) or ``"BGR"``.
     :param out: Array for the result, of shape ``(height, width, 4)`` or ``(height, width, 3)`` and dtype uint8.
         It may not overlap the frame. It may be a part of a larger picture.

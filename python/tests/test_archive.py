@@ -412,7 +412,8 @@ def test_a_line_of_progress_on_a_terminal(tmp_path):
 def test_help_has_examples_and_exit_codes():
     done = run("--help")
     assert done.returncode == 0
-    examples = [line.split() for line in done.stdout.splitlines() if line.startswith("  python3 -m kivocamutl.archive")]
+    examples = [line.split() for line in done.stdout.splitlines()
+                if line.startswith("  python3 -m kivocamutl.archive")]
     assert len(examples) >= 4
     for example in examples:
         # Each of them is a command line that is understood.
