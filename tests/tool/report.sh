@@ -42,6 +42,51 @@ x=${where% *} y=${where#* }
 ok report flat.raw --format BayerRG8 --size 64x64 -o out.html
 holds 0 'differ most'
 
+# picture N: the Nth picture of the page, as a file.
+picture() { grep -o 'base64,[^"]*' out.html | sed -n "$1s/base64,//p" | base64 -d >"picture$1.png"; }
+
+# shows N EXPECTED: the Nth picture has the pixels of another file.
+shows() {
+  picture "$1"
+  ok compare "picture$1.png" "$2"
+  says '^CPSNR +equal$'
+}
+
+# A small frame is its own thumbnail; with --auto-range by the range of all its colours, as convert has it.
+{ printf 'P6 2 2 255\n' && bytes 100 144 120 150 110 130 120 120 120 104 150 140; } >colours.ppm
+ok mosaic colours.ppm colours.rwh --format RGB10
+ok report colours.rwh -o out.html
+ok convert colours.rwh expected.png
+shows 1 expected.png
+ok report colours.rwh -o out.html --auto-range
+ok convert colours.rwh expected.png --auto-range
+shows 1 expected.png
+
+# A large one is shrunk to means, rounded: 0 and 255 make 128.
+i=0
+while [ $i -lt 640 ]; do bytes 000 377 && i=$((i + 1)); done >stripes.raw
+ok report stripes.raw --format Mono8 --size 640x2 -o out.html
+head -c 320 /dev/zero | tr '\000' '\200' >grey.raw
+ok convert grey.raw expected.png --format Mono8 --size 320x1
+shows 1 expected.png
+
+# Wide samples are brought to 8 bits for the detail by their nominal range; this frame has all of it.
+ok scene tile.ppm --size 160x160
+ok mosaic tile.ppm tile.rwh --format BayerGR12
+ok report tile.rwh -o out.html
+where=$(sed -n 's/.*pixels from (\([0-9]*\),&nbsp;\([0-9]*\)).*/\1 \2/p' out.html)
+ok convert tile.rwh standard.png --auto-range
+ok convert tile.rwh adaptive.png --auto-range --bayer acpi
+for mode in standard adaptive; do
+  # The region of the whole picture, not of the frame: its edges have neighbours.
+  ok mosaic $mode.png $mode.rwh --format RGB8
+  ok convert $mode.rwh $mode-detail.png --crop "32x24+${where% *}+${where#* }"
+done
+ok info tile.rwh
+says '^  R +0 +4095 '
+shows 2 standard-detail.png
+shows 3 adaptive-detail.png
+
 # Hostile names are shown as what they are.
 mkdir hostile
 cp frames/Mono8.rwh "hostile/<img src=x onerror=alert(1)>\"'&.rwh"
