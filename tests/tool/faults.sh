@@ -38,34 +38,42 @@ checks=$((checks + 1))
 [ "$(find frames -name '*.rwh' | wc -l)" -eq 150 ] || fail "not 150 frames"
 "$kivocam" convert frames reference 2>stderr || fail "reference: $(cat stderr)"
 
-# begun FOLDER COUNT: waits until so many pictures are there.
-begun() {
-  while [ "$(find "$1" -name '*.png' 2>/dev/null | wc -l)" -lt "$2" ] && kill -0 $child 2>/dev/null; do :; done
+# midway ACTION FOLDER COUNT CONVERT-ARGUMENT...: converts all frames into FOLDER and does ACTION to the process $child
+# when COUNT pictures are there. Who is done by then, on a busy machine, starts over. Leaves the exit code and, in the
+# file said, the messages.
+midway() {
+  action=$1
+  folder=$2
+  count=$3
+  shift 3
+  for attempt in 1 2 3 4 5 6 7 8 9 10; do
+    # A command in the background ignores SIGINT; env gives it back.
+    env --default-signal=INT "$kivocam" convert frames "$folder" "$@" 2>said &
+    child=$!
+    while [ "$(find "$folder" -name '*.png' 2>/dev/null | wc -l)" -lt "$count" ] && kill -0 $child 2>/dev/null; do :; done
+    $action
+    wait $child 2>/dev/null
+    code=$?
+    [ $code -eq 0 ] || return
+    rm -rf "$folder"
+  done
+  fail "$action: the conversion into $folder was always done before"
 }
 
 # Killed in the middle, without a chance to do anything about it, again and again into the same folder.
+killed() { kill -KILL $child 2>/dev/null; }
 for after in 5 30 60; do
-  "$kivocam" convert frames killed --resume -j 3 2>stderr &
-  child=$!
-  begun killed $after
-  kill -KILL $child 2>/dev/null
-  wait $child 2>/dev/null
-  code=$?
+  midway killed killed $after --resume -j 3
   checks=$((checks + 1))
-  [ $code -eq 137 ] || fail "SIGKILL: exit code $code: $(cat stderr)"
+  [ $code -eq 137 ] || fail "SIGKILL: exit code $code: $(cat said)"
   whole reference killed
 done
 resumed killed
 
 # Asked to end: what is begun is finished or dropped, nothing is left behind, and the way to go on is said.
+stopped() { kill "-${signal%:*}" $child 2>/dev/null; }
 for signal in INT:130 TERM:143 HUP:129; do
-  folder=stopped${signal#*:}
-  env --default-signal=INT "$kivocam" convert frames "$folder" -j 2 2>said &
-  child=$!
-  begun "$folder" 10
-  kill "-${signal%:*}" $child 2>/dev/null
-  wait $child 2>/dev/null
-  code=$?
+  midway stopped "stopped${signal#*:}" 10 -j 2
   checks=$((checks + 3))
   [ $code -eq "${signal#*:}" ] || fail "SIG${signal%:*}: exit code $code"
   grep -Eq '^kivocam: [0-9]+ converted, 0 skipped, 0 failed, [0-9]+ not done in .* s; the same command with --resume does the rest$' said ||
@@ -93,17 +101,10 @@ checks=$((checks + 1))
   fail "leftovers: $(find stale -name '.*' -type f)"
 
 # The folder vanishes: what was done is gone, and nobody gets a folder back that looks as if it held all.
+removed() { while [ -e "$folder" ]; do rm -rf "$folder" 2>/dev/null; done; }
+renamed() { rm -rf elsewhere && mv "$folder" elsewhere; }
 for how in removed renamed; do
-  "$kivocam" convert frames vanish -j 2 2>said &
-  child=$!
-  begun vanish 10
-  if [ $how = removed ]; then
-    while [ -e vanish ]; do rm -rf vanish 2>/dev/null; done
-  else
-    mv vanish elsewhere
-  fi
-  wait $child
-  code=$?
+  midway $how vanish 10 -j 2
   checks=$((checks + 4))
   [ $code -eq 3 ] || fail "$how folder: exit code $code: $(cat said)"
   grep -Eq '^kivocam: vanish/deep/[0-9]+\.png: cannot be written: No such file or directory$' said || fail "$how: $(cat said)"
@@ -153,27 +154,35 @@ if [ $root = yes ] && command -v unshare >/dev/null && unshare -m true 2>/dev/nu
     note "no tmpfs could be mounted"
   fi
   ok scene large.png --size 2000x1500 && ok mosaic large.png large.rwh --format RGB8
-  # Without /proc a file cannot get its name late: it has a hidden one in the meantime.
+  # Without /proc a file cannot get its name late: it has a hidden one in the meantime. A signal may come just when
+  # there is none, so the runs are repeated until one was there.
   # shellcheck disable=SC2016
   unshare -m sh -c '
     mount -t tmpfs none /proc || exit 77
     # Without it the program does not know where it is either, and cannot look for its library from there.
     export LD_LIBRARY_PATH="${1%/*}/.."
     "$1" convert frames named -j 2 --no-sync 2>said || cat said
-    "$1" convert frames named_killed --png-level 9 -j 2 2>said &
-    while [ "$(find named_killed -name "*.png" 2>/dev/null | wc -l)" -lt 10 ] && kill -0 $!; do :; done
-    kill -KILL $!
-    find named_killed -name ".*" -type f >hidden
+    for attempt in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20; do
+      "$1" convert frames named_killed --png-level 9 -j 2 2>said &
+      while [ "$(find named_killed -name "*.png" 2>/dev/null | wc -l)" -lt 10 ] && kill -0 $!; do :; done
+      kill -KILL $!
+      wait $!
+      find named_killed -name ".*" -type f >hidden
+      [ ! -s hidden ] || break
+      rm -rf named_killed
+    done
     "$1" convert frames named_stopped --png-level 9 -j 2 2>said &
     while [ "$(find named_stopped -name "*.png" 2>/dev/null | wc -l)" -lt 10 ] && kill -0 $!; do :; done
     kill -TERM $!
     wait $!
     mkdir alone
-    "$1" convert large.rwh alone/out.png --png-level 9 2>said &
-    while [ -z "$(find alone -name ".*" -type f)" ] && kill -0 $!; do :; done
-    find alone -name ".*" -type f >alone_hidden
-    kill -TERM $!
-    wait $!' sh "$kivocam" >said 2>&1
+    for attempt in 1 2 3 4 5 6 7 8 9 10; do
+      rm -f alone/out.png
+      "$1" convert large.rwh alone/out.png --png-level 9 2>said &
+      while find alone -name ".*" -type f >alone_hidden; [ ! -s alone_hidden ] && kill -0 $!; do :; done
+      kill -TERM $!
+      wait $! || break
+    done' sh "$kivocam" >said 2>&1
   if [ $? -ne 77 ]; then
     checks=$((checks + 3))
     diff -r reference named >differences || fail "named: $(head -n 3 differences) $(cat said)"
