@@ -6,6 +6,7 @@ from __future__ import annotations
 import collections
 import csv
 import fcntl
+import functools
 import json
 import os
 import signal
@@ -222,7 +223,28 @@ def test_trouble_that_passes_is_tried_again(tmp_path, monkeypatch):
         assert row["attempts"] == 2 and "No space left" in row["error"]
 
 
-def wait_until(condition, seconds):
+class TooLate(Exception):
+    """A run was done before it could be disturbed."""
+
+
+def until_disturbed(test):
+    """On a busy machine a run may be done before it is disturbed in the middle: the test starts over."""
+
+    @functools.wraps(test)
+    def repeated(tmp_path, **parameters):
+        for attempt in range(5):
+            folder = tmp_path / str(attempt)
+            folder.mkdir()
+            try:
+                return test(tmp_path=folder, **parameters)
+            except TooLate:
+                pass
+        raise AssertionError("every run was done before it could be disturbed")
+
+    return repeated
+
+
+def wait_until(condition, seconds=300):
     end = time.monotonic() + seconds
     while not condition():
         assert time.monotonic() < end, "waited too long"
@@ -233,6 +255,7 @@ def count_outputs(folder):
     return sum(name.endswith(".bmp") for _, _, names in os.walk(folder) for name in names)
 
 
+@until_disturbed
 def test_a_worker_that_is_killed(tmp_path):
     """SIGKILL to one of two worker processes in the middle: every output is there, whole, once."""
     source, target = tmp_path / "in", tmp_path / "out"
@@ -246,14 +269,15 @@ def test_a_worker_that_is_killed(tmp_path):
         process = subprocess.Popen(command(source, target, "--scheduler", cluster.scheduler_address, "--quiet"),
                                    env=ENVIRONMENT, stderr=subprocess.PIPE, text=True)
         try:
-            wait_until(lambda: count_outputs(target) >= 150, 60)
+            wait_until(lambda: count_outputs(target) >= 150)
             os.kill(victim, signal.SIGKILL)
             at_kill = count_outputs(target)
-            _, errors = process.communicate(timeout=90)
+            _, errors = process.communicate(timeout=300)
         finally:
             process.kill()
             process.wait()
-    assert at_kill < len(want), "everything was done before the worker was killed"
+    if at_kill > len(want) - 50:
+        raise TooLate
     assert process.returncode == 0, errors
     assert outputs(target) == want
     report = report_of(target)
@@ -290,18 +314,21 @@ def test_a_worker_that_dies_in_the_middle_of_a_write(tmp_path, monkeypatch):
 
 
 @pytest.mark.parametrize("number, code", [(signal.SIGINT, 130), (signal.SIGTERM, 143)])
+@until_disturbed
 def test_an_interrupted_run_is_continued(number, code, tmp_path):
     source, target = tmp_path / "in", tmp_path / "out"
     want = make_tree(source, 200, 320, 240)
     process = subprocess.Popen(command(source, target, "--quiet", "--threads", "1"), env=ENVIRONMENT,
                                stderr=subprocess.PIPE, text=True)
     try:
-        wait_until(lambda: count_outputs(target) >= 10, 60)
+        wait_until(lambda: count_outputs(target) >= 10)
         process.send_signal(number)
-        _, errors = process.communicate(timeout=60)
+        _, errors = process.communicate(timeout=300)
     finally:
         process.kill()
         process.wait()
+    if process.returncode == 0:
+        raise TooLate
     assert process.returncode == code, errors
     assert "Traceback" not in errors
     part = outputs(target)
@@ -315,6 +342,7 @@ def test_an_interrupted_run_is_continued(number, code, tmp_path):
     assert report_of(target)["counts"]["skipped"] == len(part)
 
 
+@until_disturbed
 def test_a_rotten_archive_killed_and_run_again(tmp_path):
     """SIGKILL to the whole run in the middle, rotten files among the others; then the same command once more."""
     source, target = tmp_path / "in", tmp_path / "out"
@@ -327,12 +355,14 @@ def test_a_rotten_archive_killed_and_run_again(tmp_path):
     process = subprocess.Popen(command(source, target, "--quiet", "--workers", "2"), env=ENVIRONMENT,
                                stderr=subprocess.DEVNULL, start_new_session=True)
     try:
-        wait_until(lambda: count_outputs(target) >= 100, 60)
+        wait_until(lambda: count_outputs(target) >= 100)
     finally:
         os.killpg(process.pid, signal.SIGKILL)
         process.wait()
     part = {name: data for name, data in outputs(target).items() if name.endswith(".bmp")}
-    assert 100 <= len(part) < len(want)
+    if len(part) == len(want):
+        raise TooLate
+    assert len(part) >= 100
     assert all(want[name] == data for name, data in part.items())
     assert not (target / "archive-report.json").exists()
     (target / ".frame.bmp.12-34.kivo-part").write_bytes(b"what a worker leaves that is killed while it writes")

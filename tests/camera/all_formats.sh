@@ -47,9 +47,9 @@ done <names.txt
 "$simulator" 127.0.0.1 sent/*.rwh >simulator.log &
 camera=$!
 trap 'kill $camera' EXIT
-for _ in 1 2 3 4 5 6 7 8 9 10; do
-  grep -q playing simulator.log && break
-  sleep 0.2
+until grep -q playing simulator.log; do
+  kill -0 $camera || { echo "the camera does not start"; exit 1; }
+  sleep 0.1
 done
 
 checked=0
@@ -57,7 +57,7 @@ cd got
 while read -r name code bits; do
   rm -f frame-*
   # A busy machine loses a frame now and then; the simulator may still be sending the format before.
-  for _ in 1 2 3; do
+  for _ in 1 2 3 4 5 6 7 8 9 10; do
     "$grab" 127.0.0.1 "$name" ${width}x$height 1 >grab.log 2>&1 && cmp -s frame-0.rwh "../sent/$name.rwh" && break
     sleep 0.3
   done

@@ -100,8 +100,22 @@ PS1='> '
 PATH='$work/bin':\$PATH
 END
     mkdir bin && ln -s "$kivocam" bin/kivocam
-    { sleep 1; printf 'kivocam conv\ta\\ fr\t--bay\tac\t; exit\n'; sleep 1; } |
-      script -qec 'bash --noprofile --rcfile rc -i' /dev/null >typed 2>&1
+    # shown TEXT: waits until the terminal has shown it.
+    shown() {
+      tries=0
+      until grep -aFq "$1" typed || [ $tries -eq 300 ]; do
+        sleep 0.1
+        tries=$((tries + 1))
+      done
+    }
+    : >typed && mkfifo keys
+    script -qec 'bash --noprofile --rcfile rc -i' /dev/null <keys >typed 2>&1 &
+    exec 9>keys
+    shown '> '
+    printf 'kivocam conv\ta\\ fr\t--bay\tac\t; exit\n' >&9
+    shown '; exit'
+    exec 9>&-
+    wait $!
     checks=$((checks + 1))
     grep -aFq 'kivocam convert a\ frame.rwh --bayer acpi ; exit' typed ||
       fail "the tabulator key gives $(tr -d '\033\007' <typed)"
