@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "byte_sink.h"
 #include "failure.h"
 #include "picture.h"
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -47,8 +45,8 @@ kivo::Image noise(std::uint32_t width, std::uint32_t height, kivo::Output kind) 
 class BmpWriter : public testing::TestWithParam<kivo::Output> {};
 
 TEST_P(BmpWriter, EqualsTheLibrarys) {
-  const std::string path =
-      testing::TempDir() + "kivocam_bmp_test_" + std::to_string(static_cast<int>(GetParam()));
+  const KivoTest::TempDir folder;
+  const std::string path = folder.File("a.bmp");
   const std::uint32_t sizes[][2] = {{1, 1},  {2, 3},   {3, 2},     {4, 1},    {5, 7},
                                     {17, 1}, {1, 100}, {640, 480}, {701, 409}};
   for (const auto &[width, height] : sizes) {
@@ -57,12 +55,8 @@ TEST_P(BmpWriter, EqualsTheLibrarys) {
     tool::encodeBmp(image, memory);
     memory.finish();
     ASSERT_EQ(kivo::saveBmp(image, path.c_str()), kivo::Errc::Ok);
-    std::ifstream file(path, std::ios::binary);
-    const std::vector<char> found((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    const std::vector<std::uint8_t> expected(found.begin(), found.end());
-    EXPECT_EQ(memory.bytes, expected) << width << " x " << height;
+    EXPECT_EQ(memory.bytes, KivoTest::ReadFile(path)) << width << " x " << height;
   }
-  std::filesystem::remove(path);
 }
 
 TEST_P(BmpWriter, RefusesWhatTheFormatCannotSay) {
