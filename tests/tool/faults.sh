@@ -104,7 +104,11 @@ checks=$((checks + 1))
 removed() { while [ -e "$folder" ]; do rm -rf "$folder" 2>/dev/null; done; }
 renamed() { rm -rf elsewhere && mv "$folder" elsewhere; }
 for how in removed renamed; do
-  midway $how vanish 10 -j 2
+  # With three pictures or fewer left there is nothing to give up: that comes too late, too.
+  for _ in 1 2 3 4 5 6 7 8 9 10; do
+    midway $how vanish 10 -j 2
+    ! grep -q 'given up$' said || break
+  done
   checks=$((checks + 4))
   [ $code -eq 3 ] || fail "$how folder: exit code $code: $(cat said)"
   grep -Eq '^kivocam: vanish/deep/[0-9]+\.png: cannot be written: No such file or directory$' said || fail "$how: $(cat said)"
