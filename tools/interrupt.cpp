@@ -28,15 +28,23 @@ static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_alw
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
-extern "C" void onSignal(int signal) {
-  int none = 0;
-  if (signal != SIGPIPE && s_graceful.load() && s_asked.compare_exchange_strong(none, signal)) return;
+void removeWatched() noexcept {
   for (const Slot &slot : s_slots)
     if (slot.state.load() == kWatched) ::unlink(slot.name);
+}
+
+void raiseByDefault(int signal) noexcept {
   struct sigaction byDefault = {};
   byDefault.sa_handler = SIG_DFL;
   ::sigaction(signal, &byDefault, nullptr);
   ::raise(signal);
+}
+
+extern "C" void onSignal(int signal) {
+  int none = 0;
+  if (signal != SIGPIPE && s_graceful.load() && s_asked.compare_exchange_strong(none, signal)) return;
+  removeWatched();
+  raiseByDefault(signal);
 }
 
 }  // namespace
@@ -100,10 +108,8 @@ int GracefulEnd::signal() noexcept {
 }
 
 void endBySignal(int signal) {
-  struct sigaction byDefault = {};
-  byDefault.sa_handler = SIG_DFL;
-  ::sigaction(signal, &byDefault, nullptr);
-  ::raise(signal);
+  removeWatched();
+  raiseByDefault(signal);
   std::_Exit(128 + signal);
 }
 

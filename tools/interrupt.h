@@ -52,7 +52,7 @@ class GracefulEnd {
   static int signal() noexcept;
 };
 
-// Ends the process as this signal does by itself.
+// Removes the files that are not whole, and ends the process as this signal does by itself.
 [[noreturn]] void endBySignal(int signal);
 
 }  // namespace tool
