@@ -11,8 +11,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
-#include <system_error>
+#include <cstdio>
+#include <memory>
+
+#include <sys/stat.h>
 
 namespace kivo {
 
@@ -31,32 +33,68 @@ struct RwhInfo {
 namespace detail {
 
 /** Length of a regular file. */
-inline Errc fileSize(const char *path, std::uint64_t &size) noexcept {
-  std::error_code failed;
-  const std::filesystem::file_status status = std::filesystem::status(path, failed);
-  if (failed || !std::filesystem::exists(status)) return Errc::FileOpen;
-  if (!std::filesystem::is_regular_file(status)) return Errc::NotAFile;
-  size = std::filesystem::file_size(path, failed);
-  return failed ? Errc::FileOpen : Errc::Ok;
+inline Errc lengthOf(const struct stat &file, std::uint64_t &size) noexcept {
+  if (!S_ISREG(file.st_mode)) return Errc::NotAFile;
+  size = static_cast<std::uint64_t>(file.st_size);
+  return Errc::Ok;
+}
+
+inline Errc lengthOf(const char *path, std::uint64_t &size) noexcept {
+  struct stat file = {};
+  if (path == nullptr || ::stat(path, &file) != 0) return Errc::FileOpen;
+  return lengthOf(file, size);
 }
 
 /** The C writers do not report a full disk: what counts is what arrived. */
 inline Errc checkWritten(CamUtlStatus status, const char *path, std::uint64_t expected) noexcept {
   if (status != CAMUTL_STS_SUCCESS) return fromStatus(status);
   std::uint64_t size = 0;
-  return fileSize(path, size) == Errc::Ok && size == expected ? Errc::Ok : Errc::FileWrite;
+  return lengthOf(path, size) == Errc::Ok && size == expected ? Errc::Ok : Errc::FileWrite;
+}
+
+struct CloseFile {
+  void operator()(std::FILE *file) const noexcept { std::fclose(file); }
+};
+using FileHandle = std::unique_ptr<std::FILE, CloseFile>;
+
+/**
+ * Opens an RWH file and reads its header; the frame is next. Length, header and frame come from one handle:
+ * another file may take the name at any time, and what has been checked must be what is read.
+ */
+inline Errc openRwh(FileHandle &file, RwhInfo &info, const char *path) noexcept {
+  // First by its name: opening a pipe would wait for whoever writes into it.
+  Errc error = lengthOf(path, info.fileBytes);
+  if (error != Errc::Ok) return error;
+  file.reset(std::fopen(path, "rb"));
+  struct stat opened = {};
+  if (file == nullptr || ::fstat(::fileno(file.get()), &opened) != 0) return Errc::FileOpen;
+  error = lengthOf(opened, info.fileBytes);
+  if (error != Errc::Ok) return error;
+  std::uint8_t header[16] = {};
+  if (info.fileBytes < sizeof header) return Errc::NoHeader;
+  if (std::fread(header, 1, sizeof header, file.get()) != sizeof header) return Errc::FileRead;
+  const auto word = [&header](std::size_t i) noexcept {
+    return header[i] | std::uint32_t{header[i + 1]} << 8 | std::uint32_t{header[i + 2]} << 16 |
+           std::uint32_t{header[i + 3]} << 24;
+  };
+  info.format = word(0);
+  info.width = word(4);
+  info.height = word(8);
+  info.lineBytes = word(12);
+  return Errc::Ok;
 }
 
 }  // namespace detail
 
-/** Reads the header of an RWH file; says nothing about whether it makes sense. */
+/**
+ * Reads the header of an RWH file; says nothing about whether it makes sense.
+ *
+ * Errors in the order of their checks: Errc::FileOpen, Errc::NotAFile, Errc::NoHeader, Errc::FileRead.
+ */
 inline Result<RwhInfo> readRwhInfo(const char *path) noexcept {
+  detail::FileHandle file;
   RwhInfo info;
-  Errc error = detail::fileSize(path, info.fileBytes);
-  if (error != Errc::Ok) return error;
-  if (info.fileBytes < 16) return Errc::NoHeader;
-  error =
-      detail::fromStatus(LoadRWH(path, nullptr, &info.format, &info.width, &info.height, &info.lineBytes));
+  const Errc error = detail::openRwh(file, info, path);
   if (error != Errc::Ok) return error;
   return info;
 }
@@ -64,6 +102,9 @@ inline Result<RwhInfo> readRwhInfo(const char *path) noexcept {
 /**
  * Whether a file with this header and length is an RWH frame that this library can take. The length must
  * match exactly: RWH has no magic number, so the length is what tells a frame from other files.
+ *
+ * In the order of the checks: Errc::UnknownFormat, Errc::EmptyImage, Errc::BadHeader, Errc::FileTooShort,
+ * Errc::FileTooLong, Errc::TooLarge.
  */
 inline Errc check(const RwhInfo &info) noexcept {
   const Format *format = findFormat(info.format);
@@ -75,20 +116,23 @@ inline Errc check(const RwhInfo &info) noexcept {
   return info.expectedBytes() - 16 > 0xFFFFFFFFU ? Errc::TooLarge : Errc::Ok;
 }
 
-/** Reads an RWH file whose header and length agree. Rows longer than the width needs become the frame's
- * stride. */
+/**
+ * Reads an RWH file whose header and length agree, whatever happens to the file or to its name meanwhile.
+ * Rows longer than the width needs become the frame's stride.
+ *
+ * Errors in the order of their checks: those of readRwhInfo(), those of check(), Errc::OutOfMemory,
+ * Errc::FileRead.
+ */
 inline Result<Frame> loadRwh(const char *path) noexcept {
-  const Result<RwhInfo> info = readRwhInfo(path);
-  if (!info) return info.error();
-  Errc error = check(*info);
+  detail::FileHandle file;
+  RwhInfo info;
+  Errc error = detail::openRwh(file, info, path);
+  if (error == Errc::Ok) error = check(info);
   if (error != Errc::Ok) return error;
-  Frame frame{{}, info->format, info->width, info->height, info->lineBytes};
-  if (!frame.data.allocate(static_cast<std::size_t>(info->expectedBytes() - 16))) return Errc::OutOfMemory;
-  std::uint8_t *data = frame.data.data();
-  RwhInfo again;
-  error =
-      detail::fromStatus(LoadRWH(path, &data, &again.format, &again.width, &again.height, &again.lineBytes));
-  if (error != Errc::Ok) return error;
+  Frame frame{{}, info.format, info.width, info.height, info.lineBytes};
+  const std::size_t bytes = static_cast<std::size_t>(info.expectedBytes() - 16);
+  if (!frame.data.allocate(bytes)) return Errc::OutOfMemory;
+  if (std::fread(frame.data.data(), 1, bytes, file.get()) != bytes) return Errc::FileRead;
   return frame;
 }
 
@@ -116,10 +160,16 @@ inline Errc saveRwh(const FrameView &view, const char *path) noexcept {
   Bytes storage;
   const std::uint8_t *src = detail::packedRows(storage, little, layout);
   if (src == nullptr) return Errc::OutOfMemory;
+  if (path == nullptr) return Errc::FileOpen;
   return detail::checkWritten(SaveRWH(src, view.format, view.width, view.height, path), path, 16 + bytes);
 }
 
-/** Writes a 32-bit or 24-bit BMP file. `path` must not be a device: the length of the file is checked. */
+/**
+ * Writes a 32-bit or 24-bit BMP file. `path` must not be a device: the length of the file is checked.
+ *
+ * Errors in the order of their checks: Errc::NullData, Errc::EmptyImage, Errc::TooLarge (BMP sizes have 32
+ * bits), Errc::ShortBuffer, Errc::FileOpen, Errc::FileWrite.
+ */
 inline Errc saveBmp(const Image &image, const char *path) noexcept {
   if (image.pixels.data() == nullptr) return Errc::NullData;
   if (image.width == 0 || image.height == 0) return Errc::EmptyImage;
@@ -127,6 +177,7 @@ inline Errc saveBmp(const Image &image, const char *path) noexcept {
   if (row > 0xFFFFFFFFU || image.height > 0x7FFFFFFFU || row * image.height > 0xFFFFFFFFU - 54)
     return Errc::TooLarge;
   if (image.pixels.size() / image.channels() / image.width < image.height) return Errc::ShortBuffer;
+  if (path == nullptr) return Errc::FileOpen;
   const CamUtlStatus status =
       image.kind == Output::Bgra
           ? SaveBmpARGB(static_cast<const std::uint32_t *>(static_cast<const void *>(image.pixels.data())),

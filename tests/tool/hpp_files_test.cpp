@@ -3,13 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <KivoCamUtl.hpp>
+#include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
+
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -19,29 +20,14 @@ using Bytes = std::vector<std::uint8_t>;
 // A directory of its own for each test.
 class HppFiles : public testing::Test {
  protected:
-  void SetUp() override {
-    std::string pattern = (std::filesystem::temp_directory_path() / "kivo-hpp-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    directory_ = pattern;
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(directory_, ignored);
-  }
-
-  std::string path(const char *name) const { return (directory_ / name).string(); }
+  std::string path(const char *name) const { return directory_.File(name); }
 
   std::string write(const char *name, const Bytes &bytes) const {
-    std::ofstream(path(name), std::ios::binary)
-        .write(static_cast<const char *>(static_cast<const void *>(bytes.data())),
-               static_cast<std::streamsize>(bytes.size()));
+    KivoTest::WriteFile(path(name), bytes);
     return path(name);
   }
 
-  static Bytes read(const std::string &name) {
-    std::ifstream file(name, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-  }
+  static Bytes read(const std::string &name) { return KivoTest::ReadFile(name); }
 
   // An RWH file by hand: the four header words, then the data.
   static Bytes rwh(std::uint32_t code, std::uint32_t width, std::uint32_t height, std::uint32_t line,
@@ -55,7 +41,7 @@ class HppFiles : public testing::Test {
   }
 
  private:
-  std::filesystem::path directory_;
+  KivoTest::TempDir directory_;
 };
 
 TEST_F(HppFiles, SaveAndLoadRwh) {
@@ -132,6 +118,28 @@ TEST_F(HppFiles, LoadTellsApartWhatItRefuses) {
   EXPECT_EQ(kivo::loadRwh(path("missing").c_str()).error(), Errc::FileOpen);
   EXPECT_EQ(kivo::loadRwh(path("").c_str()).error(), Errc::NotAFile);
   EXPECT_EQ(kivo::loadRwh("/dev/null").error(), Errc::NotAFile);
+  EXPECT_EQ(kivo::loadRwh(nullptr).error(), Errc::FileOpen);
+  EXPECT_EQ(kivo::readRwhInfo(nullptr).error(), Errc::FileOpen);
+}
+
+TEST_F(HppFiles, LoadGivesOneOfTwoFilesThatTakeTurnsUnderAName) {
+  const Bytes large = rwh(CAMUTL_PFNC_MONO8, 200, 300, 200, 60000),
+              small = rwh(CAMUTL_PFNC_MONO8, 2, 3, 2, 6);
+  const std::string name = write("name.rwh", large);
+  std::atomic<bool> done{false};
+  std::thread other([&] {
+    for (bool turn = false; !done; turn = !turn)
+      std::filesystem::rename(write("next.rwh", turn ? large : small), name);
+  });
+  for (int i = 0; i < 2000; ++i) {
+    const auto frame = kivo::loadRwh(name.c_str());
+    EXPECT_TRUE(frame) << frame.message();
+    if (!frame) break;
+    const Bytes &expected = frame->width == 200 ? large : small;
+    EXPECT_EQ(Bytes(frame->data.begin(), frame->data.end()), Bytes(expected.begin() + 16, expected.end()));
+  }
+  done = true;
+  other.join();
 }
 
 TEST_F(HppFiles, SaveNoticesWhatTheWritersDoNotReport) {
@@ -141,6 +149,8 @@ TEST_F(HppFiles, SaveNoticesWhatTheWritersDoNotReport) {
   ASSERT_TRUE(image);
   EXPECT_EQ(kivo::saveRwh(view, path("none/a.rwh").c_str()), Errc::FileOpen);
   EXPECT_EQ(kivo::saveBmp(*image, path("none/a.bmp").c_str()), Errc::FileOpen);
+  EXPECT_EQ(kivo::saveRwh(view, nullptr), Errc::FileOpen);
+  EXPECT_EQ(kivo::saveBmp(*image, nullptr), Errc::FileOpen);
   EXPECT_EQ(kivo::saveRwh({samples.data(), 63, CAMUTL_PFNC_MONO8, 8, 8}, path("a.rwh").c_str()),
             Errc::ShortBuffer);
   EXPECT_FALSE(std::filesystem::exists(path("a.rwh")));
