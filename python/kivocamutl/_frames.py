@@ -13,7 +13,7 @@ import numpy.typing as npt
 from .errors import FrameSizeError, SampleTypeError
 from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format, find_format
 
-__all__ = ["FrameLike", "Frame", "as_frame", "byte_rows", "flat_bytes", "size_argument"]
+__all__ = ["FrameLike", "Frame", "as_frame", "byte_rows", "flat_bytes", "packed_source", "size_argument"]
 
 FrameLike = Union[npt.NDArray[Any], bytes, bytearray, memoryview]
 """An array, or any object that offers its bytes through the buffer protocol."""
@@ -168,13 +168,17 @@ def as_frame(array: FrameLike, format: FormatLike, width: Optional[int], height:
     return _checked(Frame(known, size[0], size[1], pixels))
 
 
-def _unpacked(array: FrameLike, format: PackedFormat, width: Optional[int], height: Optional[int],
-              stride: Optional[int]) -> Frame:
-    """The frame whose samples share the bytes of `array`: flat, or one row of bytes a row."""
-    from .unpacking import unpack
+def packed_source(array: FrameLike, format: PackedFormat, width: Optional[int], height: Optional[int],
+                  stride: Optional[int]) -> tuple[npt.NDArray[np.uint8], int, int, Optional[int]]:
+    """Bytes, width, height and stride of a frame whose samples share bytes.
 
+    It comes flat, or as an array of two dimensions that has a row of bytes in each of its rows: every row of the
+    frame then begins on a byte, and what an array's row has beyond the frame's is padding.
+    """
     if width is None:
         raise FrameSizeError(f"a frame of {format.name} needs width=: its samples share bytes")
+    width = size_argument("width", width)
+    height = None if height is None else size_argument("height", height)
     if isinstance(array, np.ndarray) and array.ndim > 1:
         if array.ndim != 2 or array.dtype != np.uint8:
             raise FrameSizeError(f"an array of shape {array.shape} and {array.dtype} is no {format.name} frame; "
@@ -184,9 +188,20 @@ def _unpacked(array: FrameLike, format: PackedFormat, width: Optional[int], heig
         if height is not None and height != array.shape[0]:
             raise FrameSizeError(f"height={height}, but the array has {array.shape[0]} rows")
         height, stride = array.shape[0], array.shape[1]
+        if stride < format.row_bytes(width):
+            raise FrameSizeError(f"rows of {stride} bytes are too short for a {format.name} row of width {width} "
+                                 f"({format.row_bytes(width)} bytes)")
     elif height is None:
         raise FrameSizeError("a flat buffer needs width= and height=")
-    samples = unpack(array, format, width, height, stride=stride)
+    return flat_bytes(array), width, height, stride
+
+
+def _unpacked(array: FrameLike, format: PackedFormat, width: Optional[int], height: Optional[int],
+              stride: Optional[int]) -> Frame:
+    """The frame whose samples share the bytes of `array`."""
+    from .unpacking import unpack_frame
+
+    samples = unpack_frame(array, format, width, height, stride)
     return _checked(Frame(find_format(format.unpacked), samples.shape[1], samples.shape[0], samples))
 
 

@@ -20,7 +20,7 @@ from typing import Any, Iterator, NamedTuple, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import FrameLike, as_frame, byte_rows, flat_bytes, size_argument
+from ._frames import FrameLike, as_frame, byte_rows, packed_source, size_argument
 from ._library import function
 from .errors import FileWriteError, FrameSizeError, RwhError, SampleTypeError, StatusError
 from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format
@@ -217,14 +217,12 @@ def write_rwh(
 def _write_packed(path: PathLike, array: FrameLike, format: PackedFormat, width: Optional[int],
                   height: Optional[int], stride: Optional[int]) -> None:
     """A frame whose samples share bytes, as it is."""
-    if width is None or height is None:
-        raise FrameSizeError(f"a frame of {format.name} needs width= and height=: its samples share bytes")
-    width, height = size_argument("width", width), size_argument("height", height)
+    flat, width, height, stride = packed_source(array, format, width, height, stride)
     row = format.row_bytes(width)
     if row * 8 != width * format.bits_per_pixel:
         raise FrameSizeError(f"a row of {width} {format.name} pixels does not end on a byte, as a row of an RWH "
                              "file does: unpack() the frame first")
-    rows = byte_rows(format, flat_bytes(array), width, height, stride)
+    rows = byte_rows(format, flat, width, height, stride)
     _write_frame(path, (format.code, width, height, row), np.ascontiguousarray(rows).reshape(-1))
 
 

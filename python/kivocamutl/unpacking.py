@@ -9,7 +9,7 @@ from typing import Any, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import FrameLike, flat_bytes, size_argument
+from ._frames import FrameLike, packed_source, size_argument
 from .errors import FrameSizeError
 from .pixel_formats import PackedFormat, find_packed_format
 
@@ -108,33 +108,38 @@ def unpack(
     * ``Mono10Packed``, ``Mono12Packed``, ``BayerRG12Packed``, ...: 2 samples in 3 bytes; bytes 0 and 2 hold
       their high 8 bits, byte 1 the low bits of the first sample from bit 0 and those of the second from bit 4.
 
-    :param buffer: Bytes, or an array, that holds the frame; bytes behind it are ignored.
+    :param buffer: A flat buffer or array of bytes that holds the frame; bytes behind it are ignored. Or an array of
+        uint8 with two dimensions, each of its rows a row of the frame that begins on a byte; what it has beyond
+        the frame's is padding.
     :param format: Name, in any case, or PFNC code.
     :param width: Pixels per row.
     :param height: Rows.
-    :param stride: Bytes from one row to the next, when every row begins on a byte of its own. Without it, rows
+    :param stride: Bytes from one row of a flat buffer to the next, when every row begins on a byte of its own. Without it, rows
         follow each other without a gap, a row in the middle of a byte where the one before ends there.
     :returns: uint16 array of shape ``(height, width)``, value in the low bits; the format to convert it with is
         ``find_packed_format(format).unpacked``.
     :raises UnknownFormatError: the format is not one of :func:`kivocamutl.packed_formats`.
     :raises FrameSizeError: the buffer is too short, or the stride smaller than a row.
     """
-    known = find_packed_format(format)
-    width = size_argument("width", width)
-    height = size_argument("height", height)
-    flat = flat_bytes(buffer)
+    return unpack_frame(buffer, find_packed_format(format), width, height, stride)
+
+
+def unpack_frame(array: FrameLike, format: PackedFormat, width: Optional[int], height: Optional[int],
+                 stride: Optional[int]) -> npt.NDArray[np.uint16]:
+    """What :func:`unpack` does, with a height that an array of two dimensions may give."""
+    flat, width, height, stride = packed_source(array, format, width, height, stride)
     if stride is None:
         rows, samples = 1, width * height
-        step = row = known.buffer_bytes(samples)
+        step = row = format.buffer_bytes(samples)
     else:
         rows, samples = height, width
-        step, row = size_argument("stride", stride), known.buffer_bytes(width)
+        step, row = size_argument("stride", stride), format.buffer_bytes(width)
         if step < row:
-            raise FrameSizeError(f"stride {step} is smaller than a {known.name} row of width {width} ({row} bytes)")
+            raise FrameSizeError(f"stride {step} is smaller than a {format.name} row of width {width} ({row} bytes)")
     if width == 0 or height == 0:
         return np.empty((height, width), np.uint16)
     needed = step * (rows - 1) + row
     if flat.size < needed:
-        raise FrameSizeError(f"the buffer has {flat.size} bytes, a {known.name} frame of {width} x {height} "
+        raise FrameSizeError(f"the buffer has {flat.size} bytes, a {format.name} frame of {width} x {height} "
                              f"takes {needed}")
-    return _rows(known, flat, rows, step, samples).reshape(height, width)
+    return _rows(format, flat, rows, step, samples).reshape(height, width)

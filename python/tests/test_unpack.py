@@ -92,3 +92,40 @@ def test_empty_and_wrong():
         kivo.unpack(b"123456", "Mono12p", -2, 2)
     with pytest.raises(kivo.SampleTypeError, match="str"):
         kivo.unpack("123456", "Mono12p", 2, 2)
+
+
+@pytest.mark.parametrize("width", [8, 7, 5, 1])
+@pytest.mark.parametrize("format", kivo.packed_formats(), ids=lambda f: f.name)
+def test_rows_of_arrays_begin_on_bytes(format, width, tmp_path):
+    """An array of two dimensions holds the same frame for unpack(), convert() and write_rwh(), padded or not."""
+    want = np.random.default_rng(width).integers(0, 1 << format.depth, (6, width), dtype=np.uint16)
+    row = format.row_bytes(width)
+    for padding in (0, 1, 5):
+        array = np.full((6, row + padding), 0xA5, np.uint8)
+        for line, samples in zip(array, want):
+            line[:row] = np.frombuffer(pack(samples, format), np.uint8)
+        larger = np.full((8, 40), 0x5A, np.uint8)
+        larger[1:7, 3 : 3 + array.shape[1]] = array
+        for view in (array, np.asfortranarray(array), larger[1:7, 3 : 3 + array.shape[1]]):
+            np.testing.assert_array_equal(kivo.unpack(view, format, width, 6), want)
+            np.testing.assert_array_equal(kivo.convert(view, format, width=width),
+                                          kivo.convert(want, format.unpacked))
+            if width == 8:  # rows of an RWH file end on a byte
+                kivo.write_rwh(tmp_path / "a.rwh", view, format, width=width)
+                np.testing.assert_array_equal(kivo.read_rwh(tmp_path / "a.rwh").array, want)
+
+
+@pytest.mark.parametrize("text, array, options", [
+    ("height=5", np.zeros((6, 12), np.uint8), {"height": 5}),
+    ("rows of 11 bytes", np.zeros((6, 11), np.uint8), {}),
+    ("stride=", np.zeros((6, 12), np.uint8), {"stride": 12}),
+    ("(6, 6) and uint16", np.zeros((6, 6), np.uint16), {}),
+    ("(6, 12, 1)", np.zeros((6, 12, 1), np.uint8), {}),
+])
+def test_arrays_that_are_no_packed_frame(text, array, options, tmp_path):
+    size = {"width": 8, "height": 6, **options}
+    for call in (lambda: kivo.unpack(array, "Mono12p", **size), lambda: kivo.convert(array, "Mono12p", **size),
+                 lambda: kivo.write_rwh(tmp_path / "a.rwh", array, "Mono12p", **size)):
+        with pytest.raises(kivo.FrameSizeError) as caught:
+            call()
+        assert text in str(caught.value)
