@@ -13,10 +13,15 @@ import numpy.typing as npt
 from .errors import FrameSizeError, SampleTypeError
 from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format, find_format
 
-__all__ = ["FrameLike", "Frame", "as_frame", "byte_rows", "flat_bytes", "packed_source", "size_argument"]
+__all__ = ["FrameLike", "Frame", "as_array", "as_frame", "byte_rows", "flat_bytes", "packed_source",
+           "refuse_masked", "size_argument"]
 
 FrameLike = Union[npt.NDArray[Any], bytes, bytearray, memoryview]
-"""An array, or any object that offers its bytes through the buffer protocol."""
+"""An array, or any object with the buffer protocol.
+
+Buffers of bytes are flat buffers. Those that say more of their items, as a memoryview of an array does, are taken as
+the array of the same dtype, shape and strides.
+"""
 
 _MAX_SIZE = 0xFFFFFFFF
 
@@ -46,22 +51,39 @@ def size_argument(label: str, value: Any) -> int:
     return number
 
 
-def flat_bytes(buffer: Any) -> npt.NDArray[np.uint8]:
-    """The bytes of a contiguous buffer or array, without a copy."""
-    if isinstance(buffer, np.ndarray):
-        if not buffer.flags.c_contiguous:
-            buffer = np.ascontiguousarray(buffer)
-        if buffer.dtype.kind not in "ui":
-            raise SampleTypeError(f"a frame has unsigned samples, not dtype {buffer.dtype}")
-        flat: npt.NDArray[np.uint8] = buffer.reshape(-1).view(np.uint8)
-        return flat
-    try:
-        view = memoryview(buffer)
-    except TypeError:
-        raise SampleTypeError(f"a frame is an array or a buffer of bytes, not {type(buffer).__name__}") from None
-    if not view.contiguous:
-        raise SampleTypeError("the buffer is not contiguous")
-    return np.frombuffer(view.cast("B"), np.uint8) if view.nbytes else np.empty(0, np.uint8)
+def as_array(frame: FrameLike) -> npt.NDArray[Any]:
+    """What a caller passes, without a copy: with its own dtype, shape and strides where it has them, else as bytes."""
+    if isinstance(frame, np.ndarray):
+        array: npt.NDArray[Any] = frame
+    elif hasattr(frame, "__array_interface__") or hasattr(frame, "__array__"):
+        array = np.asarray(frame)
+    else:
+        try:
+            view = memoryview(frame)
+        except TypeError:
+            raise SampleTypeError(f"a frame is an array or a buffer of bytes, not {type(frame).__name__}") from None
+        try:
+            array = np.asarray(view)
+        except ValueError:
+            raise SampleTypeError(f"a frame has unsigned samples, not items of buffer format {view.format!r}") from None
+        if view.format.lstrip("@=<>!") in ("b", "c"):
+            array = array.view(np.uint8)  # plain char of C, a byte as any other
+    refuse_masked(array)
+    return array
+
+
+def refuse_masked(array: npt.NDArray[Any]) -> None:
+    """A masked sample has no value that could be converted or written."""
+    if isinstance(array, np.ma.MaskedArray) and np.any(array.mask):
+        raise SampleTypeError("a masked array lacks samples: fill them in, as array.filled(0) does")
+
+
+def flat_bytes(array: npt.NDArray[Any]) -> npt.NDArray[np.uint8]:
+    """The bytes of an array, copied only where it is not contiguous."""
+    if array.dtype.kind not in "ui":
+        raise SampleTypeError(f"a frame has unsigned samples, not dtype {array.dtype}")
+    flat: npt.NDArray[np.uint8] = np.ascontiguousarray(array).reshape(-1).view(np.uint8)
+    return flat
 
 
 def _dtype(format: Format) -> np.dtype[Any]:
@@ -132,14 +154,10 @@ def as_frame(array: FrameLike, format: FormatLike, width: Optional[int], height:
     known = any_format
     width = None if width is None else size_argument("width", width)
     height = None if height is None else size_argument("height", height)
-    if not isinstance(array, np.ndarray) and (hasattr(array, "__array_interface__") or hasattr(array, "__array__")):
-        array = np.asarray(array)
-
-    if not isinstance(array, np.ndarray) or array.ndim == 1:
-        if isinstance(array, np.ndarray):
-            _check_dtype(known, array, bytes_allowed=True)
-            array = array.astype("<u2", copy=False) if array.dtype.itemsize == 2 else array
-        flat = flat_bytes(array)
+    array = as_array(array)
+    if array.ndim == 1:
+        _check_dtype(known, array, bytes_allowed=True)
+        flat = flat_bytes(array.astype("<u2", copy=False) if array.dtype.itemsize == 2 else array)
         if width is None or height is None:
             raise FrameSizeError("a flat buffer needs width= and height=")
         pixels = _padded_rows(known, flat, width, height, stride)
@@ -179,7 +197,8 @@ def packed_source(array: FrameLike, format: PackedFormat, width: Optional[int], 
         raise FrameSizeError(f"a frame of {format.name} needs width=: its samples share bytes")
     width = size_argument("width", width)
     height = None if height is None else size_argument("height", height)
-    if isinstance(array, np.ndarray) and array.ndim > 1:
+    array = as_array(array)
+    if array.ndim > 1:
         if array.ndim != 2 or array.dtype != np.uint8:
             raise FrameSizeError(f"an array of shape {array.shape} and {array.dtype} is no {format.name} frame; "
                                  "expected rows of bytes, or a flat buffer")

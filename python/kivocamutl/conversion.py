@@ -158,6 +158,8 @@ def convert(
         everything else is read where it is. Samples of packed formats (``"BayerRG12p"``, ``"Mono10Packed"``)
         are unpacked first, as :func:`unpack` does. Words with the high byte first are of dtype ``">u2"``, as
         ``numpy.frombuffer(buffer, ">u2")`` makes them.
+        A buffer that knows the type and the shape of its items, as a memoryview of an array does, is taken as that
+        array; a masked array may have no masked sample.
     :param format: PFNC name, in any case, or PFNC code of the frame; of :func:`formats` or
         :func:`packed_formats`.
     :param bayer: ``"standard"`` (mean of the neighbours), ``"acpi"`` (adaptive; for 8-bit Bayer frames of

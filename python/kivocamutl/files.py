@@ -20,7 +20,7 @@ from typing import Any, Iterator, NamedTuple, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import FrameLike, as_frame, byte_rows, packed_source, size_argument
+from ._frames import FrameLike, as_frame, byte_rows, packed_source, refuse_masked, size_argument
 from ._library import function
 from .errors import FileWriteError, FrameSizeError, RwhError, SampleTypeError, StatusError
 from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format
@@ -253,6 +253,7 @@ def write_bmp(path: PathLike, image: npt.NDArray[np.uint8], *, tag: str = "") ->
     """
     if not isinstance(image, np.ndarray) or image.dtype != np.uint8:
         raise SampleTypeError(f"image is an array of uint8, not {getattr(image, 'dtype', type(image).__name__)}")
+    refuse_masked(image)
     channels = 1 if image.ndim == 2 else image.shape[2] if image.ndim == 3 else 0
     if channels not in _BMP_WRITER or (image.ndim == 3 and channels == 1):
         raise FrameSizeError(f"image has shape {image.shape}; expected (height, width), (height, width, 3) or "

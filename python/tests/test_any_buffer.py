@@ -3,6 +3,9 @@
 
 from __future__ import annotations
 
+import array
+import ctypes
+
 import numpy as np
 import pytest
 
@@ -123,3 +126,63 @@ def test_packed_rwh(tmp_path):
     with pytest.raises(kivo.FrameSizeError, match="width="):
         kivo.write_rwh(tmp_path / "b.rwh", data, format)
     assert not (tmp_path / "b.rwh").exists()
+
+
+def test_buffers_keep_the_type_and_strides_of_their_items(tmp_path):
+    """A view of an array, and buffers of other makers, give what the array gives."""
+    for name in ("BayerRG12", "BayerRG8"):
+        frame = make_frame(kivo.find_format(name), 8, 6)
+        want = kivo.convert(frame, name)
+        swapped = frame.astype(frame.dtype.newbyteorder(">"))
+        for samples in (frame, swapped, np.asfortranarray(frame), frame[::-1].copy()[::-1]):
+            view, flat = memoryview(samples), memoryview(samples.reshape(-1))
+            np.testing.assert_array_equal(kivo.convert(view, name), want)
+            np.testing.assert_array_equal(kivo.convert(view, name, width=8, height=6), want)
+            np.testing.assert_array_equal(kivo.convert(flat, name, width=8, height=6), want)
+            kivo.write_rwh(tmp_path / "a.rwh", view, name)
+            np.testing.assert_array_equal(kivo.read_rwh(tmp_path / "a.rwh").array, frame)
+    frame = make_frame(kivo.find_format("BayerRG12"), 8, 6)
+    want = kivo.convert(frame, "BayerRG12")
+    numbers = frame.reshape(-1).tolist()
+    big = (ctypes.c_uint16.__ctype_be__ * 48)(*numbers)
+    grid = np.ctypeslib.as_ctypes(frame)
+    chars = ctypes.create_string_buffer(frame.tobytes(), 96)
+    for buffer in (array.array("H", numbers), big, grid, chars, array.array("b", frame.tobytes())):
+        np.testing.assert_array_equal(kivo.convert(buffer, "BayerRG12", width=8, height=6), want)
+
+
+def test_views_of_packed_rows():
+    format = kivo.find_packed_format("Mono12p")
+    samples = make_frame(kivo.find_format("Mono12"), 5, 4)
+    rows = np.stack([np.frombuffer(pack(row, format) + b"\xa5" * 3, np.uint8) for row in samples])
+    for buffer in (memoryview(rows), memoryview(np.asfortranarray(rows)), np.ctypeslib.as_ctypes(rows)):
+        np.testing.assert_array_equal(kivo.unpack(buffer, format, 5, 4), samples)
+        np.testing.assert_array_equal(kivo.convert(buffer, format, width=5), kivo.convert(samples, "Mono12"))
+
+
+@pytest.mark.parametrize("buffer, text", [
+    (array.array("f", [0.0] * 48), "float32"),
+    (memoryview(np.zeros((6, 8))), "float64"),
+    (memoryview(np.zeros((6, 8), bool)), "bool"),
+    (array.array("h", [0] * 48), "int16"),
+    (array.array("I", [0] * 24), "uint32"),
+    ((ctypes.c_void_p * 12)(), "'<P'"),
+    (np.ma.masked_equal(np.zeros((6, 8), np.uint16), 0), "masked"),
+])
+def test_buffers_of_other_things(buffer, text):
+    for name in ("Mono12", "Mono8"):
+        with pytest.raises(kivo.SampleTypeError) as caught:
+            kivo.convert(buffer, name, width=8, height=6)
+        assert text in str(caught.value)
+
+
+def test_packed_samples_in_buffers_of_other_things():
+    for buffer, text in ((array.array("f", [0.0] * 18), "float32"), ((ctypes.c_void_p * 9)(), "'<P'"),
+                         (np.ma.masked_equal(np.zeros(72, np.uint8), 0), "masked")):
+        with pytest.raises(kivo.SampleTypeError, match=text):
+            kivo.unpack(buffer, "Mono12p", 8, 6)
+
+
+def test_masked_arrays_without_a_masked_sample_are_arrays():
+    frame = make_frame(kivo.find_format("Mono8"), 8, 6)
+    np.testing.assert_array_equal(kivo.convert(np.ma.array(frame), "Mono8"), kivo.convert(frame, "Mono8"))

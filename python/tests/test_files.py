@@ -129,6 +129,7 @@ def test_bmp_of_views(channels, tmp_path):
 @pytest.mark.parametrize("error, text, image", [
     (kivo.SampleTypeError, "float64", np.zeros((2, 2))),
     (kivo.SampleTypeError, "list", [[1]]),
+    (kivo.SampleTypeError, "masked", np.ma.masked_equal(np.array([[1, 2]], np.uint8), 2)),
     (kivo.FrameSizeError, "(2, 2, 2)", np.zeros((2, 2, 2), np.uint8)),
     (kivo.FrameSizeError, "(4,)", np.zeros(4, np.uint8)),
     (kivo.FrameSizeError, "4294967350", np.broadcast_to(np.uint8(0), (32768, 32768, 4))),
