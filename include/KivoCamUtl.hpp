@@ -19,18 +19,20 @@
  * kivo::FrameView frame{data, bytes, CAMUTL_PFNC_BAYER_RG8, 1920, 1080};
  * kivo::Result<kivo::Image> image = kivo::convert(frame, {kivo::Bayer::Acpi});
  * if (!image) return fail(image.message());
- * kivo::saveBmp(*image, "frame.bmp");
+ * if (kivo::saveBmp(*image, "frame.bmp") != kivo::Errc::Ok) return fail("frame.bmp");
  * @endcode
  *
  * The parts, each of which may be included alone: kivocamutl/error.hpp (what can go wrong), formats.hpp
  * (pixel formats and their names), frame.hpp (memory, views, regions), unpack.hpp (plain samples of
- * anything), convert.hpp (pictures, reversed frames) and files.hpp (RWH and BMP).
+ * anything), converters.hpp (which of the library's functions takes a format), convert.hpp (pictures, reversed
+ * frames) and files.hpp (RWH and BMP).
  */
 #ifndef KIVOCAMUTL_HPP
 #define KIVOCAMUTL_HPP
 
 #include <KivoCamUtl.h>
 #include <kivocamutl/convert.hpp>
+#include <kivocamutl/converters.hpp>
 #include <kivocamutl/error.hpp>
 #include <kivocamutl/files.hpp>
 #include <kivocamutl/formats.hpp>

@@ -7,6 +7,7 @@
 #define KIVOCAMUTL_CONVERT_HPP
 
 #include <KivoCamUtl.h>
+#include <kivocamutl/converters.hpp>
 #include <kivocamutl/unpack.hpp>
 
 #include <cstddef>
@@ -69,129 +70,6 @@ struct ConvertOptions {
 
 namespace detail {
 
-struct Converters {
-  std::uint32_t code;
-  BgraConverter bgra;
-  BgrConverter bgr;
-};
-
-inline constexpr Converters kStandard[] = {
-    {CAMUTL_PFNC_MONO8, ConvMono8ToBGRA, ConvMono8ToBGR},
-    {CAMUTL_PFNC_MONO10, ConvMono10ToBGRA, ConvMono10ToBGR},
-    {CAMUTL_PFNC_MONO12, ConvMono12ToBGRA, ConvMono12ToBGR},
-    {CAMUTL_PFNC_MONO16, ConvMono16ToBGRA, ConvMono16ToBGR},
-    {CAMUTL_PFNC_BAYER_GR8, ConvByrGR8ToBGRA, ConvByrGR8ToBGR},
-    {CAMUTL_PFNC_BAYER_RG8, ConvByrRG8ToBGRA, ConvByrRG8ToBGR},
-    {CAMUTL_PFNC_BAYER_GB8, ConvByrGB8ToBGRA, ConvByrGB8ToBGR},
-    {CAMUTL_PFNC_BAYER_BG8, ConvByrBG8ToBGRA, ConvByrBG8ToBGR},
-    {CAMUTL_PFNC_BAYER_GR10, ConvByrGR10ToBGRA, ConvByrGR10ToBGR},
-    {CAMUTL_PFNC_BAYER_RG10, ConvByrRG10ToBGRA, ConvByrRG10ToBGR},
-    {CAMUTL_PFNC_BAYER_GB10, ConvByrGB10ToBGRA, ConvByrGB10ToBGR},
-    {CAMUTL_PFNC_BAYER_BG10, ConvByrBG10ToBGRA, ConvByrBG10ToBGR},
-    {CAMUTL_PFNC_BAYER_GR12, ConvByrGR12ToBGRA, ConvByrGR12ToBGR},
-    {CAMUTL_PFNC_BAYER_RG12, ConvByrRG12ToBGRA, ConvByrRG12ToBGR},
-    {CAMUTL_PFNC_BAYER_GB12, ConvByrGB12ToBGRA, ConvByrGB12ToBGR},
-    {CAMUTL_PFNC_BAYER_BG12, ConvByrBG12ToBGRA, ConvByrBG12ToBGR},
-    {CAMUTL_PFNC_RGB8, ConvRGB8PToBGRA, ConvRGB8PToBGR},
-    {CAMUTL_PFNC_BGR8, ConvBGR8PToBGRA, ConvBGR8PToBGR},
-    {CAMUTL_PFNC_RGB10, ConvRGB10PToBGRA, ConvRGB10PToBGR},
-    {CAMUTL_PFNC_BGR10, ConvBGR10PToBGRA, ConvBGR10PToBGR},
-    {CAMUTL_PFNC_RGB12, ConvRGB12PToBGRA, ConvRGB12PToBGR},
-    {CAMUTL_PFNC_BGR12, ConvBGR12PToBGRA, ConvBGR12PToBGR},
-    {CAMUTL_PFNC_YUV411_8_UYYVYY, ConvYUV411PToBGRA, ConvYUV411PToBGR},
-    {CAMUTL_PFNC_YUV422_8_UYVY, ConvYUV422PToBGRA, ConvYUV422PToBGR},
-    {CAMUTL_PFNC_YUV8_UYV, ConvYUV444PToBGRA, ConvYUV444PToBGR},
-};
-
-inline constexpr Converters kAcpi[] = {
-    {CAMUTL_PFNC_BAYER_GR8, ConvByrGR8ToBGRAACPI, ConvByrGR8ToBGRACPI},
-    {CAMUTL_PFNC_BAYER_RG8, ConvByrRG8ToBGRAACPI, ConvByrRG8ToBGRACPI},
-    {CAMUTL_PFNC_BAYER_GB8, ConvByrGB8ToBGRAACPI, ConvByrGB8ToBGRACPI},
-    {CAMUTL_PFNC_BAYER_BG8, ConvByrBG8ToBGRAACPI, ConvByrBG8ToBGRACPI},
-};
-
-/** Converters that take the shift from the caller. */
-struct ShiftConverters {
-  Family family;
-  BayerOrder order;
-  char first;  // of the format's name, which tells RGB from BGR
-  decltype(&ConvMonoNToBGRA) bgra;
-  decltype(&ConvMonoNToBGR) bgr;
-};
-
-inline constexpr ShiftConverters kShift[] = {
-    {Family::Mono, BayerOrder::None, 'M', ConvMonoNToBGRA, ConvMonoNToBGR},
-    {Family::Bayer, BayerOrder::GR, 'B', ConvByrGRNToBGRA, ConvByrGRNToBGR},
-    {Family::Bayer, BayerOrder::RG, 'B', ConvByrRGNToBGRA, ConvByrRGNToBGR},
-    {Family::Bayer, BayerOrder::GB, 'B', ConvByrGBNToBGRA, ConvByrGBNToBGR},
-    {Family::Bayer, BayerOrder::BG, 'B', ConvByrBGNToBGRA, ConvByrBGNToBGR},
-    {Family::Rgb, BayerOrder::None, 'R', ConvRGBNToBGRA, ConvRGBNToBGR},
-    {Family::Rgb, BayerOrder::None, 'B', ConvBGRNToBGRA, ConvBGRNToBGR},
-};
-
-/**
- * The exported converter for a format of plain samples, and how to call it.
- *
- * It is the function itself, not what GetBGRAConverter() gives: that one depends on the library-wide Bayer
- * mode and leaves out RGB10 and RGB12.
- */
-class Conversion {
- public:
-  Conversion(const Format &format, const ConvertOptions &options) noexcept {
-    const bool grey = format.isBayer() && options.bayer == Bayer::Off;
-    const bool adaptive = format.isBayer() && options.bayer == Bayer::Acpi;
-    if (format.depth == 8 || options.shift < 0) findFixed(grey ? greyCode(format) : format.code, adaptive);
-    if (found()) return;
-    shift_ = options.shift < 0 ? format.depth - 8U : static_cast<unsigned>(options.shift);
-    const Family family = grey ? Family::Mono : format.family;
-    const BayerOrder order = grey ? BayerOrder::None : format.order;
-    for (const ShiftConverters &row : kShift)
-      if (row.family == family && row.order == order && (grey || row.first == format.name[0]))
-        byShift_ = &row;
-  }
-
-  bool found() const noexcept { return fixed_ != nullptr || byShift_ != nullptr; }
-
-  CamUtlStatus operator()(std::uint32_t *dst, const std::uint8_t *src, std::uint32_t width,
-                          std::uint32_t height) const noexcept {
-    return fixed_ != nullptr ? fixed_->bgra(dst, src, width, height)
-                             : byShift_->bgra(dst, src, width, height, shift_);
-  }
-  CamUtlStatus operator()(std::uint8_t *dst, const std::uint8_t *src, std::uint32_t width,
-                          std::uint32_t height) const noexcept {
-    return fixed_ != nullptr ? fixed_->bgr(dst, src, width, height)
-                             : byShift_->bgr(dst, src, width, height, shift_);
-  }
-
- private:
-  void findFixed(std::uint32_t code, bool adaptive) noexcept {
-    if (adaptive) {
-      for (const Converters &row : kAcpi)
-        if (row.code == code) fixed_ = &row;
-    } else {
-      for (const Converters &row : kStandard)
-        if (row.code == code) fixed_ = &row;
-    }
-  }
-
-  static std::uint32_t greyCode(const Format &format) noexcept {
-    for (const Format &grey : kFormats)
-      if (grey.family == Family::Mono && grey.depth == format.depth && grey.packing == Packing::None)
-        return grey.code;
-    return 0;
-  }
-
-  const Converters *fixed_ = nullptr;
-  const ShiftConverters *byShift_ = nullptr;
-  unsigned shift_ = 0;
-};
-
-/** Prepares the lookup tables on the first call, once, whichever thread comes first. */
-inline CamUtlStatus prepareTables() noexcept {
-  static const CamUtlStatus status = PrepareLUT();
-  return status;
-}
-
 inline Errc fromStatus(CamUtlStatus status) noexcept {
   switch (status) {
     case CAMUTL_STS_SUCCESS:
@@ -209,16 +87,6 @@ inline Errc fromStatus(CamUtlStatus status) noexcept {
   }
 }
 
-/** The bytes of a view with packed rows: the view's own, or a copy in `storage`. Null when memory is short.
- */
-inline const std::uint8_t *packedRows(Bytes &storage, const FrameView &view, const Layout &layout) noexcept {
-  if (layout.rowsShare || layout.stride == layout.row) return view.data;
-  if (!storage.allocate(layout.row * view.height)) return nullptr;
-  for (std::uint32_t y = 0; y < view.height; ++y)
-    std::memcpy(storage.data() + y * layout.row, view.data + y * layout.stride, layout.row);
-  return storage.data();
-}
-
 /** Bytes of a group for the converter, where a camera delivers one fewer; else 0. */
 constexpr std::size_t widerGroup(std::uint32_t code, bool toBgra) noexcept {
   if (code == CAMUTL_PFNC_YUV8_UYV) return 4;
@@ -230,47 +98,124 @@ void spaceOut(std::uint8_t *dst, const std::uint8_t *src, std::size_t groups) no
   for (std::size_t i = 0; i < groups; ++i) std::memcpy(dst + i * to, src + i * from, from);
 }
 
-/** Formats without neighbours: row by row, padding is skipped and groups are re-spaced. */
+/** Elements of a destination that a pixel takes. */
 template <class Pixel>
-Errc convertRows(const Conversion &convert, Pixel *dst, std::size_t dstRow, const FrameView &view,
+inline constexpr std::size_t kElements = sizeof(Pixel) == 4 ? 1 : 3;
+
+/**
+ * Pixels that are brought to plain samples at a time where a frame has none: few enough to be in the cache
+ * still when they are converted, whole groups of every YUV format, and whole bytes of every packing.
+ */
+inline constexpr std::uint32_t kPiece = 48 << 10;
+
+/** Formats without neighbours: pixels that follow each other, whatever rows they are in, by the piece. */
+template <class Pixel>
+Errc convertRuns(const Conversion &convert, Pixel *dst, const FrameView &view,
                  const Layout &layout) noexcept {
-  const std::size_t wide = widerGroup(layout.format->code, sizeof(Pixel) == 4);
-  // Counts of whole frames wrap in 32 bits, for packed colour counts of bytes.
-  if (wide == 0 && layout.stride == layout.row && 3 * std::uint64_t{view.width} * view.height <= 0xFFFFFFFFU)
-    return fromStatus(convert(dst, view.data, view.width, view.height));
-  const std::size_t groups = view.width / layout.format->groupPixels;
-  Bytes spaced;
-  if (wide != 0 && !spaced.allocate(groups * wide)) return Errc::OutOfMemory;
-  if (wide != 0) std::memset(spaced.data(), 0, spaced.size());
-  for (std::uint32_t y = 0; y < view.height; ++y) {
-    const std::uint8_t *src = view.data + y * layout.stride;
-    if (wide != 0) {
-      (wide == 4 ? spaceOut<3, 4> : spaceOut<4, 5>)(spaced.data(), src, groups);
-      src = spaced.data();
+  const Format &format = *layout.format;
+  const Format &plain = *findFormat(format.unpacked);
+  const std::size_t wide = widerGroup(format.code, sizeof(Pixel) == 4);
+  const bool direct = wide == 0 && hasPlainSamples(view, layout);
+  const bool gapless = format.packing == Packing::None ? layout.stride == layout.row : layout.rowsShare;
+  // Pixels and bytes of a run.
+  const std::uint64_t run = gapless ? std::uint64_t{view.width} * view.height : view.width;
+  const std::uint64_t runEnd = runBytes(format, run);
+  // The converters count in 32 bits, components or bytes: up to three of them a pixel.
+  const std::uint64_t most = direct ? 1U << 30 : kPiece;
+  const std::uint64_t piece = run < most ? run : most;
+  Bytes space;
+  if (!direct) {
+    const std::uint64_t bytes = wide != 0 ? piece / format.groupPixels * wide : runBytes(plain, piece);
+    if (!space.allocate(static_cast<std::size_t>(bytes))) return Errc::OutOfMemory;
+    if (wide != 0) std::memset(space.data(), 0, space.size());
+  }
+  for (std::uint32_t y = 0; y < (gapless ? 1 : view.height); ++y) {
+    const std::uint8_t *row = view.data + y * layout.stride;
+    for (std::uint64_t x = 0; x < run; x += piece) {
+      const std::uint32_t count = static_cast<std::uint32_t>(run - x < piece ? run - x : piece);
+      const std::uint64_t from = runBytes(format, x);
+      const std::uint8_t *src = row + from;
+      if (wide != 0)
+        (wide == 4 ? spaceOut<3, 4> : spaceOut<4, 5>)(space.data(), src, count / format.groupPixels);
+      else if (!direct)
+        unpackPixels(space.data(), src, format, view.byteOrder, count,
+                     static_cast<std::size_t>(runEnd - from));
+      const Errc error = fromStatus(convert(dst, direct ? src : space.data(), count, 1));
+      if (error != Errc::Ok) return error;
+      dst += count * kElements<Pixel>;
     }
-    const Errc error = fromStatus(convert(dst + y * dstRow, src, view.width, 1));
-    if (error != Errc::Ok) return error;
   }
   return Errc::Ok;
 }
 
-/** Demosaicing needs the whole frame with packed rows. */
+/** The bytes of a view with packed rows, its own or a copy in `storage`; null when memory is short. */
+inline const std::uint8_t *packedRows(Bytes &storage, const FrameView &view, const Layout &layout) noexcept {
+  if (layout.rowsShare || layout.stride == layout.row) return view.data;
+  if (!storage.allocate(layout.row * view.height)) return nullptr;
+  for (std::uint32_t y = 0; y < view.height; ++y)
+    std::memcpy(storage.data() + y * layout.row, view.data + y * layout.stride, layout.row);
+  return storage.data();
+}
+
+/** Samples of a mosaic that are unpacked and converted at a time. */
+inline constexpr std::uint32_t kBandSamples = 128 << 10;
+
+/**
+ * A mosaic of words, a band of rows at a time.
+ *
+ * Pixels are made of samples up to one row away, and at the edge of a frame in another way. So a band has a
+ * margin on both sides: two rows, for the order of the colours, or four where rows of odd width share bytes,
+ * for a band to begin on one. The pixels of the margin above are there already and are put back; those of the
+ * margin below come with the next band.
+ */
 template <class Pixel>
-Errc convertMosaic(const Conversion &convert, Pixel *dst, const FrameView &view, const Layout &layout,
-                   Bayer bayer) noexcept {
+Errc convertBands(const Conversion &convert, Pixel *dst, const FrameView &view,
+                  const Layout &layout) noexcept {
+  const std::uint32_t margin = view.width % 2 == 0 ? 2 : 4;
+  const std::uint32_t wanted = kBandSamples / view.width / 4 * 4;
+  const std::uint64_t rows = wanted < 32 ? 32 : wanted;
+  const std::uint64_t most = rows + 2 * margin < view.height ? rows + 2 * margin : view.height;
+  const std::size_t dstRow = static_cast<std::size_t>(view.width) * kElements<Pixel>;
+  Bytes band, above;
+  if (!band.allocate(static_cast<std::size_t>(most) * view.width * 2)) return Errc::OutOfMemory;
+  if (!above.allocate(margin * dstRow * sizeof(Pixel))) return Errc::OutOfMemory;
+  for (std::uint64_t y = 0; y < view.height; y += rows) {
+    const std::uint32_t first = static_cast<std::uint32_t>(y == 0 ? 0 : y - margin);
+    const std::uint64_t end = y + rows + margin < view.height ? y + rows + margin : view.height;
+    const std::uint32_t count = static_cast<std::uint32_t>(end - first);
+    unpackRows(band.data(), view, layout, first, count);
+    Pixel *to = dst + first * dstRow;
+    if (y != 0) std::memcpy(above.data(), to, above.size());
+    const Errc error = fromStatus(convert(to, band.data(), view.width, count));
+    if (error != Errc::Ok) return error;
+    if (y != 0) std::memcpy(to, above.data(), above.size());
+  }
+  return Errc::Ok;
+}
+
+/** Bayer frames as colour pictures. */
+template <class Pixel>
+Errc convertMosaic(const Conversion &convert, Pixel *dst, const FrameView &view,
+                   const Layout &layout) noexcept {
+  const bool whole = hasPlainSamples(view, layout) && layout.stride == layout.row;
+  if (!whole && layout.format->wordBytes == 2) return convertBands(convert, dst, view, layout);
+  // A copy of bytes is a quarter of the picture, and lets the converter know how large that is.
   Bytes storage;
   const std::uint8_t *src = packedRows(storage, view, layout);
   if (src == nullptr) return Errc::OutOfMemory;
-  const Errc error = fromStatus(convert(dst, src, view.width, view.height));
-  if constexpr (sizeof(Pixel) == 4) {
-    // ConvByrBG8ToBGRAACPI leaves the red byte of pixel (1, W - 1) to the caller: that pixel's own sample.
-    const bool adaptive = view.width % 2 == 0 && view.height % 2 == 0 && view.width >= 4 && view.height >= 4;
-    if (bayer == Bayer::Acpi && view.format == CAMUTL_PFNC_BAYER_BG8 && adaptive) {
-      const std::size_t last = 2 * static_cast<std::size_t>(view.width) - 1;
-      dst[last] = (dst[last] & 0xFF00FFFFU) | static_cast<std::uint32_t>(src[last]) << 16;
-    }
-  }
-  return error;
+  return fromStatus(convert(dst, src, view.width, view.height));
+}
+
+/** ACPI is for frames of even size from 4 x 4 on; the converters do others in the standard way. */
+constexpr bool fitsAcpi(const FrameView &view) noexcept {
+  return view.width % 2 == 0 && view.height % 2 == 0 && view.width >= 4 && view.height >= 4;
+}
+
+/** ConvByrBG8ToBGRAACPI leaves the red byte of pixel (1, W - 1) to the caller: that pixel's own sample. */
+inline void completeAcpi(std::uint32_t *dst, const FrameView &view, const Layout &layout) noexcept {
+  const std::uint32_t sample = view.data[layout.stride + view.width - 1];
+  std::uint32_t &pixel = dst[2 * static_cast<std::size_t>(view.width) - 1];
+  pixel = (pixel & 0xFF00FFFFU) | sample << 16;
 }
 
 }  // namespace detail
@@ -301,8 +246,9 @@ inline Errc check(const FrameView &view, const ConvertOptions &options = {}) noe
  * (options.output is not looked at). dstCount counts elements of dst and must reach width * height words, or
  * 3 times as many bytes. The destination must not overlap the source.
  *
- * Formats whose samples share bytes, and big-endian frames, are unpacked into memory of the call's own first;
- * so are the rows of a padded Bayer frame. All else allocates at most one row.
+ * Frames without plain samples in packed rows are unpacked and converted a piece at a time, in some hundred
+ * kilobytes of the call's own, or some dozen rows of a very wide Bayer frame. 8-bit Bayer frames with padded
+ * rows are copied whole. All else allocates nothing.
  *
  * Errors: those of check(), then Errc::NullData and Errc::ShortDestination for the destination, and
  * Errc::OutOfMemory. Nothing is written unless the result is Errc::Ok.
@@ -312,22 +258,25 @@ Errc convertTo(Pixel *dst, std::size_t dstCount, const FrameView &view,
                const ConvertOptions &options = {}) noexcept {
   static_assert(std::is_same_v<Pixel, std::uint32_t> || std::is_same_v<Pixel, std::uint8_t>,
                 "the destination holds BGRA words (uint32_t) or BGR bytes (uint8_t)");
-  Errc error = check(view, options);
+  const Errc error = check(view, options);
   if (error != Errc::Ok) return error;
-  const std::size_t dstRow = static_cast<std::size_t>(view.width) * (sizeof(Pixel) == 4 ? 1 : 3);
   if (dst == nullptr) return Errc::NullData;
-  if (dstCount < dstRow * view.height) return Errc::ShortDestination;
+  if (dstCount < static_cast<std::size_t>(view.width) * view.height * detail::kElements<Pixel>)
+    return Errc::ShortDestination;
   detail::Layout layout;
-  Frame storage;
-  FrameView plain = view;
-  error = detail::plainView(plain, layout, storage);
-  if (error != Errc::Ok) return error;
-  const detail::Conversion conversion(*layout.format, options);
-  if (!conversion.found()) return Errc::UnknownFormat;
-  if (detail::prepareTables() != CAMUTL_STS_SUCCESS) return Errc::Library;
-  if (layout.format->isBayer() && options.bayer != Bayer::Off)
-    return detail::convertMosaic(conversion, dst, plain, layout, options.bayer);
-  return detail::convertRows(conversion, dst, dstRow, plain, layout);
+  if (detail::checkView(view, layout) != Errc::Ok) return Errc::Library;
+  const Format &plain = *findFormat(layout.format->unpacked);
+  const bool mosaic = plain.isBayer() && options.bayer != Bayer::Off;
+  const bool adaptive = mosaic && options.bayer == Bayer::Acpi && detail::fitsAcpi(view);
+  const Format *shown = plain.isBayer() && !mosaic ? detail::greyOf(plain) : &plain;
+  const detail::Conversion conversion(*shown, adaptive, options.shift);
+  if (!conversion.found() || detail::prepareTables() != CAMUTL_STS_SUCCESS) return Errc::Library;
+  if (!mosaic) return detail::convertRuns(conversion, dst, view, layout);
+  const Errc result = detail::convertMosaic(conversion, dst, view, layout);
+  if constexpr (sizeof(Pixel) == 4)
+    if (adaptive && result == Errc::Ok && view.format == CAMUTL_PFNC_BAYER_BG8)
+      detail::completeAcpi(dst, view, layout);
+  return result;
 }
 
 /** Converts a raw frame to a picture of its own. Errors: those of check(), and Errc::OutOfMemory. */

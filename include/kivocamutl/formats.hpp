@@ -51,19 +51,19 @@ struct Format {
   std::uint8_t depth;        ///< Significant bits of a sample.
   std::uint8_t groupPixels;  ///< Pixels that share a group of bytes, as a camera delivers it.
   std::uint8_t groupBytes;   ///< Bytes of such a group.
-  std::uint8_t
-      wordBytes;    ///< Bytes of a sample: 1, or 2 (little-endian); once unpacked, where samples share bytes.
-  Packing packing;  ///< How samples share bytes.
-  std::uint32_t
-      unpacked;        ///< Code of the format that unpack() gives; the own code unless samples share bytes.
-  const char *opencv;  ///< Mat type, or the cvtColor code that gives BGR.
-  const char *v4l2;    ///< V4L2_PIX_FMT_ name.
-  const char *gstreamer;  ///< Format of video/x-raw, or of video/x-bayer.
+  std::uint8_t wordBytes;    ///< Bytes of a plain sample: 1, or 2, little-endian.
+  Packing packing;           ///< How samples share bytes.
+  std::uint32_t unpacked;    ///< Code of the format of the same samples, plain: what unpack() gives.
+  const char *opencv;        ///< Mat type, or the cvtColor code that gives BGR.
+  const char *v4l2;          ///< V4L2_PIX_FMT_ name.
+  const char *gstreamer;     ///< Format of video/x-raw, or of video/x-bayer.
 
   /** Bits that a pixel takes in a frame. */
   constexpr std::uint32_t bitsPerPixel() const noexcept { return groupBytes * 8U / groupPixels; }
   /** Whether each pixel has one colour of a mosaic. */
   constexpr bool isBayer() const noexcept { return family == Family::Bayer; }
+  /** Whether a pixel has its blue sample first: BGR formats. */
+  constexpr bool blueFirst() const noexcept { return family == Family::Rgb && name[0] == 'B'; }
 };
 
 namespace detail {
@@ -101,8 +101,7 @@ constexpr Format yuv(const char *name, std::uint32_t code, std::uint8_t groupPix
           1,    Packing::None, code,        opencv,           v4l2, gstreamer};
 }
 
-/** Samples that share bytes exist nowhere else with these bytes: the other systems' packings are different
- * ones. */
+/** Samples that share bytes: the other systems have such formats too, but none with the same bytes. */
 constexpr Format shared(const char *name, std::uint32_t code, Packing packing,
                         const Format &unpacked) noexcept {
   const bool fourInFive = packing == Packing::P && unpacked.depth == 10;

@@ -21,8 +21,8 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
               "samples are moved as words of a little-endian machine");
 #endif
 
-/** Samples that are unpacked in one step: the least that begins and ends on a byte for every packing, and
- * fills 64 bits. */
+/** Samples of one step: the least that begin and end on a byte in every packing, and 64 bits once unpacked.
+ */
 inline constexpr std::size_t kStep = 4;
 
 /** Bytes of such a step. */
@@ -53,35 +53,54 @@ constexpr std::uint64_t spread(std::uint64_t bytes) noexcept {
   }
 }
 
+/** Bytes ahead of what is being unpacked that are asked for, where the compiler has a way to say so. */
+inline constexpr std::size_t kAhead = 2048;
+
+inline void prefetch([[maybe_unused]] const std::uint8_t *bytes) noexcept {
+#if defined(__GNUC__)
+  __builtin_prefetch(bytes);
+#endif
+}
+
 /** `count` samples from the start of `src`. Reads exactly the bytes that hold them. */
 template <Packing packing, unsigned depth>
-void unpackRun(std::uint8_t *dst, const std::uint8_t *src, std::size_t count, std::size_t bytes) noexcept {
+void unpackSamples(std::uint8_t *dst, const std::uint8_t *src, std::size_t count,
+                   std::size_t bytes) noexcept {
   constexpr std::size_t step = kStepBytes<packing, depth>;
-  std::uint64_t from = 0, to = 0;
   // A step loads 8 bytes, 2 or 3 more than it uses.
-  while (count >= kStep && bytes >= sizeof from) {
-    std::memcpy(&from, src, sizeof from);
-    to = spread<packing, depth>(from);
-    std::memcpy(dst, &to, sizeof to);
-    dst += sizeof to, src += step, count -= kStep, bytes -= step;
+  const auto unpackSteps = [&](std::size_t steps) noexcept {
+    for (std::size_t i = 0; i < steps; ++i) {
+      std::uint64_t word = 0;
+      std::memcpy(&word, src + i * step, sizeof word);
+      word = spread<packing, depth>(word);
+      std::memcpy(dst + i * sizeof word, &word, sizeof word);
+    }
+    dst += steps * sizeof(std::uint64_t), src += steps * step, count -= steps * kStep, bytes -= steps * step;
+  };
+  // Where frames come from memory and pictures go there, the processor does not look ahead far enough.
+  constexpr std::size_t many = 8;
+  while (count >= many * kStep && bytes >= kAhead) {
+    prefetch(src + kAhead - 1);
+    unpackSteps(many);
   }
+  while (count >= kStep && bytes >= sizeof(std::uint64_t)) unpackSteps(1);
   while (count != 0) {
     const std::size_t samples = count < kStep ? count : kStep;
     const std::size_t left = bytes < step ? bytes : step;
-    from = 0;
-    std::memcpy(&from, src, left);
-    to = spread<packing, depth>(from);
-    std::memcpy(dst, &to, 2 * samples);
+    std::uint64_t word = 0;
+    std::memcpy(&word, src, left);
+    word = spread<packing, depth>(word);
+    std::memcpy(dst, &word, 2 * samples);
     dst += 2 * samples, src += left, count -= samples, bytes -= left;
   }
 }
 
-using RunUnpacker = void (*)(std::uint8_t *, const std::uint8_t *, std::size_t, std::size_t) noexcept;
+using SampleUnpacker = void (*)(std::uint8_t *, const std::uint8_t *, std::size_t, std::size_t) noexcept;
 
-constexpr RunUnpacker runUnpacker(const Format &format) noexcept {
+constexpr SampleUnpacker sampleUnpacker(const Format &format) noexcept {
   if (format.packing == Packing::P)
-    return format.depth == 10 ? unpackRun<Packing::P, 10> : unpackRun<Packing::P, 12>;
-  return format.depth == 10 ? unpackRun<Packing::Packed, 10> : unpackRun<Packing::Packed, 12>;
+    return format.depth == 10 ? unpackSamples<Packing::P, 10> : unpackSamples<Packing::P, 12>;
+  return format.depth == 10 ? unpackSamples<Packing::Packed, 10> : unpackSamples<Packing::Packed, 12>;
 }
 
 /** Exchanges the bytes of `count` words. */
@@ -94,30 +113,32 @@ inline void swapBytes(std::uint8_t *dst, const std::uint8_t *src, std::size_t co
   }
 }
 
-/** Samples of a row, of any format once it is unpacked. */
-inline std::size_t rowSamples(const Format &plain, std::uint32_t width) noexcept {
-  return static_cast<std::size_t>(rowBytes(plain, width)) / plain.wordBytes;
+/** The plain samples of pixels that follow each other; `bytes` may be read, which hold at least them. */
+inline void unpackPixels(std::uint8_t *dst, const std::uint8_t *src, const Format &format, ByteOrder order,
+                         std::size_t pixels, std::size_t bytes) noexcept {
+  if (format.packing != Packing::None)
+    sampleUnpacker(format)(dst, src, pixels, bytes);
+  else if (order == ByteOrder::Big)
+    swapBytes(dst, src, static_cast<std::size_t>(runBytes(format, pixels)) / 2);
+  else
+    std::memcpy(dst, src, static_cast<std::size_t>(runBytes(format, pixels)));
 }
 
-/** The plain samples of a checked view. */
-inline void unpackRows(std::uint8_t *dst, const FrameView &view, const Layout &layout) noexcept {
+/** The plain samples of rows of a checked view. The first of them begins on a byte. */
+inline void unpackRows(std::uint8_t *dst, const FrameView &view, const Layout &layout, std::uint32_t first,
+                       std::uint32_t rows) noexcept {
   const Format &format = *layout.format;
-  const std::size_t samples = rowSamples(*findFormat(format.unpacked), view.width);
   if (layout.rowsShare) {
-    const std::uint64_t bytes = frameBytes(format, view.width, view.height);
-    runUnpacker(format)(dst, view.data, samples * view.height, static_cast<std::size_t>(bytes));
+    const std::uint64_t skipped = runBytes(format, std::uint64_t{first} * view.width);
+    const std::uint64_t bytes = frameBytes(format, view.width, view.height) - skipped;
+    unpackPixels(dst, view.data + skipped, format, view.byteOrder, std::size_t{rows} * view.width,
+                 static_cast<std::size_t>(bytes));
     return;
   }
-  const std::uint8_t *src = view.data;
-  for (std::uint32_t y = 0; y < view.height; ++y, dst += samples * format.wordBytes) {
-    if (y != 0) src += layout.stride;
-    if (format.packing != Packing::None)
-      runUnpacker(format)(dst, src, samples, layout.row);
-    else if (view.byteOrder == ByteOrder::Big)
-      swapBytes(dst, src, samples);
-    else
-      std::memcpy(dst, src, layout.row);
-  }
+  const std::size_t dstRow = static_cast<std::size_t>(rowBytes(*findFormat(format.unpacked), view.width));
+  for (std::size_t y = 0; y < rows; ++y)
+    unpackPixels(dst + y * dstRow, view.data + (first + y) * layout.stride, format, view.byteOrder,
+                 view.width, layout.row);
 }
 
 /** Whether every sample of a view already has a byte or a little-endian word to itself. */
@@ -143,7 +164,7 @@ inline Errc unpackTo(void *dst, std::size_t bytes, const FrameView &view) noexce
   if (dst == nullptr) return Errc::NullData;
   if (bytes < frameBytes(*findFormat(layout.format->unpacked), view.width, view.height))
     return Errc::ShortDestination;
-  detail::unpackRows(static_cast<std::uint8_t *>(dst), view, layout);
+  detail::unpackRows(static_cast<std::uint8_t *>(dst), view, layout, 0, view.height);
   return Errc::Ok;
 }
 
@@ -158,7 +179,7 @@ inline Result<Frame> unpack(const FrameView &view) noexcept {
   Frame frame{{}, layout.format->unpacked, view.width, view.height, 0};
   const std::uint64_t bytes = frameBytes(*findFormat(frame.format), view.width, view.height);
   if (!frame.data.allocate(static_cast<std::size_t>(bytes))) return Errc::OutOfMemory;
-  detail::unpackRows(frame.data.data(), view, layout);
+  detail::unpackRows(frame.data.data(), view, layout, 0, view.height);
   return frame;
 }
 
@@ -170,8 +191,12 @@ struct SampleRange {
 
 namespace detail {
 
-/** `view` if its samples are plain, else a view of an unpacked copy in `storage`; `layout` then describes
- * that. */
+/** Samples of a row, of a format of plain samples. */
+inline std::size_t rowSamples(const Format &plain, std::uint32_t width) noexcept {
+  return static_cast<std::size_t>(rowBytes(plain, width)) / plain.wordBytes;
+}
+
+/** `view` if its samples are plain, else a view of an unpacked copy in `storage`, and the layout of that. */
 inline Errc plainView(FrameView &view, Layout &layout, Frame &storage) noexcept {
   const Errc error = checkView(view, layout);
   if (error != Errc::Ok || hasPlainSamples(view, layout)) return error;
@@ -199,7 +224,7 @@ constexpr std::uint32_t narrowed(const Format &format) noexcept {
   if (format.family == Family::Yuv) return 0;
   for (const Format &narrow : kFormats)
     if (narrow.depth == 8 && narrow.family == format.family && narrow.order == format.order &&
-        narrow.name[0] == format.name[0])
+        narrow.blueFirst() == format.blueFirst())
       return narrow.code;
   return 0;
 }

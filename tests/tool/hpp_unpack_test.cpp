@@ -91,6 +91,17 @@ TEST(HppUnpack, KnowsTheThreeBytes) {
             (Samples{0xABC, 0x123, 0x456}));
 }
 
+// Long enough for the loop that asks for bytes ahead, and for all of the others behind it.
+TEST(HppUnpack, GivesBackLongRuns) {
+  for (const char *name : {"Mono10p", "Mono12p", "Mono10Packed", "Mono12Packed"}) {
+    const kivo::Format &format = *kivo::findFormat(name);
+    for (std::uint32_t width = 1300; width < 1700; width += width < 1400 ? 7 : 1) {
+      const Samples samples = randomSamples(3 * width, format.depth, width);
+      ASSERT_EQ(unpacked(name, packed(format, samples), width, 3), samples) << name << ' ' << width;
+    }
+  }
+}
+
 TEST(HppUnpack, GivesBackWhatWasPacked) {
   std::size_t formats = 0;
   for (const kivo::Format &format : kivo::kFormats) {

@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <KivoCamUtl.hpp>
 #include <cstring>
 
 #include "support/unit.h"
@@ -80,6 +81,21 @@ TEST(LargeFrames, Acpi8) {
 }
 TEST(LargeFrames, Bayer16) {
   ExpectLastRows(Find("ConvByrRGNToBGRA"), 2);
+}
+
+// Colours are counted in 32 bits, which a row of this width exceeds: the C++ layer hands it over in parts.
+TEST(LargeFrames, ARowOfTheCppLayer) {
+  constexpr std::uint32_t width = 0xFFFFFFFFU / 3 + 1000;
+  Repeated src(std::size_t{width} * 3), dst(std::size_t{width} * 4);
+  if (!src.ok() || !dst.ok()) GTEST_SKIP() << "not enough address space";
+  std::memset(src.data(), 0x33, kBlock);
+  const std::uint8_t last[] = {4, 5, 6, 1, 2, 3};
+  std::memcpy(src.data() + 3 * (std::size_t{width} - 2), last, sizeof last);
+  const kivo::FrameView view = {src.data(), std::size_t{width} * 3, CAMUTL_PFNC_RGB8, width, 1};
+  std::uint32_t *const pixels = static_cast<std::uint32_t *>(static_cast<void *>(dst.data()));
+  ASSERT_EQ(kivo::convertTo(pixels, width, view), kivo::Errc::Ok);
+  EXPECT_EQ(pixels[width - 1], 0xFF010203U);
+  EXPECT_EQ(pixels[width - 2], 0xFF040506U);
 }
 
 }  // namespace
