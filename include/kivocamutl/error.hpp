@@ -17,7 +17,7 @@
 namespace kivo {
 
 /** What went wrong; one value and one message() per cause. */
-enum class Errc {
+enum class [[nodiscard]] Errc {
   Ok,                ///< Success.
   UnknownFormat,     ///< The pixel format code is not one of kFormats.
   NullData,          ///< A pointer to samples or pixels is null.
