@@ -264,7 +264,8 @@ void addCompare(CLI::App &app, Options &all) {
       addCommand(app, "compare", "Tell how far two pictures are apart: largest difference, PSNR, CPSNR",
                  "  kivocam compare photo.png converted.bmp\n  kivocam compare --json a.png b.png\n");
   command->add_option("A", all.compare.first, "PNG, PPM, PGM or BMP picture")->required();
-  command->add_option("B", all.compare.second, "Picture of the same size")->required();
+  command->add_option("B", all.compare.second, "Picture of the same size and depth, 8 or 16 bits a sample")
+      ->required();
   command->add_flag("--json", all.compare.json,
                     "As a JSON object; null stands for the PSNR of equal pictures");
   command->callback([&all] { tool::runCompare(all.compare); });

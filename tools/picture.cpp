@@ -70,10 +70,10 @@ PictureType pictureType(const std::string &path, const std::string &to, bool can
                 "name it .png, .ppm" + std::string(canBeGrey ? ", .pgm" : "") + " or .bmp, or say --to");
 }
 
-Picture loadPicture(const std::string &path) {
+Picture loadPicture(const std::string &path, Depth depth) {
   const std::vector<std::uint8_t> file = readFile(path);
-  if (startsWith(file, "\x89PNG", 4)) return decodePng(path, file);
-  if (startsWith(file, "P5", 2) || startsWith(file, "P6", 2)) return decodePnm(path, file);
+  if (startsWith(file, "\x89PNG", 4)) return decodePng(path, file, depth);
+  if (startsWith(file, "P5", 2) || startsWith(file, "P6", 2)) return decodePnm(path, file, depth);
   if (startsWith(file, "BM", 2)) return decodeBmp(path, file);
   throw Failure(Exit::Input, path, "is not a PNG, binary PPM or PGM, or BMP picture");
 }

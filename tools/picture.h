@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pictures in display form: 8-bit RGB, and the file formats that the tool reads and writes.
+// Pictures in display form, RGB, and the file formats that the tool reads and writes.
 #pragma once
 
 #include <KivoCamUtl.hpp>
@@ -15,18 +15,38 @@ class ByteSink;
 struct Picture {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
-  std::vector<std::uint8_t> rgb;  // width * height * 3 bytes R, G, B, top row first
+  unsigned bits = 8;              // 8, or 16 with the high byte first where loadPicture() may give that
+  std::vector<std::uint8_t> rgb;  // width * height * 3 samples R, G, B, top row first
 
   Picture() = default;
-  Picture(std::uint32_t w, std::uint32_t h) : width(w), height(h), rgb(std::size_t{3} * w * h) {}
+  Picture(std::uint32_t w, std::uint32_t h, unsigned sampleBits = 8)
+      : width(w), height(h), bits(sampleBits), rgb(std::size_t{3} * w * h * (sampleBits / 8)) {}
 
-  std::uint8_t *pixel(std::uint32_t x, std::uint32_t y) noexcept {
-    return rgb.data() + 3 * (std::size_t{y} * width + x);
-  }
+  std::uint8_t *pixel(std::uint32_t x, std::uint32_t y) noexcept { return rgb.data() + offset(x, y); }
   const std::uint8_t *pixel(std::uint32_t x, std::uint32_t y) const noexcept {
-    return rgb.data() + 3 * (std::size_t{y} * width + x);
+    return rgb.data() + offset(x, y);
+  }
+
+  // R, G, B, R, ... whatever the depth.
+  std::size_t samples() const noexcept { return std::size_t{3} * width * height; }
+  int sample(std::size_t i) const noexcept { return bits == 8 ? rgb[i] : rgb[2 * i] << 8 | rgb[2 * i + 1]; }
+  void setSample(std::size_t i, std::uint64_t value) noexcept {
+    if (bits == 16) {
+      rgb[2 * i] = static_cast<std::uint8_t>(value >> 8);
+      rgb[2 * i + 1] = static_cast<std::uint8_t>(value);
+    } else {
+      rgb[i] = static_cast<std::uint8_t>(value);
+    }
+  }
+
+ private:
+  std::size_t offset(std::uint32_t x, std::uint32_t y) const noexcept {
+    return 3 * (std::size_t{y} * width + x) * (bits / 8);
   }
 };
+
+// What becomes of more than 8 bits a sample: reduced to 8, or 16 as they are.
+enum class Depth { Reduced, Kept };
 
 enum class PictureType { Png, Ppm, Pgm, Bmp };
 
@@ -51,14 +71,14 @@ inline constexpr int kPngLevel = 1;
 PictureType pictureType(const std::string &path, const std::string &to, bool canBeGrey = false);
 
 // Reads a PNG, binary PPM or PGM, or uncompressed BMP file, whatever it is called. Throws Failure.
-Picture loadPicture(const std::string &path);
+Picture loadPicture(const std::string &path, Depth depth = Depth::Reduced);
 
 // Writes `path`, whole or not at all. Throws Failure.
 void savePicture(const Picture &picture, const std::string &path, PictureType type);
 
 // The readers get the whole file. The picture's size has been found sane by checkPictureSize().
-Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file);
-Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file);
+Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file, Depth depth);
+Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file, Depth depth);
 Picture decodeBmp(const std::string &path, const std::vector<std::uint8_t> &file);
 
 // The writers leave finish() to their caller. Throw Failure.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// PNG through libpng. Sixteen bits a channel are reduced to eight; transparency is dropped.
+// PNG through libpng. Transparency is dropped.
 #include <png.h>
 
 #include <csetjmp>
@@ -37,7 +37,7 @@ void readBytes(png_structp png, png_bytep to, std::size_t size) {
 
 // Between setjmp and longjmp nothing may live that has a destructor: the two steps below hold only plain
 // values.
-bool readHeader(png_structp png, png_infop info, png_uint_32 &width, png_uint_32 &height,
+bool readHeader(png_structp png, png_infop info, Depth depth, png_uint_32 &width, png_uint_32 &height,
                 std::size_t &fileRow) {
   if (setjmp(png_jmpbuf(png)) != 0) return false;
   png_read_info(png, info);
@@ -45,7 +45,7 @@ bool readHeader(png_structp png, png_infop info, png_uint_32 &width, png_uint_32
   height = png_get_image_height(png, info);
   fileRow = png_get_rowbytes(png, info);
   png_set_expand(png);
-  png_set_scale_16(png);
+  if (depth == Depth::Reduced) png_set_scale_16(png);
   png_set_strip_alpha(png);
   png_set_gray_to_rgb(png);
   png_set_interlace_handling(png);
@@ -76,7 +76,7 @@ struct Decoder {
 
 }  // namespace
 
-Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file) {
+Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file, Depth depth) {
   Reader reader = {file.data(), file.size(), {}};
   Decoder decoder(reader);
   if (decoder.info == nullptr) throw std::bad_alloc();
@@ -86,16 +86,17 @@ Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file
   };
   png_uint_32 width = 0, height = 0;
   std::size_t fileRow = 0;
-  if (!readHeader(decoder.png, decoder.info, width, height, fileRow)) throw damaged();
+  if (!readHeader(decoder.png, decoder.info, depth, width, height, fileRow)) throw damaged();
   checkPictureSize(path, width, height);
   // PNG's compression cannot do better than this: no memory is spent on a picture that is not there.
   if (fileRow * height / 1032 > file.size())
     throw Failure(Exit::Input, path,
                   format("is a damaged PNG picture: %zu bytes cannot hold %u x %u pixels", file.size(),
                          static_cast<unsigned>(width), static_cast<unsigned>(height)));
-  if (png_get_rowbytes(decoder.png, decoder.info) != std::size_t{3} * width)
+  const unsigned bits = png_get_bit_depth(decoder.png, decoder.info);
+  if (png_get_rowbytes(decoder.png, decoder.info) != std::size_t{3} * width * (bits / 8))
     throw Failure(Exit::Input, path, "is a PNG picture of an unknown kind");
-  Picture picture(width, height);
+  Picture picture(width, height, bits);
   std::vector<png_bytep> rows(height);
   for (std::uint32_t y = 0; y < height; ++y) rows[y] = picture.pixel(0, y);
   if (!readRows(decoder.png, decoder.info, rows.data())) throw damaged();

@@ -46,7 +46,7 @@ class HeaderReader {
 
 }  // namespace
 
-Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file) {
+Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file, Depth depth) {
   HeaderReader header(path, file);
   const std::uint64_t width = header.number();
   const std::uint64_t height = header.number();
@@ -62,12 +62,14 @@ Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file
     throw Failure(Exit::Input, path,
                   format("ends too early: %zu bytes of pixels, %zu needed", file.size() - offset, needed));
 
-  Picture picture(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height));
+  const unsigned bits = sampleBytes == 2 && depth == Depth::Kept ? 16 : 8;
+  const std::uint64_t white = (1U << bits) - 1;
+  Picture picture(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), bits);
   for (std::size_t i = 0; i < pixels; ++i) {
     for (std::size_t c = 0; c < 3; ++c) {
       const std::uint8_t *sample = file.data() + offset + (i * channels + c % channels) * sampleBytes;
       const std::uint64_t value = sampleBytes == 2 ? sample[0] * 256U + sample[1] : sample[0];
-      picture.rgb[3 * i + c] = static_cast<std::uint8_t>((value > most ? most : value) * 255 / most);
+      picture.setSample(3 * i + c, (value > most ? most : value) * white / most);
     }
   }
   return picture;

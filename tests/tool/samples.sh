@@ -146,6 +146,29 @@ fails 4 'p.raw: its raw samples are grey: make it a PGM' convert p.raw out.ppm -
 fails 4 'twelve.rwh: a PGM is grey and BayerGB12 becomes a picture in colour: make it a PPM, or say --bayer off or --raw' \
   convert twelve.rwh out.pgm
 
+# Pictures are compared at the depth that they have: all four samples are 5 apart.
+for low in 350 355; do
+  bytes $low 003 $low 003 $low 003 $low 003 >flat.raw
+  for type in png pgm; do ok convert flat.raw flat$low.$type --format Mono12 --size 2x2 --raw; done
+done
+for type in png pgm; do
+  ok compare flat350.$type flat355.png
+  says '^depth +16 bits$' && says '^differing pixels +4 of 4$' && says '^max difference +5 \(R 5, G 5, B 5\)$'
+  # 20 log10(65535 / 5)
+  says '^CPSNR +82\.35 dB$'
+done
+ok compare flat350.png flat350.pgm --json
+says '"bits": 16, "differing_pixels": 0, "max_difference": 0, .*"cpsnr": null\}$'
+printf 'P6 1 1 4095\n\017\377\000\000\000\000' >white.ppm
+printf 'P6 1 1 65535\n\377\377\000\001\000\000' >almost.ppm
+ok compare white.ppm almost.ppm && says '^max difference +1 \(R 0, G 1, B 0\)$'
+ok convert flat.raw flat8.png --format Mono12 --size 2x2
+ok compare flat8.png flat8.png && says '^depth +8 bits$'
+fails 2 'flat8.png: has 8 bits a sample, flat350.png has 16: only pictures of one depth can be compared' \
+  compare flat350.png flat8.png
+# Everybody else sees the upper bits.
+ok mosaic flat350.png eight.raw --format Mono8 && bytes 004 004 004 004 >a && same eight.raw a
+
 # Options that contradict each other, before any file is looked at.
 fails 1 '--shift: does not go with --auto-range' convert no out.png --shift 2 --auto-range
 fails 1 '--shift: does not go with --bayer acpi, which is for 8-bit samples (--auto-range makes such)' \
