@@ -47,6 +47,11 @@ void ByteSink::finish() {
   if (!flush()) fail(error_);
 }
 
+void ByteSink::fail(int error) const {
+  if (error == ENOMEM) throw std::bad_alloc();
+  throw Failure(Exit::Output, name(), withErrno("cannot be written", error));
+}
+
 int writeAll(int file, const std::uint8_t *data, std::size_t size) noexcept {
   while (size != 0) {
     const ssize_t done = ::write(file, data, std::min(size, std::size_t{1} << 30));
@@ -67,8 +72,8 @@ int StandardOutput::drain(const std::uint8_t *data, std::size_t size) noexcept {
   return writeAll(STDOUT_FILENO, data, size);
 }
 
-void StandardOutput::fail(int error) const {
-  throw Failure(Exit::Output, "standard output", withErrno("cannot be written", error));
+std::string StandardOutput::name() const {
+  return "standard output";
 }
 
 }  // namespace tool

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace tool {
@@ -26,8 +27,13 @@ class ByteSink {
   // Hands on what was gathered. Throws Failure.
   void finish();
 
+  // Everything was written: what there is to do at the end. Throws Failure.
+  virtual void commit() { finish(); }
+
+  // What messages call this destination.
+  virtual std::string name() const = 0;
   // Throws the Failure of this destination.
-  [[noreturn]] virtual void fail(int error) const = 0;
+  [[noreturn]] void fail(int error) const;
 
  protected:
   // 0, or why not every byte has arrived.
@@ -43,12 +49,12 @@ class ByteSink {
 // Bytes to a file descriptor: 0, or the errno of the first failure.
 int writeAll(int file, const std::uint8_t *data, std::size_t size) noexcept;
 
-// Standard output, for one picture.
+// Standard output, for one picture or frame.
 class StandardOutput : public ByteSink {
  public:
   // Throws Failure when somebody would have to look at the bytes.
   StandardOutput();
-  [[noreturn]] void fail(int error) const override;
+  std::string name() const override;
 
  protected:
   int drain(const std::uint8_t *data, std::size_t size) noexcept override;

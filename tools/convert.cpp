@@ -9,6 +9,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -144,16 +145,10 @@ class Converter {
       outcome.milliseconds = timeOf(developed);
       outcome.converter = developed.converterName();
     }
-    if (job.output == "-") {
-      StandardOutput output;
-      developed.write(type_, options_.pngLevel, output);
-      output.finish();
-    } else {
-      folders_.make(job);
-      OutputFile output(job.output);
-      developed.write(type_, options_.pngLevel, output);
-      output.commit();
-    }
+    folders_.make(job);
+    const std::unique_ptr<ByteSink> output = openOutput(job.output);
+    developed.write(type_, options_.pngLevel, *output);
+    output->commit();
     outcome.status = Outcome::Status::Converted;
     noteOnce(from, outcome.ignoredBytes);
     return outcome;
@@ -272,10 +267,9 @@ void nameAll(FileList &list, const ConvertOptions &options, Converter &converter
       throw Failure(Exit::Usage, "standard output", "takes the picture of one file");
     if (options.json || options.time)
       throw contradiction(options.json ? "--json" : "--time", "a picture on standard output");
-    if (options.to.empty()) throw Failure(Exit::Usage, "standard output", "has no extension: say --to");
   }
   if (!toFolder) {
-    if (output != "-" && list.jobs[0].input != "-") refuseSameFile(list.jobs[0].input, output);
+    refuseSameFile(list.jobs[0].input, output);
     if (kivo::detail::sameName(fs::path(output).extension().string(), ".rwh"))
       throw Failure(Exit::Usage, output, "is called like a raw frame, not like a picture");
     const PictureType type = pictureType(output, options.to, true);

@@ -173,6 +173,7 @@ void nameOutputs(FileList &list, const std::string &folder, const std::string &e
 }
 
 void refuseSameFile(const std::string &input, const std::string &output) {
+  if (input == "-" || output == "-") return;
   std::error_code ignored;
   if (fs::equivalent(input, output, ignored))
     throw Failure(Exit::Usage, output, "the output is the input itself");

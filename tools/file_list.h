@@ -34,7 +34,7 @@ FileList findInputs(const std::vector<std::string> &arguments, bool headerless, 
 // output, or an output is one of the inputs.
 void nameOutputs(FileList &list, const std::string &folder, const std::string &extension);
 
-// Throws Failure when `output` exists and is `input`.
+// Throws Failure when `output` exists and is `input`; standard input and output ("-") are never the same.
 void refuseSameFile(const std::string &input, const std::string &output);
 
 }  // namespace tool

@@ -235,9 +235,11 @@ void addImport(CLI::App &app, Options &all) {
   CLI::App *command =
       addCommand(app, "import", "Put the header of an RWH file before a headerless frame",
                  "  kivocam import frame.raw frame.rwh --format BayerRG8 --size 640x480\n"
-                 "  kivocam import big.raw little.rwh --format Mono16 --size 640x480 --swap-bytes\n");
+                 "  kivocam import big.raw little.rwh --format Mono16 --size 640x480 --swap-bytes\n"
+                 "  zcat frame.raw.gz | kivocam import - - --format Mono8 --size 640x480 >frame.rwh\n");
   command->add_option("RAW", all.import.input.file, "Headerless frame, or - (standard input)")->required();
-  command->add_option("OUT", all.import.output, "RWH file to write, with packed rows")->required();
+  command->add_option("OUT", all.import.output, "RWH file to write, with packed rows, or - (standard output)")
+      ->required();
   addHeaderlessOptions(*command, all.import.input);
   addSwapBytes(*command, all.import.input);
   command->callback([&all] { tool::runImport(all.import); });
@@ -249,7 +251,9 @@ void addMosaic(CLI::App &app, Options &all) {
                  "  kivocam mosaic photo.png photo.rwh --format BayerGB10\n"
                  "  kivocam mosaic photo.ppm photo.raw --format YUV422_8_UYVY\n");
   command->add_option("PICTURE", all.mosaic.picture, "PNG, PPM, PGM or BMP picture")->required();
-  command->add_option("OUT", all.mosaic.output, "RWH file, or headerless where the name does not end in .rwh")
+  command
+      ->add_option("OUT", all.mosaic.output,
+                   "RWH file, or headerless where the name does not end in .rwh, or - (standard output)")
       ->required();
   command->add_option("-f,--format", all.mosaic.format, "Pixel format, a name or 0xCODE of 'kivocam formats'")
       ->type_name("NAME")
@@ -275,7 +279,7 @@ void addScene(CLI::App &app, Options &all) {
   CLI::App *command =
       addCommand(app, "scene", "Draw the test scene: zone plate, colours, edges, fine text and ramps",
                  "  kivocam scene scene.png\n  kivocam scene scene.ppm --size 1920x1080\n");
-  command->add_option("OUT", all.scene.output, "Picture to write")->required();
+  command->add_option("OUT", all.scene.output, "Picture to write, or - (standard output)")->required();
   command->add_option("-s,--size", all.scene.size, "Width and height in pixels")
       ->type_name("WxH")
       ->capture_default_str();
@@ -289,7 +293,7 @@ void addSheet(CLI::App &app, Options &all) {
                  "  kivocam sheet sheet.png a.png b.bmp\n"
                  "  kivocam sheet sheet.png a.png b.png --labels 'first' 'second\\n31.2 dB' --columns 2\n");
   tool::SheetOptions &options = all.sheet;
-  command->add_option("OUT", options.output, "Picture to write")->required();
+  command->add_option("OUT", options.output, "Picture to write, or - (standard output)")->required();
   command->add_option("PICTURES", options.pictures, "PNG, PPM, PGM or BMP pictures")->required();
   command
       ->add_option("--labels", options.labels,

@@ -123,10 +123,6 @@ OutputFile::~OutputFile() {
   if (file_ >= 0) ::close(file_);
 }
 
-void OutputFile::fail(int error) const {
-  throw Failure(Exit::Output, path_, withErrno("cannot be written", error));
-}
-
 int OutputFile::drain(const std::uint8_t *data, std::size_t size) noexcept {
   return writeAll(file_, data, size);
 }
@@ -167,6 +163,11 @@ void OutputFile::commit() {
   file_ = -1;
   // Network file systems may notice only now that a disk is full.
   if (closed != 0 && errno != EINTR) fail(errno);
+}
+
+std::unique_ptr<ByteSink> openOutput(const std::string &path) {
+  if (path == "-") return std::make_unique<StandardOutput>();
+  return std::make_unique<OutputFile>(path);
 }
 
 }  // namespace tool

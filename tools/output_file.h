@@ -2,6 +2,7 @@
 // Output that is either whole or absent.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "byte_sink.h"
@@ -19,17 +20,13 @@ class OutputFile : public ByteSink {
   explicit OutputFile(const std::string &path);
   ~OutputFile() override;
 
-  // For writers that open a file by name: it exists and is empty.
-  const char *temporaryName() const noexcept { return openName_.c_str(); }
-  const std::string &path() const noexcept { return path_; }
+  std::string name() const override { return path_; }
 
   // Without it a power cut may leave a file of this name that is not whole. On by default.
   static void setDurable(bool durable) noexcept;
 
   // Gives the file its final name. Throws Failure.
-  void commit();
-
-  [[noreturn]] void fail(int error) const override;
+  void commit() override;
 
  protected:
   int drain(const std::uint8_t *data, std::size_t size) noexcept override;
@@ -42,10 +39,13 @@ class OutputFile : public ByteSink {
   std::string path_;
   std::string target_;    // path_ with symbolic links resolved
   std::string hidden_;    // the temporary name, empty where there is none
-  std::string openName_;  // under which the file can be opened
+  std::string openName_;  // under which the file can be linked
   Removal removal_;       // of hidden_
   int file_ = -1;
 };
+
+// The file of this name, or standard output for "-". Throws Failure.
+std::unique_ptr<ByteSink> openOutput(const std::string &path);
 
 // Whether a file is called as OutputFile calls temporary ones.
 bool isTemporaryName(const std::string &fileName);

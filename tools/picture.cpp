@@ -63,6 +63,7 @@ PictureType pictureType(const std::string &path, const std::string &to, bool can
   if (canBeGrey && kivo::detail::sameName(name, "pgm")) return PictureType::Pgm;
   if (kivo::detail::sameName(name, "bmp")) return PictureType::Bmp;
   const std::string pgm = canBeGrey ? ", pgm" : "";
+  if (to.empty() && path == "-") throw Failure(Exit::Usage, "standard output", "has no extension: say --to");
   if (!to.empty()) throw Failure(Exit::Usage, "--to", "'" + to + "' is not png, ppm" + pgm + " or bmp");
   std::error_code failed;
   if (std::filesystem::is_directory(path, failed)) throw Failure(Exit::Output, path, "is a directory");
@@ -103,7 +104,8 @@ Rows rowsOf(const Picture &picture) {
 }
 
 void savePicture(const Picture &picture, const std::string &path, PictureType type) {
-  OutputFile file(path);
+  const std::unique_ptr<ByteSink> output = openOutput(path);
+  ByteSink &file = *output;
   switch (type) {
     case PictureType::Png:
       encodePng(rowsOf(picture), file);

@@ -73,7 +73,7 @@ PictureType pictureType(const std::string &path, const std::string &to, bool can
 // Reads a PNG, binary PPM or PGM, or uncompressed BMP file, whatever it is called. Throws Failure.
 Picture loadPicture(const std::string &path, Depth depth = Depth::Reduced);
 
-// Writes `path`, whole or not at all. Throws Failure.
+// Writes `path`, whole or not at all, or standard output for "-". Throws Failure.
 void savePicture(const Picture &picture, const std::string &path, PictureType type);
 
 // The readers get the whole file. The picture's size has been found sane by checkPictureSize().

@@ -123,17 +123,8 @@ Exit runReport(const ReportOptions &options) {
   if (options.output == "-" && options.json)
     throw Failure(Exit::Usage, "--json", "does not go with a page on standard output");
   const FileList list = findInputs(options.files, options.input.headerless(), options.quiet);
-  std::unique_ptr<ByteSink> sink;
-  OutputFile *file = nullptr;
-  if (options.output == "-") {
-    sink = std::make_unique<StandardOutput>();
-  } else {
-    for (const Job &job : list.jobs)
-      if (job.input != "-") refuseSameFile(job.input, options.output);
-    auto page = std::make_unique<OutputFile>(options.output);
-    file = page.get();
-    sink = std::move(page);
-  }
+  for (const Job &job : list.jobs) refuseSameFile(job.input, options.output);
+  const std::unique_ptr<ByteSink> sink = openOutput(options.output);
 
   std::vector<ReportEntry> entries(list.jobs.size());
   Counts counts;
@@ -174,8 +165,7 @@ Exit runReport(const ReportOptions &options) {
   write(pageSummary(entries));
   for (std::size_t i = 0; i < entries.size(); ++i) write(pageCard(entries[i], i + 1));
   write(pageEnd());
-  sink->finish();
-  if (file != nullptr) file->commit();
+  sink->commit();
   if (options.json)
     for (const ReportEntry &entry : entries)
       std::printf("%s\n", (entry.error.empty() ? jsonFacts(entry.facts, *entry.format, entry.statistics)

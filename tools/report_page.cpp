@@ -19,7 +19,7 @@ namespace {
 class StringSink : public ByteSink {
  public:
   std::string text;
-  [[noreturn]] void fail(int) const override { throw std::bad_alloc(); }
+  std::string name() const override { return "the page"; }
 
  protected:
   int drain(const std::uint8_t *data, std::size_t size) noexcept override {

@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "file_list.h"
 #include "font.h"
 #include "picture.h"
 #include "thumbnail.h"
@@ -54,6 +55,8 @@ void runSheet(const SheetOptions &options) {
   if (!options.labels.empty() && options.labels.size() != options.pictures.size())
     throw Failure(Exit::Usage, "--labels",
                   format("%zu labels for %zu pictures", options.labels.size(), options.pictures.size()));
+
+  for (const std::string &picture : options.pictures) refuseSameFile(picture, options.output);
 
   std::vector<std::vector<std::string>> labels;
   std::size_t lines = 1;

@@ -17,9 +17,7 @@ class Memory : public tool::ByteSink {
  public:
   std::vector<std::uint8_t> bytes;
 
-  [[noreturn]] void fail(int error) const override {
-    throw tool::Failure(tool::Exit::Output, "memory", std::to_string(error));
-  }
+  std::string name() const override { return "memory"; }
 
  protected:
   int drain(const std::uint8_t *data, std::size_t size) noexcept override {
