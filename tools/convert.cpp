@@ -258,6 +258,13 @@ bool isFolder(const std::string &path) {
   return fs::is_directory(path, failed);
 }
 
+// Whether a name ends like that of a picture or of a raw frame.
+bool isFileName(const std::string &path) {
+  const std::string extension = fs::path(path).extension().string();
+  const auto is = [&extension](const char *wanted) { return kivo::detail::sameName(extension, wanted); };
+  return is(".png") || is(".ppm") || is(".pgm") || is(".bmp") || is(".rwh");
+}
+
 // Gives the one job its output, or every job its own below a folder.
 void nameAll(FileList &list, const ConvertOptions &options, Converter &converter) {
   const std::string &output = options.output;
@@ -283,6 +290,10 @@ void nameAll(FileList &list, const ConvertOptions &options, Converter &converter
   std::error_code failed;
   if (fs::exists(output, failed) && !isFolder(output))
     throw Failure(Exit::Usage, output, "is a file; several pictures need a folder");
+  // Rather the last of several inputs, misspelt, or a picture of the first than a folder.
+  if (!isFolder(output) && output.back() != '/' && isFileName(output))
+    throw Failure(Exit::Usage, output,
+                  "does not exist; several pictures need a folder: add a / if it is to be one");
   const std::string to = options.to.empty() ? "png" : options.to;
   const PictureType type = pictureType("", to, true);
   static const char *const kExtensions[] = {".png", ".ppm", ".pgm", ".bmp"};

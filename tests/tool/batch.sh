@@ -87,6 +87,14 @@ rm in/day1/b.rwh
 fails 1 'good.png: is a file; several pictures need a folder' convert in good.png
 fails 1 'good.rwh: is a file; several pictures need a folder' convert in/a.rwh in/day2/d.rwh good.rwh
 fails 1 'good.rwh: is called like a raw frame, not like a picture' convert in/a.rwh good.rwh --to png
+folder='does not exist; several pictures need a folder: add a / if it is to be one'
+for name in none.png none.PPM none.pgm none.bmp none.rwh ./none/none.rwh; do
+  fails 1 "$name: $folder" convert in/a.rwh in/day2/d.rwh "$name"
+done
+fails 1 "none.png: $folder" convert in none.png
+batch 0 in/a.rwh in/day2/d.rwh made.png/ && tree made.png "a.png d.png"
+batch 0 in/a.rwh in/day2/d.rwh made.png --to bmp && tree made.png "a.bmp a.png d.bmp d.png"
+batch 0 in/a.rwh in/day2/d.rwh made.2026 && tree made.2026 "a.png d.png"
 cp in/f.BIN raw.png
 fails 1 './raw.png: the output is one of the inputs' convert raw.png in/a.rwh -o . --format Mono8 --size 2x2
 fails 2 'no*such.rwh: no file has such a name' convert 'no*such.rwh' none
