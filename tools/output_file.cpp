@@ -26,11 +26,20 @@ std::string newHiddenName(const std::string &directory) {
   return directory + kPrefix + format("%ld-%u", static_cast<long>(::getpid()), s_count++);
 }
 
+// Where a symbolic link leads, whether or not there is something yet. Throws Failure for one that leads round
+// in a circle.
 std::string resolved(const std::string &path) {
+  namespace fs = std::filesystem;
+  constexpr int most = 40;  // as the system itself has it
+  fs::path target = path;
   std::error_code failed;
-  if (!std::filesystem::is_symlink(path, failed)) return path;
-  const std::filesystem::path target = std::filesystem::canonical(path, failed);
-  return failed ? path : target.string();
+  for (int i = 0; i <= most; ++i) {
+    if (!fs::is_symlink(target, failed)) return target.string();
+    const fs::path next = fs::read_symlink(target, failed);
+    if (failed) throw Failure(Exit::Output, path, withErrno("cannot be written", failed.value()));
+    target = target.parent_path() / next;
+  }
+  throw Failure(Exit::Output, path, withErrno("cannot be written", ELOOP));
 }
 
 std::string ownName(int file) {
