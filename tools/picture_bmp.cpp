@@ -64,9 +64,9 @@ void encodeBmp(const kivo::Image &image, ByteSink &sink) {
   const std::uint64_t pixels = std::uint64_t{image.width} * image.channels();
   const std::uint64_t row = (pixels + 3) / 4 * 4;
   if (image.height > INT32_MAX || image.width > INT32_MAX || row * image.height > UINT32_MAX - kHeaderBytes)
-    throw Failure(Exit::Unsupported, "BMP",
-                  format("%" PRIu32 " x %" PRIu32 " pixels are too many for this file format", image.width,
-                         image.height));
+    throw Failure(
+        Exit::Unsupported, sink.name(),
+        format("%" PRIu32 " x %" PRIu32 " pixels are too many for a BMP picture", image.width, image.height));
   const std::uint32_t bytes = static_cast<std::uint32_t>(row * image.height);
   const std::uint32_t words[] = {kHeaderBytes + bytes,
                                  0,

@@ -3,6 +3,7 @@
 #include <png.h>
 
 #include <csetjmp>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -13,11 +14,27 @@
 namespace tool {
 namespace {
 
+// No limit but that of the format: line cameras deliver frames of any height.
+constexpr png_uint_32 kLongestSide = 0x7FFFFFFF;
+
+// What libpng's callbacks share with us.
 struct Reader {
   const std::uint8_t *data;
   std::size_t left;
   char message[160];
+  bool noMemory;
 };
+
+// libpng has a message, but no error of its own, for this.
+png_voidp allocate(png_structp png, png_alloc_size_t size) {
+  void *memory = std::malloc(size);
+  if (memory == nullptr) static_cast<Reader *>(png_get_mem_ptr(png))->noMemory = true;
+  return memory;
+}
+
+void release(png_structp, png_voidp memory) {
+  std::free(memory);
+}
 
 void onError(png_structp png, png_const_charp message) {
   Reader *reader = static_cast<Reader *>(png_get_error_ptr(png));
@@ -66,8 +83,11 @@ struct Decoder {
   png_infop info = nullptr;
 
   explicit Decoder(Reader &reader)
-      : png(png_create_read_struct(PNG_LIBPNG_VER_STRING, &reader, onError, onWarning)) {
-    if (png != nullptr) info = png_create_info_struct(png);
+      : png(png_create_read_struct_2(PNG_LIBPNG_VER_STRING, &reader, onError, onWarning, &reader, allocate,
+                                     release)) {
+    if (png == nullptr) return;
+    png_set_user_limits(png, kLongestSide, kLongestSide);
+    info = png_create_info_struct(png);
   }
   ~Decoder() { png_destroy_read_struct(&png, &info, nullptr); }
   Decoder(const Decoder &) = delete;
@@ -77,11 +97,12 @@ struct Decoder {
 }  // namespace
 
 Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file, Depth depth) {
-  Reader reader = {file.data(), file.size(), {}};
+  Reader reader = {file.data(), file.size(), {}, false};
   Decoder decoder(reader);
   if (decoder.info == nullptr) throw std::bad_alloc();
   png_set_read_fn(decoder.png, &reader, readBytes);
   const auto damaged = [&] {
+    if (reader.noMemory) throw std::bad_alloc();
     return Failure(Exit::Input, path, "is a damaged PNG picture: " + oneLine(reader.message));
   };
   png_uint_32 width = 0, height = 0;
@@ -120,8 +141,11 @@ struct Encoder {
   png_infop info = nullptr;
 
   explicit Encoder(Reader &messages)
-      : png(png_create_write_struct(PNG_LIBPNG_VER_STRING, &messages, onError, onWarning)) {
-    if (png != nullptr) info = png_create_info_struct(png);
+      : png(png_create_write_struct_2(PNG_LIBPNG_VER_STRING, &messages, onError, onWarning, &messages,
+                                      allocate, release)) {
+    if (png == nullptr) return;
+    png_set_user_limits(png, kLongestSide, kLongestSide);
+    info = png_create_info_struct(png);
   }
   ~Encoder() { png_destroy_write_struct(&png, &info); }
   Encoder(const Encoder &) = delete;
@@ -167,7 +191,7 @@ bool endPng(png_structp png, png_infop info) {
 }  // namespace
 
 void encodePng(const Rows &rows, ByteSink &sink, int level) {
-  Reader messages = {nullptr, 0, {}};
+  Reader messages = {nullptr, 0, {}, false};
   Encoder encoder(messages);
   if (encoder.info == nullptr) throw std::bad_alloc();
   png_set_write_fn(encoder.png, &sink, putBytes, flushNothing);
@@ -177,7 +201,8 @@ void encodePng(const Rows &rows, ByteSink &sink, int level) {
     good = writeRow(encoder.png, rows.row(y, space.data()));
   if (good && endPng(encoder.png, encoder.info)) return;
   if (sink.error() != 0) sink.fail(sink.error());
-  throw Failure(Exit::Unsupported, "PNG", messages.message);
+  if (messages.noMemory) throw std::bad_alloc();
+  throw Failure(Exit::Unsupported, sink.name(), "cannot be a PNG picture: " + oneLine(messages.message));
 }
 
 }  // namespace tool

@@ -22,6 +22,17 @@ ln -s kept.png link.png
 ok convert frame.rwh link.png
 ok convert frame.rwh plain.png && same plain.png kept.png
 [ -L link.png ] || fail "the symbolic link is gone"
+# One that leads nowhere yet leads to the new file, over other links and other folders.
+mkdir -p far/away && ln -s ../later.png far/away/second.png && ln -s far/away/second.png first.png
+ln -s "$PWD/absolute.png" direct.png
+ok convert frame.rwh first.png && same far/later.png kept.png
+ok convert frame.rwh direct.png && same absolute.png kept.png
+checks=$((checks + 1))
+[ -L first.png ] && [ -L far/away/second.png ] && [ -L direct.png ] || fail "a dangling link is gone"
+ln -s round.png circle.png && ln -s circle.png round.png
+fails 3 'circle.png: cannot be written: Too many levels of symbolic links' convert frame.rwh circle.png
+ln -s none/later.png lost.png
+fails 3 'lost.png: cannot be written: No such file or directory' convert frame.rwh lost.png
 # New files get the permissions that the caller's mask leaves.
 (umask 027 && "$kivocam" convert frame.rwh mask.png)
 [ "$(stat -c %a mask.png)" = 640 ] || fail "permissions are $(stat -c %a mask.png)"
@@ -104,7 +115,7 @@ while read -r name arguments; do
   to=${name##*.}
   # Import writes nothing but RWH.
   [ "${arguments%% *}" = import ] && to= || to="--to $to"
-  # shellcheck disable=SC2086
+  # shellcheck disable=SC2086,SC2046
   {
     ok $(echo "$arguments" | sed "s/@/piped\/$name/")
     checks=$((checks + 2))
@@ -128,5 +139,34 @@ for command in 'mosaic scene.png - --format Mono8' 'scene -' 'sheet - scene.png'
   # shellcheck disable=SC2086
   fails 1 'standard output: has no extension: say --to' $command
 done
+
+# A frame of a line camera: no side is too long for a PNG.
+head -c 1000001 /dev/urandom >line.raw
+ok convert line.raw line.png --format Mono8 --size 1x1000001
+ok convert line.raw line.pgm --format Mono8 --size 1x1000001
+ok compare line.png line.pgm && says '^size +1 x 1000001$' && says '^CPSNR +equal$'
+
+# Where memory is short a line tells of it, whatever it was for, and the exit code is not that of a crash.
+if (ulimit -v 400000 && "$kivocam" --version) >stdout 2>stderr; then
+  ok scene large.png --size 3000x2000
+  ok mosaic large.png large.rwh --format RGB8
+  size=20000
+  while [ $size -le 400000 ]; do
+    checks=$((checks + 1))
+    (ulimit -v $size && exec "$kivocam" convert large.rwh out.png) >stdout 2>stderr
+    code=$?
+    # Up to then not even the program itself can be loaded.
+    [ $code -ne 127 ] || { size=$((size + 1000)); continue; }
+    [ $code -ne 0 ] || break
+    case "$code $(cat stderr)" in
+      '2 kivocam: not enough memory' | '2 kivocam: large.rwh: not enough memory'*) ;;
+      *) fail "$size KiB: $code $(cat stderr)" ;;
+    esac
+    nothing_left "$size KiB"
+    size=$((size + 1000))
+  done
+  checks=$((checks + 1))
+  [ $size -le 400000 ] || fail "never enough memory"
+fi
 
 finish
