@@ -77,16 +77,17 @@ int main(int argc, char **argv) {
     frames[format] = *std::move(frame);
   }
 
-  char description[] = "/tmp/camera_simulator-XXXXXX";
-  const int file = g_mkstemp(description);
-  const std::string xml = describe(frames);
-  if (file < 0 || xml.empty() ||
-      !g_file_set_contents(description, xml.data(), static_cast<gssize>(xml.size()), nullptr))
-    return std::fprintf(stderr, "the camera's description cannot be written\n"), EXIT_FAILURE;
+  gchar *description = nullptr;
+  const int file = g_file_open_tmp("camera_simulator-XXXXXX", &description, nullptr);
+  if (file < 0) return std::fprintf(stderr, "no temporary file can be made\n"), EXIT_FAILURE;
   ::close(file);
+  const std::string xml = describe(frames);
 
   int result = EXIT_FAILURE;
-  {
+  if (xml.empty() ||
+      !g_file_set_contents(description, xml.data(), static_cast<gssize>(xml.size()), nullptr)) {
+    std::fprintf(stderr, "the camera's description cannot be written\n");
+  } else {
     const Owned<ArvGvFakeCamera> camera(arv_gv_fake_camera_new_full(argv[1], "KIVO01", description));
     if (arv_gv_fake_camera_is_running(camera.get()) == FALSE) {
       std::fprintf(stderr, "%s: no camera can be simulated there\n", argv[1]);
@@ -101,5 +102,6 @@ int main(int argc, char **argv) {
     }
   }
   std::remove(description);
+  g_free(description);
   return result;
 }
