@@ -33,11 +33,11 @@ struct Image {
 
   /** Bytes of a pixel, 3 or 4. */
   std::size_t channels() const noexcept { return static_cast<std::size_t>(kind); }
-  /** The first byte of row `y`. */
+  /** The first byte of row `y`, which must be below the height. */
   const std::uint8_t *row(std::uint32_t y) const noexcept {
     return pixels.data() + static_cast<std::size_t>(y) * width * channels();
   }
-  /** The first byte of a pixel. */
+  /** The first byte of a pixel, which must lie in the picture. */
   const std::uint8_t *pixel(std::uint32_t x, std::uint32_t y) const noexcept {
     return row(y) + x * channels();
   }
