@@ -31,6 +31,7 @@ FAMILIES = [
     ("reverse", "ReverseImg, mirror and half turn"),
     ("reverse-rows", "ReverseImg, copy and flip"),
     ("unpack", "C++ layer, unpacking"),
+    ("convert", "C++ layer, packed to BGRA"),
 ]
 
 
@@ -191,7 +192,8 @@ def chart(results):
     """Two panels of horizontal bars: ours, the best peer and the roofline, median of each family."""
     panels = [c for c in [("1920x1080", "warm"), ("5472x3648", "warm")] if c in results.conditions()]
     panels = panels or results.conditions()[:1]
-    families = [(f, t) for f, t in FAMILIES if f not in ("reverse", "reverse-rows", "unpack") and results.family(f)]
+    others = ("reverse", "reverse-rows", "unpack", "convert")
+    families = [(f, t) for f, t in FAMILIES if f not in others and results.family(f)]
     series = [("Mpx_per_s", "this library", "#2a6f97"), ("peer_Mpx_per_s", "best peer", "#e09f3e"),
               ("limit_Mpx_per_s", "roofline", "#c9c9c9")]
     bar, gap, label_width, panel_width, top = 8, 10, 190, 330, 60

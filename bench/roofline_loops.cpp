@@ -57,10 +57,10 @@ constexpr KivoBench::Traffic Entry() {
   return {reads, writes, Loop<reads, writes, false>, Loop<reads, writes, true>};
 }
 
-// Every ratio of source to destination bytes that a conversion or a reversal has, in lowest terms.
+// Every ratio of source to destination bytes that a conversion, unpacking or a reversal has, in lowest terms.
 constexpr KivoBench::Traffic kTable[] = {
-    Entry<1, 4>(), Entry<1, 3>(), Entry<3, 4>(), Entry<1, 1>(), Entry<3, 8>(), Entry<1, 2>(),
-    Entry<5, 6>(), Entry<4, 3>(), Entry<2, 3>(), Entry<3, 2>(), Entry<2, 1>(), Entry<5, 8>(),
+    Entry<1, 4>(), Entry<1, 3>(), Entry<3, 4>(), Entry<1, 1>(), Entry<3, 8>(), Entry<1, 2>(),  Entry<5, 6>(),
+    Entry<4, 3>(), Entry<2, 3>(), Entry<3, 2>(), Entry<2, 1>(), Entry<5, 8>(), Entry<5, 16>(),
 };
 
 }  // namespace

@@ -142,6 +142,23 @@ Work UnpackWork(const SharedFormat &shared) {
           }};
 }
 
+// To BGRA words.
+Work ConvertWork(const char *name) {
+  const kivo::Format &format = *kivo::findFormat(name);
+  return {"convert",
+          std::string("kivo::convertTo ") + name,
+          {1, 8, 1, 1, 0, false},
+          format.bitsPerPixel(),
+          32,
+          false,
+          [&format](std::uint8_t *dst, const std::uint8_t *src, Geometry geometry) {
+            const std::size_t src_bytes = geometry.pixels() * format.bitsPerPixel() / 8;
+            const kivo::FrameView view = {src, src_bytes, format.code, geometry.width, geometry.height};
+            std::uint32_t *const words = static_cast<std::uint32_t *>(static_cast<void *>(dst));
+            if (kivo::convertTo(words, geometry.pixels(), view) != kivo::Errc::Ok) std::abort();
+          }};
+}
+
 std::vector<Work> MakeWorks() {
   std::vector<Work> works;
   for (const Converter &converter : KivoTest::AllConverters()) works.push_back(ConverterWork(converter));
@@ -149,6 +166,9 @@ std::vector<Work> MakeWorks() {
     for (const Direction &direction : kDirections) works.push_back(ReverseWork(format, direction));
   }
   for (const SharedFormat &shared : kSharedFormats) works.push_back(UnpackWork(shared));
+  for (const char *name :
+       {"Mono10p", "Mono12p", "Mono12Packed", "BayerRG10p", "BayerRG12p", "BayerRG12Packed"})
+    works.push_back(ConvertWork(name));
   return works;
 }
 

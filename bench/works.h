@@ -27,7 +27,7 @@ struct Work {
 };
 
 // All 74 converters in the order of the header, then ReverseImg: every unit in every direction; then the C++
-// layer's unpacking.
+// layer's unpacking, and its conversion of samples that share bytes.
 const std::vector<Work> &AllWorks();
 
 // By name; throws if there is none.
