@@ -159,7 +159,14 @@ void OutputFile::link() {
 
 void OutputFile::commit() {
   finish();
-  if (s_durable && ::fdatasync(file_) != 0 && errno != EINVAL && errno != ENOSYS) fail(errno);
+  // Before the file has its name. Network file systems may notice only now that a disk is full; where nothing
+  // is synchronised, closing a second descriptor makes them look.
+  if (s_durable) {
+    if (::fdatasync(file_) != 0 && errno != EINVAL && errno != ENOSYS) fail(errno);
+  } else {
+    const int copy = ::dup(file_);
+    if (copy >= 0 && ::close(copy) != 0 && errno != EINTR) fail(errno);
+  }
   installHandlers();
   const SignalsBlocked blocked;
   if (hidden_.empty()) link();
@@ -170,7 +177,6 @@ void OutputFile::commit() {
   }
   const int closed = ::close(file_);
   file_ = -1;
-  // Network file systems may notice only now that a disk is full.
   if (closed != 0 && errno != EINTR) fail(errno);
 }
 
