@@ -34,8 +34,8 @@ std::int64_t sine(std::uint64_t phase) {
   return p < half ? value : -value;
 }
 
-// Rings whose frequency grows from the centre to half a cycle a pixel at the edge: every frequency and
-// direction that a sensor can hold. Grey on the left, tinted towards the right.
+// Rings whose frequency grows from the centre to a third of a cycle a pixel at the edge, in every direction.
+// Grey on the left, tinted towards the right.
 void drawZonePlate(Picture &picture, const Box &box) {
   const std::int64_t centreX = box.width / 2;
   const std::int64_t centreY = box.height / 2;
@@ -168,7 +168,7 @@ void drawRamps(Picture &picture, const Box &box) {
 
 Picture drawScene(std::uint32_t width, std::uint32_t height) {
   Picture picture(width, height);
-  // Two thirds for the zone plate and what stands below it, the rest for a column of smaller subjects.
+  // The zone plate and the ramps below it on the left, a column of smaller subjects on the right.
   const std::uint32_t left = width * 9 / 16;
   const std::uint32_t top = height * 3 / 4;
   const std::uint32_t right = width - left;
