@@ -172,7 +172,8 @@ class Converter {
 void report(const ConvertOptions &options, bool several, const Job &job, const Outcome &outcome) {
   static const char *const kStatus[] = {"converted", "skipped", "failed"};
   if (options.json) {
-    std::string line = "{\"input\": " + jsonString(job.input) + ", \"output\": " + jsonString(job.output) +
+    std::string line = "{\"input\": " + jsonString(job.input) +
+                       ", \"output\": " + (job.output.empty() ? "null" : jsonString(job.output)) +
                        ", \"status\": \"" + kStatus[static_cast<int>(outcome.status)] + "\"";
     if (outcome.format != nullptr)
       line += format(", \"format\": \"%s\", \"width\": %" PRIu32 ", \"height\": %" PRIu32,
@@ -237,6 +238,11 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
   Counts counts;
   counts.total = list.jobs.size() + list.unreadable.size();
   counts.failed = list.unreadable.size();
+  for (const Unreadable &tree : list.unreadable) {
+    Outcome outcome;
+    outcome.error = tree.folder + ": " + tree.reason;
+    report(options, true, {tree.folder, {}, {}}, outcome);
+  }
   const unsigned all = std::max(1U, std::thread::hardware_concurrency());
   const BatchResult result = runBatch(
       list.jobs, options.jobs == 0 ? all : options.jobs, progress, counts,

@@ -125,7 +125,11 @@ std::string jsonFacts(const FileFacts &facts, const kivo::Format &format, const 
 Exit runInfo(const InfoOptions &options) {
   checkInputOptions(options.input);
   const FileList list = findInputs(options.files, options.input.headerless(), false);
-  Exit result = list.unreadable.empty() ? Exit::Ok : Exit::Some;
+  Exit result = Exit::Ok;
+  for (const Unreadable &tree : list.unreadable) {
+    if (options.json) printError(tree.folder, tree.folder + ": " + tree.reason);
+    result = Exit::Some;
+  }
   for (const Job &job : list.jobs) {
     InputOptions input = options.input;
     input.file = job.input;
@@ -133,7 +137,7 @@ Exit runInfo(const InfoOptions &options) {
       infoOf(input, options.json);
     } catch (const Failure &failure) {
       if (options.json) printError(inputName(job.input), failure.what());
-      if (list.jobs.size() == 1 || failure.code() == Exit::Usage) throw;
+      if (!list.several || failure.code() == Exit::Usage) throw;
       std::fflush(stdout);
       std::fprintf(stderr, "kivocam: %s\n", oneLine(failure.what()).c_str());
       result = Exit::Some;

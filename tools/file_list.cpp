@@ -95,7 +95,7 @@ class Lister {
       if (isTree || (isFrameName(name, headerless_) && !at->is_directory(unknown)))
         entries.emplace_back(name, isTree);
     }
-    if (failed) list_.unreadable.push_back(folder + ": cannot be searched: " + failed.message());
+    if (failed) list_.unreadable.push_back({folder, "cannot be searched: " + failed.message()});
     std::sort(entries.begin(), entries.end());
     for (const auto &[name, isTree] : entries) {
       if (isTree)
@@ -150,8 +150,8 @@ FileList findInputs(const std::vector<std::string> &arguments, bool headerless, 
   if (!quiet)
     for (const std::string &folder : list.empty)
       std::fprintf(stderr, "kivocam: %s: note: %s\n", oneLine(folder).c_str(), none.c_str());
-  for (const std::string &folder : list.unreadable)
-    std::fprintf(stderr, "kivocam: %s\n", oneLine(folder).c_str());
+  for (const Unreadable &tree : list.unreadable)
+    std::fprintf(stderr, "kivocam: %s: %s\n", oneLine(tree.folder).c_str(), oneLine(tree.reason).c_str());
   return list;
 }
 

@@ -14,11 +14,17 @@ struct Job {
   std::string output;
 };
 
+// A folder that cannot be searched.
+struct Unreadable {
+  std::string folder;
+  std::string reason;  // "cannot be searched: ..."
+};
+
 struct FileList {
   std::vector<Job> jobs;
-  bool several = false;                 // whether the arguments can mean more than one file
-  std::vector<std::string> empty;       // folders without any such file
-  std::vector<std::string> unreadable;  // folders that cannot be searched, with the reason
+  bool several = false;            // whether the arguments can mean more than one file
+  std::vector<std::string> empty;  // folders without any such file
+  std::vector<Unreadable> unreadable;
 };
 
 // The files that the arguments stand for, without outputs: files as they are; of folders what lies in them

@@ -128,7 +128,8 @@ Exit runReport(const ReportOptions &options) {
 
   std::vector<ReportEntry> entries(list.jobs.size());
   Counts counts;
-  counts.total = list.jobs.size();
+  counts.total = list.jobs.size() + list.unreadable.size();
+  counts.failed = list.unreadable.size();
   const auto fill = [&](const Job &job) {
     InputOptions input = options.input;
     input.file = job.input;
@@ -145,7 +146,7 @@ Exit runReport(const ReportOptions &options) {
     const bool named = outcome.error.compare(0, subject.size(), subject) == 0;
     entry.error = named ? outcome.error.substr(subject.size()) : outcome.error;
   };
-  if (list.jobs.size() == 1) {
+  if (!list.several) {
     fill(list.jobs[0]);
   } else {
     Progress progress(options.quiet);
@@ -155,9 +156,10 @@ Exit runReport(const ReportOptions &options) {
     if (result.signal != 0) endBySignal(result.signal);
     counts = result.counts;
   }
-  for (const std::string &folder : list.unreadable) {
+  for (const Unreadable &tree : list.unreadable) {
     entries.emplace_back();
-    entries.back().file = entries.back().error = folder;
+    entries.back().file = tree.folder;
+    entries.back().error = tree.reason;
   }
 
   const auto write = [&sink](const std::string &text) { sink->write(text.data(), text.size()); };
@@ -172,7 +174,7 @@ Exit runReport(const ReportOptions &options) {
                                                : "{\"file\": " + jsonString(entry.file) +
                                                      ", \"error\": " + jsonString(entry.error) + "}")
                               .c_str());
-  return counts.failed == 0 && list.unreadable.empty() ? Exit::Ok : Exit::Some;
+  return counts.failed == 0 ? Exit::Ok : Exit::Some;
 }
 
 }  // namespace tool

@@ -232,6 +232,47 @@ done
 [ ! -L bad/memory.rwh ] || grep -q '^kivocam: bad/memory.rwh: ' said || fail "the memory: $(cat said)"
 checks=$((checks + 1))
 [ "$(find bad_out -type f)" = bad_out/good.png ] || fail "unreadable inputs made $(find bad_out -type f)"
+# Of a folder that cannot be searched every command tells, and goes on with the rest. Root reads everything, but for
+# capabilities that can be given away.
+unprivileged=
+[ $root = no ] || unprivileged='setpriv --bounding-set -dac_override,-dac_read_search'
+mkdir -p locked_tree/sub locked_tree/day && chmod 000 locked_tree/sub && cp frames/deep/000.rwh locked_tree/day/a.rwh
+if [ $root = no ] || { command -v setpriv >/dev/null && ! $unprivileged ls locked_tree/sub >ls.txt 2>&1; }; then
+  reason='cannot be searched: Permission denied'
+  for command in 'convert locked_tree locked_out' 'report locked_tree -o locked.html' 'info locked_tree'; do
+    checks=$((checks + 4))
+    # The command is a list of words.
+    # shellcheck disable=SC2086
+    $unprivileged "$kivocam" $command --json >stdout 2>said
+    code=$?
+    [ $code -eq 5 ] || fail "$command: exit code $code: $(cat said)"
+    grep -Fxq "kivocam: locked_tree/sub: $reason" said || fail "$command says: $(cat said)"
+    case $command in
+      convert*) line='{"input": "locked_tree/sub", "output": null, "status": "failed", "format": null, "width": null, "height": null, "error": "locked_tree/sub: '$reason'"}' ;;
+      report*) line='{"file": "locked_tree/sub", "error": "'$reason'"}' ;;
+      info*) line='{"file": "locked_tree/sub", "error": "locked_tree/sub: '$reason'"}' ;;
+    esac
+    grep -Fxq "$line" stdout || fail "$command: no '$line' in $(cat stdout)"
+    [ "$(grep -c '"BayerRG8"' stdout)" -eq 1 ] || fail "$command leaves the rest: $(cat stdout)"
+  done
+  checks=$((checks + 1))
+  grep -q 'locked_tree/sub' locked.html || fail "the report does not tell of the folder"
+else
+  note "nothing is unreadable for this user"
+fi
+chmod 755 locked_tree/sub
+# One rotten frame of a folder does not keep the report from being written.
+printf 'junk' >locked_tree/sub/junk.rwh
+rm -r locked_tree/day
+for command in 'report locked_tree -o rotten.html' 'info locked_tree'; do
+  checks=$((checks + 1))
+  # shellcheck disable=SC2086
+  "$kivocam" $command >stdout 2>said
+  code=$?
+  [ $code -eq 5 ] || fail "$command: exit code $code: $(cat said)"
+done
+checks=$((checks + 1))
+grep -q 'locked_tree/sub/junk.rwh' rotten.html || fail "no report of a folder with a rotten frame alone"
 # A file whose reading fails, not its opening.
 if [ -r /proc/self/mem ]; then
   checks=$((checks + 1))
