@@ -17,7 +17,7 @@ __all__ = ["convert", "reverse"]
 
 _CHANNELS = {"BGRA": 4, "BGR": 3}
 _BAYER = ("standard", "acpi", "off")
-_MAX_SHIFT = 16
+_MAX_SHIFT = 15
 
 # Converters without neighbourhoods take a frame as one run of pixels and count its bytes in 32 bits, so a
 # run is handed over in blocks. Both block sizes are whole numbers of YUV groups; that of a source that is
@@ -176,7 +176,7 @@ def convert(
         Bayer order follows an odd x or y.
     :param auto_range: Spread the samples from the smallest to the largest of the frame (or region) linearly over
         0 to 255 before conversion. The frame then has 8 bits, so that ``"acpi"`` is possible. Not for YUV.
-    :param shift: Bits to drop from the right of 16-bit samples instead of the format's own count (2 for 10
+    :param shift: Bits, 0 to 15, to drop from the right of 16-bit samples instead of the format's own count (2 for 10
         bits, 4 for 12, 8 for 16). The low 8 bits of what remains are kept: a sample above the nominal range
         wraps.
     :returns: uint8 array of shape ``(height, width, 4)`` or ``(height, width, 3)``, channels B, G, R(, A).

@@ -297,12 +297,14 @@ def reversed_format(format: FormatLike, *, horizontal: bool = False, vertical: b
     Mirroring a Bayer frame of even width exchanges the colours of its columns (RG and GR, GB and BG),
     flipping one of even height those of its rows (RG and GB, GR and BG). An odd width or height keeps the
     order, and so do all formats that are not Bayer. Without `width` and `height` the frame counts as
-    even-sized.
+    even-sized. Samples that share bytes are unpacked on the way: the name is that of plain samples.
 
     :raises UnknownFormatError: the format is not known.
     :raises FrameSizeError: a width or height is negative.
     """
-    known = find_format(format)
+    known = find_any_format(format)
+    if isinstance(known, PackedFormat):
+        known = find_format(known.unpacked)
     for label, value in (("width", width), ("height", height)):
         if value < 0:
             raise FrameSizeError(f"{label} is negative: {value}")

@@ -91,6 +91,8 @@ def test_reversed_format_of_even_frames_and_others():
     assert kivo.reversed_format("BayerRG8", vertical=True) == "BayerGB8"
     assert kivo.reversed_format(0x01080009, horizontal=True, vertical=True) == "BayerBG8"
     assert kivo.reversed_format("YUV8_UYV", horizontal=True) == "YUV8_UYV"
+    assert kivo.reversed_format("BayerRG12p", horizontal=True) == "BayerGR12"
+    assert kivo.reversed_format("Mono10Packed", vertical=True) == "Mono10"
     with pytest.raises(kivo.UnknownFormatError, match="Bayer8"):
         kivo.reversed_format("Bayer8", horizontal=True)
 
