@@ -168,8 +168,8 @@ class Converter {
   std::once_flag noted_;
 };
 
-// Facts about one file on standard output.
-void report(const ConvertOptions &options, bool several, const Job &job, const Outcome &outcome) {
+// A line of facts about one file, or nothing.
+std::string lineOf(const ConvertOptions &options, bool several, const Job &job, const Outcome &outcome) {
   static const char *const kStatus[] = {"converted", "skipped", "failed"};
   if (options.json) {
     std::string line = "{\"input\": " + jsonString(job.input) +
@@ -184,12 +184,12 @@ void report(const ConvertOptions &options, bool several, const Job &job, const O
       line += format(", \"converter\": \"%s\", \"milliseconds\": %.3f", outcome.converter.c_str(),
                      outcome.milliseconds);
     line += ", \"error\": " + (outcome.error.empty() ? "null" : jsonString(outcome.error)) + "}";
-    std::printf("%s\n", line.c_str());
-  } else if (!outcome.converter.empty()) {
-    std::printf("%s %" PRIu32 "x%" PRIu32 " %s %.3f%s%s\n", outcome.format->name, outcome.width,
-                outcome.height, outcome.converter.c_str(), outcome.milliseconds, several ? " " : "",
-                several ? oneLine(job.input).c_str() : "");
+    return line;
   }
+  if (outcome.converter.empty()) return {};
+  return format("%s %" PRIu32 "x%" PRIu32 " %s %.3f%s%s", outcome.format->name, outcome.width, outcome.height,
+                outcome.converter.c_str(), outcome.milliseconds, several ? " " : "",
+                several ? oneLine(job.input).c_str() : "");
 }
 
 void reportAll(const BatchResult &result) {
@@ -214,7 +214,8 @@ Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &
   BatchResult result;
   const auto start = std::chrono::steady_clock::now();
   const auto finish = [&](const Outcome &outcome) {
-    report(options, false, job, outcome);
+    const std::string facts = lineOf(options, false, job, outcome);
+    if (!facts.empty()) std::printf("%s\n", facts.c_str());
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     if (options.json) reportAll(result);
   };
@@ -238,16 +239,19 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
   Counts counts;
   counts.total = list.jobs.size() + list.unreadable.size();
   counts.failed = list.unreadable.size();
+  const auto report = [&](const Job &job, const Outcome &outcome) {
+    const std::string facts = lineOf(options, true, job, outcome);
+    if (!facts.empty()) progress.line(facts, stdout);
+  };
   for (const Unreadable &tree : list.unreadable) {
     Outcome outcome;
     outcome.error = tree.folder + ": " + tree.reason;
-    report(options, true, {tree.folder, {}, {}}, outcome);
+    report({tree.folder, {}, {}}, outcome);
   }
   const unsigned all = std::max(1U, std::thread::hardware_concurrency());
   const BatchResult result = runBatch(
       list.jobs, options.jobs == 0 ? all : options.jobs, progress, counts,
-      [&converter](const Job &job) { return converter.convert(job); },
-      [&options](const Job &job, const Outcome &outcome) { report(options, true, job, outcome); });
+      [&converter](const Job &job) { return converter.convert(job); }, report);
   if (result.outputLost && result.notDone != 0)
     std::fprintf(stderr, "kivocam: %u outputs in a row could not be written: given up\n", kLostOutputs);
   if (options.json) reportAll(result);

@@ -85,11 +85,13 @@ void Progress::show(const Counts &counts) {
   std::fflush(stderr);
 }
 
-void Progress::line(const std::string &text) {
+void Progress::line(const std::string &text, std::FILE *to) {
   const std::lock_guard<std::mutex> lock(mutex_);
-  std::fprintf(stderr, "%s%s\n", drawn_ ? "\r\x1b[K" : "", text.c_str());
-  // The bar comes back with the next redraw.
+  // Both may be the same terminal. The bar comes back with the next redraw.
+  if (drawn_) std::fprintf(stderr, "\r\x1b[K");
   drawn_ = false;
+  std::fprintf(to, "%s\n", text.c_str());
+  if (terminal_) std::fflush(to);
 }
 
 void Progress::end() {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <mutex>
 #include <string>
 
@@ -27,8 +28,8 @@ class Progress {
 
   // Shows the counts if it is time to.
   void show(const Counts &counts);
-  // A line of its own above the bar.
-  void line(const std::string &text);
+  // A line of its own above the bar, on standard error or output.
+  void line(const std::string &text, std::FILE *to = stderr);
   // Takes the bar away.
   void end();
 

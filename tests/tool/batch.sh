@@ -176,6 +176,16 @@ if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; the
   tr '\r' '\n' <terminal | grep -Eq '^\[#*\.+\] [0-9]+/12' || fail "no bar: $(cat terminal)"
   tr '\r' '\n' <terminal | grep -Eq '(^|K)kivocam: 11 converted, 0 skipped, 1 failed in' || fail "no summary: $(cat terminal)"
   tr '\r' '\n' <terminal | grep -Eq '(^|K)kivocam: many/7.rwh: the file is shorter' || fail "no message: $(cat terminal)"
+  # What goes to the same terminal stands in lines of its own, too.
+  for facts in --json --time; do
+    rm -rf bar
+    TERM=xterm script -qec "'$kivocam' convert many bar --png-level 9 -j 1 --no-sync $facts" /dev/null >terminal 2>&1
+    checks=$((checks + 2))
+    grep -aq '#.*\.\]' terminal || fail "$facts: no bar: $(cat terminal)"
+    tr '\r' '\n' <terminal | sed 's/^.\[K//' | grep -a '\(RGB8\|"status"\)' >lines
+    [ "$(grep -Eac '^(\{"input": .*\}|RGB8 1200x1000 [A-Za-z0-9]+ [0-9.]+ many/[0-9]+\.rwh)$' lines)" -ge 11 ] &&
+      ! grep -aq '[0-9]/12' lines || fail "$facts: $(cat lines)"
+  done
 fi
 
 finish
