@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdio>
 #include <exception>
 #include <mutex>
 #include <new>
@@ -12,6 +13,8 @@
 
 namespace tool {
 namespace {
+
+const char kNoMemory[] = ": not enough memory";
 
 class Batch {
  public:
@@ -26,12 +29,13 @@ class Batch {
     const GracefulEnd graceful;
     std::vector<std::thread> workers;
     {
+      workers.reserve(threads);
       std::unique_lock<std::mutex> lock(mutex_);
       for (unsigned i = 0; i < threads; ++i) {
         // Fewer threads than asked for do the same work.
         try {
           workers.emplace_back([this] { workAll(); });
-        } catch (const std::system_error &) {
+        } catch (const std::exception &) {
           if (workers.empty()) throw;
           break;
         }
@@ -39,7 +43,11 @@ class Batch {
       running_ = workers.size();
       while (running_ != 0) {
         ended_.wait_for(lock, std::chrono::milliseconds(100));
-        progress_.show(result_.counts);
+        const Counts counts = result_.counts;
+        // A slow terminal keeps nobody from working.
+        lock.unlock();
+        progress_.show(counts);
+        lock.lock();
       }
     }
     for (std::thread &worker : workers) worker.join();
@@ -56,13 +64,36 @@ class Batch {
     while (next_ < jobs_.size() && !result_.outputLost && GracefulEnd::signal() == 0) {
       const Job &job = jobs_[next_++];
       lock.unlock();
-      const Outcome outcome = outcomeOf(job, work_);
+      Outcome outcome = outcomeOf(job, work_);
       lock.lock();
+      if (!tell(job, outcome)) outcome = {};
       count(outcome);
-      report_(job, outcome);
-      if (outcome.status == Outcome::Status::Failed) progress_.line("kivocam: " + oneLine(outcome.error));
     }
     if (--running_ == 0) ended_.notify_one();
+  }
+
+  // Whether there was memory for it. A file that nothing can be told about counts as failed.
+  bool tell(const Job &job, Outcome &outcome) noexcept {
+    try {
+      const bool untold = outcome.status == Outcome::Status::Failed && outcome.error.empty();
+      if (untold) outcome.error = job.input + kNoMemory;
+      report_(job, outcome);
+      if (outcome.status == Outcome::Status::Failed) progress_.line("kivocam: " + oneLine(outcome.error));
+      return true;
+    } catch (const std::exception &) {
+      std::fputs("kivocam: ", stderr);
+      putOneLine(job.input);
+      std::fprintf(stderr, "%s\n", kNoMemory);
+      return false;
+    }
+  }
+
+  // As oneLine() has it, without memory of its own.
+  static void putOneLine(const std::string &text) noexcept {
+    for (const char c : text) {
+      const unsigned char byte = static_cast<unsigned char>(c);
+      std::fprintf(stderr, byte < 0x20 || byte == 0x7F ? "\\x%02x" : "%c", byte);
+    }
   }
 
   void count(const Outcome &outcome) {
@@ -105,19 +136,22 @@ Exit BatchResult::code() const noexcept {
   return counts.failed == 0 ? Exit::Ok : Exit::Some;
 }
 
-Outcome outcomeOf(const Job &job, const std::function<Outcome(const Job &)> &work) {
+Outcome outcomeOf(const Job &job, const std::function<Outcome(const Job &)> &work) noexcept {
   Outcome outcome;
+  outcome.code = Exit::Input;
   try {
-    return work(job);
-  } catch (const Failure &failure) {
-    outcome.code = failure.code();
-    outcome.error = failure.what();
+    try {
+      return work(job);
+    } catch (const Failure &failure) {
+      outcome.code = failure.code();
+      outcome.error = failure.what();
+    } catch (const std::bad_alloc &) {
+      outcome.error = job.input + kNoMemory;
+    } catch (const std::exception &error) {
+      outcome.error = job.input + ": " + error.what();
+    }
   } catch (const std::bad_alloc &) {
-    outcome.code = Exit::Input;
-    outcome.error = job.input + ": not enough memory";
-  } catch (const std::exception &error) {
-    outcome.code = Exit::Input;
-    outcome.error = job.input + ": " + error.what();
+    outcome.error.clear();
   }
   return outcome;
 }

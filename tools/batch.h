@@ -18,7 +18,7 @@ struct Outcome {
   enum class Status { Converted, Skipped, Failed };
   Status status = Status::Failed;
   Exit code = Exit::Ok;
-  std::string error;  // one line; empty unless Failed
+  std::string error;  // one line; empty unless Failed, and where there was no memory for it
   std::uint64_t bytes = 0;
   // Of the frame, where it could be read.
   const kivo::Format *format = nullptr;
@@ -50,6 +50,6 @@ BatchResult runBatch(const std::vector<Job> &jobs, unsigned threads, Progress &p
                      const std::function<void(const Job &, const Outcome &)> &report);
 
 // What `work` gives or throws, as an outcome.
-Outcome outcomeOf(const Job &job, const std::function<Outcome(const Job &)> &work);
+Outcome outcomeOf(const Job &job, const std::function<Outcome(const Job &)> &work) noexcept;
 
 }  // namespace tool

@@ -371,7 +371,9 @@ int main(int argc, char **argv) {
   } catch (const tool::Failure &failure) {
     return complain(failure.what(), failure.code());
   } catch (const std::bad_alloc &) {
-    return complain("not enough memory", Exit::Input);
+    std::fflush(stdout);
+    std::fputs("kivocam: not enough memory\n", stderr);
+    return static_cast<int>(Exit::Input);
   } catch (const std::exception &error) {
     return complain(error.what(), Exit::Input);
   }

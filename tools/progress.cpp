@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "failure.h"
 
@@ -68,7 +69,7 @@ double Progress::seconds() const {
   return std::chrono::duration<double>(Clock::now() - start_).count();
 }
 
-void Progress::show(const Counts &counts) {
+void Progress::show(const Counts &counts) noexcept {
   if (quiet_) return;
   const std::lock_guard<std::mutex> lock(mutex_);
   const Clock::time_point now = Clock::now();
@@ -76,13 +77,14 @@ void Progress::show(const Counts &counts) {
   if (now - last_ < pause) return;
   last_ = now;
   const double elapsed = std::chrono::duration<double>(now - start_).count();
-  if (terminal_) {
-    std::fprintf(stderr, "\r%s\x1b[K", bar(counts, elapsed).c_str());
-    drawn_ = true;
-  } else {
-    std::fprintf(stderr, "kivocam: %s\n", status(counts, elapsed).c_str());
+  try {
+    const std::string text = terminal_ ? bar(counts, elapsed) : status(counts, elapsed);
+    std::fprintf(stderr, terminal_ ? "\r%s\x1b[K" : "kivocam: %s\n", text.c_str());
+    drawn_ = terminal_;
+    std::fflush(stderr);
+  } catch (const std::bad_alloc &) {
+    return;
   }
-  std::fflush(stderr);
 }
 
 void Progress::line(const std::string &text, std::FILE *to) {

@@ -26,8 +26,8 @@ class Progress {
  public:
   explicit Progress(bool quiet);
 
-  // Shows the counts if it is time to.
-  void show(const Counts &counts);
+  // Shows the counts if it is time to, and there is memory for it.
+  void show(const Counts &counts) noexcept;
   // A line of its own above the bar, on standard error or output.
   void line(const std::string &text, std::FILE *to = stderr);
   // Takes the bar away.
