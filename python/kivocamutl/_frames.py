@@ -4,17 +4,17 @@
 from __future__ import annotations
 
 import dataclasses
-import operator
 from typing import Any, Optional, Union
 
 import numpy as np
 import numpy.typing as npt
 
+from ._sizes import size_argument
 from .errors import FrameSizeError, SampleTypeError
 from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format, find_format
 
 __all__ = ["FrameLike", "Frame", "as_array", "as_frame", "byte_rows", "flat_bytes", "packed_source",
-           "refuse_masked", "size_argument"]
+           "refuse_masked"]
 
 FrameLike = Union[npt.NDArray[Any], bytes, bytearray, memoryview]
 """An array, or any object with the buffer protocol.
@@ -22,8 +22,6 @@ FrameLike = Union[npt.NDArray[Any], bytes, bytearray, memoryview]
 Buffers of bytes are flat buffers. Those that say more of their items, as a memoryview of an array does, are taken as
 the array of the same dtype, shape and strides.
 """
-
-_MAX_SIZE = 0xFFFFFFFF
 
 
 @dataclasses.dataclass(frozen=True)
@@ -38,17 +36,6 @@ class Frame:
     @property
     def address(self) -> int:
         return int(self.pixels.ctypes.data)
-
-
-def size_argument(label: str, value: Any) -> int:
-    """`value` as a number of pixels or bytes that the library can take."""
-    try:
-        number = operator.index(value)
-    except TypeError:
-        raise FrameSizeError(f"{label} is not a whole number: {value!r}") from None
-    if not 0 <= number <= _MAX_SIZE:
-        raise FrameSizeError(f"{label} is outside 0 to {_MAX_SIZE}: {number}")
-    return number
 
 
 def as_array(frame: FrameLike) -> npt.NDArray[Any]:

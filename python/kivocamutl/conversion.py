@@ -8,8 +8,9 @@ from typing import Any, Callable, Optional, Sequence
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import Frame, FrameLike, as_frame, size_argument
+from ._frames import Frame, FrameLike, as_frame
 from ._library import function
+from ._sizes import size_argument
 from .errors import FrameSizeError, OptionError, SampleTypeError, StatusError
 from .pixel_formats import Format, FormatLike, exchanged, narrowed
 

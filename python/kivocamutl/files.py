@@ -20,8 +20,9 @@ from typing import Any, Iterator, NamedTuple, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import FrameLike, as_frame, byte_rows, packed_source, refuse_masked, size_argument
+from ._frames import FrameLike, as_frame, byte_rows, packed_source, refuse_masked
 from ._library import function
+from ._sizes import size_argument
 from .errors import FileWriteError, FrameSizeError, RwhError, SampleTypeError, StatusError
 from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format
 

@@ -7,7 +7,8 @@ import dataclasses
 import operator
 from typing import Optional, SupportsIndex, Union
 
-from .errors import FrameSizeError, UnknownFormatError
+from ._sizes import size_argument
+from .errors import UnknownFormatError
 
 __all__ = [
     "Format",
@@ -61,11 +62,11 @@ class Format:
 
     def row_bytes(self, width: int) -> int:
         """Bytes of one row without padding."""
-        return self.bits_per_pixel * width // 8
+        return self.bits_per_pixel * size_argument("width", width) // 8
 
     def frame_bytes(self, width: int, height: int) -> int:
         """Bytes of one frame with packed rows."""
-        return self.row_bytes(width) * height
+        return self.row_bytes(width) * size_argument("height", height)
 
     def shape(self, width: int, height: int) -> tuple[int, ...]:
         """Shape of the array that holds such a frame.
@@ -73,6 +74,7 @@ class Format:
         ``(height, width)`` for mono and Bayer, ``(height, width, 3)`` for RGB, BGR and YUV 4:4:4,
         ``(height, width, 2)`` for YUV 4:2:2 and ``(height, width * 3 // 2)`` for YUV 4:1:1.
         """
+        width, height = size_argument("width", width), size_argument("height", height)
         words = self.group_bytes // self.word_bytes
         if words % self.group_pixels:
             return (height, width * words // self.group_pixels)
@@ -107,10 +109,11 @@ class PackedFormat:
 
     def row_bytes(self, width: int) -> int:
         """Bytes of one row that begins on a byte."""
-        return self.buffer_bytes(width)
+        return self.buffer_bytes(size_argument("width", width))
 
     def buffer_bytes(self, samples: int) -> int:
         """Bytes that hold so many consecutive samples."""
+        samples = size_argument("samples", samples, most=None)
         if self.layout == "p":
             return (samples * self.depth + 7) // 8
         return samples // 2 * 3 + samples % 2 * 2
@@ -300,12 +303,10 @@ def reversed_format(format: FormatLike, *, horizontal: bool = False, vertical: b
     even-sized. Samples that share bytes are unpacked on the way: the name is that of plain samples.
 
     :raises UnknownFormatError: the format is not known.
-    :raises FrameSizeError: a width or height is negative.
+    :raises FrameSizeError: a width or height is no whole number from 0 up.
     """
     known = find_any_format(format)
     if isinstance(known, PackedFormat):
         known = find_format(known.unpacked)
-    for label, value in (("width", width), ("height", height)):
-        if value < 0:
-            raise FrameSizeError(f"{label} is negative: {value}")
+    width, height = size_argument("width", width), size_argument("height", height)
     return exchanged(known, columns=horizontal and width % 2 == 0, rows=vertical and height % 2 == 0).name

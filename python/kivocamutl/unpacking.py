@@ -9,7 +9,8 @@ from typing import Any, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import FrameLike, packed_source, size_argument
+from ._frames import FrameLike, packed_source
+from ._sizes import size_argument
 from .errors import FrameSizeError
 from .pixel_formats import PackedFormat, find_packed_format
 

@@ -71,7 +71,7 @@ def test_wrong_crops():
     for crop in ((0, 0, 9, 6), (1, 0, 8, 6), (0, 1, 8, 6), (8, 0, 1, 1), (0, 0, 0, 1)):
         with pytest.raises(kivo.FrameSizeError, match="8 x 6"):
             kivo.convert(frame, "Mono8", crop=crop)
-    for crop in ((0, 0, 8), "abcd", 7, (0, 0, -1, 1)):
+    for crop in ((0, 0, 8), "abcd", 7, (0, 0, -1, 1), (0, 0, True, 1)):
         with pytest.raises(kivo.OptionError, match="crop"):
             kivo.convert(frame, "Mono8", crop=crop)
     with pytest.raises(kivo.FrameSizeError, match="in two"):
