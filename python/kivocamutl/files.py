@@ -131,6 +131,14 @@ def read_rwh(path: PathLike, *, mmap: bool = False) -> RawFrame:
     return RawFrame(frame.pixels, frame.format.name)
 
 
+def _shortened(name: str) -> str:
+    """The start of a name, so that one of the greatest length has room for more: whole characters, 64 bytes."""
+    name = name[:64]
+    while len(os.fsencode(name)) > 64:
+        name = name[:-1]
+    return name
+
+
 @contextlib.contextmanager
 def atomic_file(path: PathLike, tag: str = "") -> Iterator[tuple[str, int]]:
     """Name and descriptor of an empty file that takes the place of `path` when the block ends well.
@@ -143,8 +151,7 @@ def atomic_file(path: PathLike, tag: str = "") -> Iterator[tuple[str, int]]:
         if not stat.S_ISREG(os.stat(target).st_mode):
             raise FileWriteError(errno.EINVAL, "not a regular file", os.fsdecode(path))
     folder, name = os.path.split(target)
-    # Short, so that a name of the greatest length has room for it.
-    temporary = os.path.join(folder, f".{name[:64]}.{tag}{secrets.token_hex(6)}{TEMPORARY_SUFFIX}")
+    temporary = os.path.join(folder, f".{_shortened(name)}.{tag}{secrets.token_hex(6)}{TEMPORARY_SUFFIX}")
     descriptor = os.open(temporary, os.O_RDWR | os.O_CREAT | os.O_EXCL | getattr(os, "O_CLOEXEC", 0), 0o666)
     try:
         try:

@@ -143,11 +143,22 @@ def test_wrong_pictures(error, text, image, tmp_path):
 
 def test_names_that_are_not_utf8_or_long(tmp_path):
     frame = make_frame(kivo.find_format("Mono8"), 4, 4)
-    for name in (os.fsencode(tmp_path) + b"/\xff\xfe.rwh", os.fsencode(tmp_path) + b"/" + b"n" * 251 + b".rwh"):
+    for name in (os.fsencode(tmp_path) + b"/\xff\xfe.rwh", os.fsencode(tmp_path) + b"/" + b"n" * 251 + b".rwh",
+                 os.fsencode(tmp_path) + b"/" + b"\xf0\x9f\x98\x80" * 62 + b".rwh",
+                 os.fsencode(tmp_path) + b"/a" + b"\xff" * 250 + b".rwh"):
         kivo.write_rwh(name, frame, "Mono8")
         np.testing.assert_array_equal(kivo.read_rwh(name).array, frame)
         kivo.write_bmp(name[:-3] + b"bmp", kivo.convert(frame, "Mono8"))
         assert os.path.getsize(name[:-3] + b"bmp") == 54 + 64
+
+
+def test_temporary_names_are_short_and_whole_characters(tmp_path):
+    for name in ("n" * 255, "a" + "\U0001F600" * 63, "ab" + "\u00e9" * 126):
+        with files.atomic_file(tmp_path / name, "0123abcd-") as (temporary, _):
+            start = os.path.basename(temporary).split(".")[1]
+            assert name.startswith(start) and 60 < len(start.encode()) <= 64
+        assert os.listdir(tmp_path) == [name]
+        (tmp_path / name).unlink()
 
 
 def test_links_stay_links_and_devices_devices(tmp_path):
