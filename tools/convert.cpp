@@ -132,6 +132,7 @@ class Converter {
     }
     InputOptions from = options_.input;
     from.file = job.input;
+    from.named = job.named;
     RawInput input = loadInput(from);
     outcome.bytes = input.fileBytes;
     outcome.ignoredBytes = input.ignoredBytes;
@@ -246,7 +247,7 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
   for (const Unreadable &tree : list.unreadable) {
     Outcome outcome;
     outcome.error = tree.folder + ": " + tree.reason;
-    report({tree.folder, {}, {}}, outcome);
+    report({tree.folder, {}, {}, false}, outcome);
   }
   const unsigned all = std::max(1U, std::thread::hardware_concurrency());
   const BatchResult result = runBatch(

@@ -70,7 +70,7 @@ void infoOf(const InputOptions &input, bool json) {
   FileFacts facts;
   facts.file = inputName(input.file);
   facts.rwh = !input.headerless();
-  if (facts.rwh && input.file != "-") {
+  if (facts.rwh && !isStream(input)) {
     const kivo::RwhInfo info = loadHeader(input.file);
     facts = {input.file,  true,           info.format,    info.width,
              info.height, info.lineBytes, info.fileBytes, info.expectedBytes()};
@@ -133,6 +133,7 @@ Exit runInfo(const InfoOptions &options) {
   for (const Job &job : list.jobs) {
     InputOptions input = options.input;
     input.file = job.input;
+    input.named = job.named;
     try {
       infoOf(input, options.json);
     } catch (const Failure &failure) {

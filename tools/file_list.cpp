@@ -50,9 +50,9 @@ class Lister {
   void add(const std::string &argument) {
     if (argument != "-" && !exists(argument) && argument.find_first_of("*?[") != std::string::npos) {
       list_.several = true;
-      for (const std::string &match : matches(argument)) addNamed(match);
+      for (const std::string &match : matches(argument)) addPath(match, false);
     } else {
-      addNamed(argument);
+      addPath(argument, true);
     }
   }
 
@@ -70,14 +70,14 @@ class Lister {
     return names;
   }
 
-  void addNamed(const std::string &path) {
+  void addPath(const std::string &path, bool named) {
     if (path != "-" && isFolder(path)) {
       list_.several = true;
       const std::size_t before = list_.jobs.size() + repeated_;
       search(path, "");
       if (list_.jobs.size() + repeated_ == before) list_.empty.push_back(path);
     } else {
-      addFile(path, fs::path(path).filename().string());
+      addFile(path, fs::path(path).filename().string(), named);
     }
   }
 
@@ -101,16 +101,16 @@ class Lister {
       if (isTree)
         search(joined(folder, name), joined(relative, name));
       else
-        addFile(joined(folder, name), joined(relative, name));
+        addFile(joined(folder, name), joined(relative, name), false);
     }
   }
 
-  void addFile(const std::string &path, const std::string &relative) {
+  void addFile(const std::string &path, const std::string &relative, bool named) {
     if (path != "-" && !seen_.insert(identity(path)).second) {
       ++repeated_;
       return;
     }
-    list_.jobs.push_back({path, relative, {}});
+    list_.jobs.push_back({path, relative, {}, named});
   }
 
   // One spelling for all ways to say the same name. Links are files of their own.

@@ -12,6 +12,7 @@ struct Job {
   std::string input;
   std::string relative;  // below the folder that was named, else the name alone
   std::string output;
+  bool named = false;  // by the user, not found in a folder or by a pattern
 };
 
 // A folder that cannot be searched.

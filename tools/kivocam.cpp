@@ -47,6 +47,11 @@ void addPictureType(CLI::App &command, std::string &to) {
   command.add_option("--to", to, "Type of OUT: png, ppm or bmp (default: its extension)")->type_name("TYPE");
 }
 
+// Standard output under the name that the system has for it is a stream, not a file to be replaced.
+void nameStandardOutput(std::string &output) {
+  if (output == "/dev/stdout" || output == "/dev/fd/1" || output == "/proc/self/fd/1") output = "-";
+}
+
 // Everything that the command line fills in.
 struct Options {
   tool::InfoOptions info;
@@ -106,7 +111,10 @@ void addReport(CLI::App &app, Options &all) {
   command->add_flag("--json", options.json, "Print the facts too, as 'info --json' does");
   addHeaderlessOptions(*command, options.input);
   addSwapBytes(*command, options.input);
-  command->callback([&all] { all.result = tool::runReport(all.report); });
+  command->callback([&all] {
+    nameStandardOutput(all.report.output);
+    all.result = tool::runReport(all.report);
+  });
 }
 
 void addFormats(CLI::App &app, Options &all) {
@@ -218,6 +226,7 @@ void addConvert(CLI::App &app, Options &all) {
       convert.output = convert.inputs.back();
       convert.inputs.pop_back();
     }
+    nameStandardOutput(convert.output);
     if (all.bayer == "standard")
       convert.bayer = kivo::Bayer::Standard;
     else if (all.bayer == "acpi")
@@ -242,7 +251,11 @@ void addImport(CLI::App &app, Options &all) {
       ->required();
   addHeaderlessOptions(*command, all.import.input);
   addSwapBytes(*command, all.import.input);
-  command->callback([&all] { tool::runImport(all.import); });
+  command->callback([&all] {
+    all.import.input.named = true;
+    nameStandardOutput(all.import.output);
+    tool::runImport(all.import);
+  });
 }
 
 void addMosaic(CLI::App &app, Options &all) {
@@ -260,7 +273,10 @@ void addMosaic(CLI::App &app, Options &all) {
       ->required();
   command->add_option("--to", all.mosaic.to, "Type of OUT: rwh or raw (default: its extension)")
       ->type_name("TYPE");
-  command->callback([&all] { tool::runMosaic(all.mosaic); });
+  command->callback([&all] {
+    nameStandardOutput(all.mosaic.output);
+    tool::runMosaic(all.mosaic);
+  });
 }
 
 void addCompare(CLI::App &app, Options &all) {
@@ -284,7 +300,10 @@ void addScene(CLI::App &app, Options &all) {
       ->type_name("WxH")
       ->capture_default_str();
   addPictureType(*command, all.scene.to);
-  command->callback([&all] { tool::runScene(all.scene); });
+  command->callback([&all] {
+    nameStandardOutput(all.scene.output);
+    tool::runScene(all.scene);
+  });
 }
 
 void addSheet(CLI::App &app, Options &all) {
@@ -308,7 +327,10 @@ void addSheet(CLI::App &app, Options &all) {
       ->type_name("WxH")
       ->capture_default_str();
   addPictureType(*command, options.to);
-  command->callback([&all] { tool::runSheet(all.sheet); });
+  command->callback([&all] {
+    nameStandardOutput(all.sheet.output);
+    tool::runSheet(all.sheet);
+  });
 }
 
 int complain(const std::string &line, Exit code) {

@@ -21,6 +21,19 @@ constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 28;
 // A picture of that many pixels at 16 bits and four channels, uncompressed, and then some.
 constexpr std::uint64_t kMostFileBytes = kMostPixels * 9;
 
+std::vector<std::uint8_t> readPipe(const std::string &path, std::FILE *pipe) {
+  std::vector<std::uint8_t> bytes(std::size_t{1} << 20);
+  std::size_t done = 0;
+  while (const std::size_t got = std::fread(bytes.data() + done, 1, bytes.size() - done, pipe)) {
+    done += got;
+    if (done > kMostFileBytes) throw Failure(Exit::Input, path, "is too large to be a picture");
+    if (done == bytes.size()) bytes.resize(2 * done);
+  }
+  if (std::ferror(pipe) != 0) throw Failure(Exit::Input, path, withErrno("cannot be read", errno));
+  bytes.resize(done);
+  return bytes;
+}
+
 std::vector<std::uint8_t> readFile(const std::string &path) {
   struct Close {
     void operator()(std::FILE *file) const noexcept { std::fclose(file); }
@@ -28,8 +41,9 @@ std::vector<std::uint8_t> readFile(const std::string &path) {
   const std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "rb"));
   if (!file) throw Failure(Exit::Input, path, withErrno("cannot be opened", errno));
   struct stat info = {};
-  if (::fstat(::fileno(file.get()), &info) != 0 || !S_ISREG(info.st_mode))
+  if (::fstat(::fileno(file.get()), &info) != 0 || (!S_ISREG(info.st_mode) && !S_ISFIFO(info.st_mode)))
     throw Failure(Exit::Input, path, S_ISDIR(info.st_mode) ? "is a directory" : "is not a regular file");
+  if (S_ISFIFO(info.st_mode)) return readPipe(path, file.get());
   const std::uint64_t size = static_cast<std::uint64_t>(info.st_size);
   if (size > kMostFileBytes) throw Failure(Exit::Input, path, "is too large to be a picture");
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));

@@ -60,25 +60,29 @@ Headerless parseHeaderless(const InputOptions &options) {
   return layout;
 }
 
-// An open file, or standard input.
+// An open file or stream.
 class Source {
  public:
-  explicit Source(const std::string &file, bool headerless)
-      : name_(inputName(file)), own_(file != "-"), file_(STDIN_FILENO) {
-    // A FIFO without a writer would make open() wait.
-    if (own_) file_ = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  explicit Source(const InputOptions &options)
+      : name_(inputName(options.file)), own_(options.file != "-"), file_(STDIN_FILENO) {
+    const bool stream = isStream(options);
+    // Where no stream is meant, a FIFO without a writer would make open() wait.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | (stream ? 0 : O_NONBLOCK);
+    if (own_) file_ = ::open(options.file.c_str(), flags);
     if (file_ < 0) throw Failure(Exit::Input, name_, withErrno("cannot be opened", errno));
     if (!own_) return;
     struct stat info = {};
-    if (::fstat(file_, &info) == 0 && S_ISREG(info.st_mode)) {
+    const bool known = ::fstat(file_, &info) == 0;
+    if (known && S_ISREG(info.st_mode)) {
       size_ = static_cast<std::uint64_t>(info.st_size);
       return;
     }
+    if (known && stream && S_ISFIFO(info.st_mode)) return;
     ::close(file_);
     throw Failure(Exit::Input, name_,
-                  S_ISDIR(info.st_mode) ? "is a directory"
-                  : headerless          ? "is not a regular file"
-                                        : "not a regular file");
+                  S_ISDIR(info.st_mode)  ? "is a directory"
+                  : options.headerless() ? "is not a regular file"
+                                         : "not a regular file");
   }
   ~Source() {
     if (own_) ::close(file_);
@@ -87,7 +91,7 @@ class Source {
   Source &operator=(const Source &) = delete;
 
   const std::string &name() const noexcept { return name_; }
-  // Bytes of a file; kUncounted for standard input.
+  // Bytes of a file; kUncounted for a stream.
   std::uint64_t size() const noexcept { return size_; }
 
   // As many bytes as there are, up to `size`. Throws Failure.
@@ -118,8 +122,8 @@ class Source {
     }
   }
 
-  // The next `size` bytes, or as many as there are. What standard input claims to bring is believed piece by
-  // piece only. Throws Failure.
+  // The next `size` bytes, or as many as there are. What a stream claims to bring is believed piece by piece
+  // only. Throws Failure.
   std::uint64_t read(kivo::Bytes &to, std::uint64_t size) {
     constexpr std::uint64_t piece = std::uint64_t{64} << 20;
     std::uint64_t space = size_ == kUncounted ? std::min(size, piece) : size;
@@ -160,7 +164,7 @@ Failure tooFew(const Source &source, const Headerless &layout, std::uint64_t ava
 
 RawInput loadHeaderless(const InputOptions &options) {
   const Headerless layout = parseHeaderless(options);
-  Source source(options.file, true);
+  Source source(options);
   const bool counted = source.size() != kUncounted;
   RawInput input;
   if (counted) {
@@ -188,7 +192,7 @@ RawInput loadHeaderless(const InputOptions &options) {
 }
 
 RawInput loadRwhInput(const InputOptions &options) {
-  Source source(options.file, false);
+  Source source(options);
   std::uint8_t header[16] = {};
   if (source.read(header, sizeof header) != sizeof header)
     throw failureOf(kivo::Errc::NoHeader, source.name(), Exit::Input);
@@ -292,6 +296,12 @@ void checkHeader(const std::string &file, const kivo::RwhInfo &info) {
 
 std::string inputName(const std::string &file) {
   return file == "-" ? "standard input" : file;
+}
+
+bool isStream(const InputOptions &options) {
+  struct stat info = {};
+  return options.file == "-" ||
+         (options.named && ::stat(options.file.c_str(), &info) == 0 && S_ISFIFO(info.st_mode));
 }
 
 void checkInputOptions(const InputOptions &options) {

@@ -9,6 +9,7 @@ namespace tool {
 
 struct InputOptions {
   std::string file;        // "-" is standard input
+  bool named = false;      // by the user: what is found in a folder has to be a regular file
   std::string format;      // empty for RWH
   std::string size;        // empty for RWH
   std::string stride;      // empty for packed rows
@@ -44,6 +45,9 @@ const kivo::Format &parseFormat(const std::string &text, const std::string &opti
 
 // Whether the options make sense, whatever the file holds. Throws Failure.
 void checkInputOptions(const InputOptions &options);
+
+// Whether the file is standard input, or a pipe that the user has named: it can be read once, from the start.
+bool isStream(const InputOptions &options);
 
 // Reads the frame that the options describe. Throws Failure.
 RawInput loadInput(const InputOptions &options);

@@ -133,6 +133,7 @@ Exit runReport(const ReportOptions &options) {
   const auto fill = [&](const Job &job) {
     InputOptions input = options.input;
     input.file = job.input;
+    input.named = job.named;
     entries[static_cast<std::size_t>(&job - list.jobs.data())] = entryOf(input, options.autoRange);
     Outcome outcome;
     outcome.status = Outcome::Status::Converted;

@@ -238,4 +238,37 @@ if [ -c /dev/full ]; then
   says_error 'standard output: cannot be written: No space left on device'
 fi
 
+# Pipes that have a name, if it was said: read as standard input is.
+mkfifo pipe.rwh pipe.raw pipe.png
+# feed FILE: to the pipe of the same kind, if somebody reads it.
+feed() {
+  # shellcheck disable=SC2016
+  timeout 20 sh -c 'cat "$1" >"pipe.${1##*.}"' sh "$1" 2>/dev/null &
+}
+ok convert twelve.rwh a.ppm
+feed twelve.rwh && ok convert pipe.rwh b.ppm && same a.ppm b.ppm
+feed twelve.rwh && ok convert pipe.rwh fed/ --to ppm && same a.ppm fed/pipe.ppm
+ok info twelve.rwh && sed 1d stdout >a
+feed twelve.rwh && ok info pipe.rwh && sed 1d stdout >b && same a b
+feed twelve.rwh && ok report pipe.rwh -o page.html
+feed four.raw && ok convert pipe.raw b.pgm --format Mono8 --size 2x2 && tail -c 4 b.pgm >b && same four.raw b
+feed four.raw && ok import pipe.raw b.rwh --format Mono8 --size 2x2 && tail -c 4 b.rwh >b && same four.raw b
+feed scene.png && ok compare pipe.png scene.png && says '^CPSNR +equal$'
+head -c 40000 twelve.rwh >cut.rwh
+feed cut.rwh && fails 2 'pipe.rwh: is not a whole RWH file: it holds 40000 bytes, its header says 51216' \
+  convert pipe.rwh out.png
+wait
+fails 2 'pipe.rwh: not a regular file' convert 'pip[e].rwh' out/
+if [ -e /dev/stdin ]; then
+  # shellcheck disable=SC2002
+  cat twelve.rwh | "$kivocam" convert /dev/stdin b.ppm 2>stderr || fail "/dev/stdin: $(cat stderr)"
+  same a.ppm b.ppm
+  "$kivocam" convert /dev/stdin b.ppm <twelve.rwh 2>stderr || fail "/dev/stdin: $(cat stderr)"
+  same a.ppm b.ppm
+fi
+"$kivocam" convert twelve.rwh /dev/stdout --to ppm 2>stderr | cat >b.ppm
+same a.ppm b.ppm
+"$kivocam" import four.raw /dev/stdout --format Mono8 --size 2x2 2>stderr | tail -c 4 >b
+same four.raw b
+
 finish
