@@ -6,6 +6,7 @@
 
 #include <KivoCamUtl.hpp>
 #include <cstring>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -60,15 +61,21 @@ void expectPicturesOfTheWhole(const FrameView &view, const kivo::ConvertOptions 
   EXPECT_TRUE(bgr == wholeBgr);
 }
 
-// Around the ends of bands, and with a last band of a single row.
-constexpr Size kMosaics[] = {{642, 204}, {642, 206}, {642, 205}, {643, 203},  {641, 409},  {640, 614},
+// Around the ends of bands, and with a last band of a single row. Nothing about them depends on the order of
+// the colours: one order has all sizes, the others two.
+constexpr Size kMosaics[] = {{642, 206}, {643, 203}, {642, 204}, {642, 205},  {641, 409},  {640, 614},
                              {4098, 33}, {4098, 64}, {4097, 67}, {16390, 34}, {2, 131080}, {1, 131077}};
+
+std::vector<Size> sizesFor(const kivo::Format &format) {
+  const std::size_t count = format.order == kivo::BayerOrder::RG ? std::size(kMosaics) : 2;
+  return {kMosaics, kMosaics + count};
+}
 
 TEST(HppPieces, MosaicsThatShareBytes) {
   for (const kivo::Format &format : kivo::kFormats)
     if (format.isBayer() && format.packing != kivo::Packing::None)
-      for (const Size size : kMosaics)
-        for (const int gap : {-1, 0, 7})
+      for (const Size size : sizesFor(format))
+        for (const int gap : {-1, 7})
           expectPicturesOfTheWhole(Noise(format, size, ByteOrder::Little, gap).view(),
                                    {kivo::Bayer::Standard, kivo::Output::Bgra, true});
 }
@@ -76,7 +83,7 @@ TEST(HppPieces, MosaicsThatShareBytes) {
 TEST(HppPieces, MosaicsWithTheHighByteFirstOrGaps) {
   for (const kivo::Format &format : kivo::kFormats)
     if (format.isBayer() && format.packing == kivo::Packing::None && format.wordBytes == 2)
-      for (const Size size : kMosaics) {
+      for (const Size size : sizesFor(format)) {
         kivo::ConvertOptions options;
         options.anyBayerSize = true;
         expectPicturesOfTheWhole(Noise(format, size, ByteOrder::Big, 0).view(), options);
@@ -112,8 +119,9 @@ TEST(HppPieces, AdaptiveIsStandardWhereTheSizeIsOddOrSmall) {
 TEST(HppPieces, SamplesWithoutNeighbours) {
   for (const kivo::Format &format : kivo::kFormats) {
     if (format.family == kivo::Family::Yuv || format.wordBytes == 1) continue;
+    if (format.isBayer() && format.order != kivo::BayerOrder::RG) continue;
     const bool plain = format.packing == kivo::Packing::None;
-    for (const Size size : {Size{49152, 1}, Size{49151, 1}, Size{49157, 3}, Size{333, 300}, Size{98304, 2}})
+    for (const Size size : {Size{49152, 1}, Size{49151, 1}, Size{49157, 3}, Size{333, 300}})
       for (const int gap : {-1, 0, 9})
         expectPicturesOfTheWhole(Noise(format, size, plain ? ByteOrder::Big : ByteOrder::Little, gap).view(),
                                  {kivo::Bayer::Off});
