@@ -104,6 +104,8 @@ def _convert(job: Job, options: Options, outcome: Outcome) -> None:
     else:
         header = read_rwh_header(job.source)
         outcome.format, outcome.width, outcome.height = header.format.name, header.width, header.height
+    if not (outcome.width and outcome.height):
+        raise FrameSizeError(f"a frame of {outcome.width} x {outcome.height} pixels has no picture")
     size = options.picture_size(outcome.width, outcome.height)
     outcome.bytes = bmp_bytes(*size, options.channels)
     if not options.force and _there(job.target, outcome.bytes):

@@ -291,8 +291,8 @@ def _cluster(arguments: argparse.Namespace) -> Iterator[Any]:
 
 def _size(text: str) -> tuple[int, int]:
     width, _, height = text.lower().partition("x")
-    if not (width.isdecimal() and height.isdecimal()):
-        raise argparse.ArgumentTypeError(f"a size is WIDTHxHEIGHT, not {text!r}")
+    if not (width.isdecimal() and height.isdecimal() and int(width) and int(height)):
+        raise argparse.ArgumentTypeError(f"a size is WIDTHxHEIGHT, both from 1 up, not {text!r}")
     return int(width), int(height)
 
 

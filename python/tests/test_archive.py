@@ -125,6 +125,22 @@ def test_rotten_files_do_not_stop_the_others(tmp_path):
     assert f"{len(good) - 1} bytes long" in bad["cut.rwh"]["error"]
 
 
+def test_frames_without_pixels_are_told(tmp_path):
+    """Their BMP files would have a header that no program opens; neither are they taken for there."""
+    source, target = tmp_path / "in", tmp_path / "out"
+    source.mkdir()
+    target.mkdir()
+    for width, height in ((0, 0), (0, 5), (7, 0)):
+        kivo.write_rwh(source / f"{width}x{height}.rwh", np.empty((height, width), np.uint8), "Mono8")
+        kivo.write_bmp(target / f"{width}x{height}.bmp", np.empty((height, width, 3), np.uint8))
+    before = outputs(target)
+    done = run(source, target)
+    assert done.returncode == 1 and report_of(target)["counts"]["failed"] == 3
+    for size in ("0 x 0", "0 x 5", "7 x 0"):
+        assert f"{size.replace(' ', '')}.rwh: a frame of {size} pixels has no" in done.stderr
+    assert outputs(target) == before
+
+
 def test_two_files_with_one_output(tmp_path):
     source, target = tmp_path / "in", tmp_path / "out"
     source.mkdir()
@@ -191,6 +207,8 @@ def test_what_is_done_to_samples(tmp_path):
     (["in", "out", "--format", "Mono8"], 2, "--size"),
     (["in", "out", "--format", "Mono9", "--size", "8x8"], 2, "Mono9"),
     (["in", "out", "--format", "Mono8", "--size", "8by8"], 2, "8by8"),
+    (["in", "out", "--format", "Mono8", "--size", "0x5"], 2, "0x5"),
+    (["in", "out", "--crop", "5x0+1+1"], 2, "5x0"),
     (["in", "out", "--scheduler", "tcp://127.0.0.1:1", "--wait", "1"], 3, "tcp://127.0.0.1:1"),
 ])
 def test_wrong_command_lines(arguments, code, text, tmp_path):
