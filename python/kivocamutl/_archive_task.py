@@ -114,6 +114,9 @@ def _convert(job: Job, options: Options, outcome: Outcome) -> None:
     how: dict[str, Any] = {"bayer": options.bayer, "output": options.output, "crop": options.crop,
                            "auto_range": options.auto_range, "shift": options.shift}
     if layout is not None:
+        length = os.path.getsize(job.source)
+        if length < layout.offset:
+            raise FrameSizeError(f"the file has {length} bytes, and the frame begins behind {layout.offset}")
         # Bytes behind the frame are ignored.
         data = np.fromfile(job.source, np.uint8, offset=layout.offset)
         raw = as_frame(data, layout.format, layout.width, layout.height, layout.stride)

@@ -35,6 +35,7 @@ import time
 from typing import Any, Iterator, Optional, Sequence
 
 from ._archive_task import Job, Options, Outcome, RawLayout, run_batch, stopped_runs
+from ._terminal import columns, say
 from .errors import KivoError
 from .files import TEMPORARY_SUFFIX, atomic_file, is_abandoned
 from .pixel_formats import find_any_format
@@ -128,7 +129,9 @@ class _Progress:
         line = f"{done}/{self.total} files, {failed} failed, {rate:.0f}/s"
         line += "" if done == self.total else f", {left:.0f} s left"
         if self.terminal:
-            line = f"\r{line}\033[K"
+            # In the last column it would wrap, and a line that wraps is not rewritten as a whole.
+            width = columns(sys.stderr)
+            line = f"\r{line if width is None else line[: width - 1]}\033[K"
         print(line, end="" if self.terminal and not last else "\n", file=sys.stderr, flush=True)
 
 
@@ -431,7 +434,7 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
             raise NotADirectoryError(20, "not a folder", source)
         os.makedirs(target, exist_ok=True)
     except OSError as error:
-        print(f"archive: {error}", file=sys.stderr)
+        say(f"archive: {error}", sys.stderr)
         return EXIT_USAGE
 
     options = Options(arguments.bayer, arguments.output, arguments.force, f"{secrets.token_hex(4)}-", layout,
@@ -451,7 +454,7 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
         print("archive: interrupted; the same command continues", file=sys.stderr)
     except (OSError, TimeoutError) as error:
         code = EXIT_CLUSTER
-        print(f"archive: no cluster at {arguments.scheduler or 'this machine'}: {error}", file=sys.stderr)
+        say(f"archive: no cluster at {arguments.scheduler or 'this machine'}: {error}", sys.stderr)
 
     # What workers were writing when they died. A worker that still writes after an interruption finds its
     # temporary file gone and leaves nothing.
@@ -463,17 +466,19 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     summary = {"source": source, "target": target, "bayer": options.bayer, "output": options.output,
                "started": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(started)),
                "seconds": round(time.time() - started, 3)}
+    where = f"; report in {report}"
     try:
         write_report(report, outcomes, summary)
     except OSError as error:
-        print(f"archive: cannot write the report: {error}", file=sys.stderr)
+        say(f"archive: cannot write the report: {error}", sys.stderr)
+        where = ""
         code = code or EXIT_FAILED
     for outcome in outcomes[: len(outcomes) if tally["failed"] <= 20 else 0]:
         if outcome.status == "failed":
-            print(f"archive: {outcome.name}: {outcome.error}", file=sys.stderr)
+            say(f"archive: {outcome.name}: {outcome.error}", sys.stderr)
     if not arguments.quiet:
         text = ", ".join(f"{count} {status}" for status, count in tally.items() if count) or "no files"
-        print(f"{text}; report in {report}".encode("utf-8", "backslashreplace").decode())
+        say(text + where, sys.stdout)
     if code == EXIT_OK and (tally["failed"] or tally["not run"]):
         code = EXIT_FAILED
     return code

@@ -13,6 +13,7 @@ import signal
 import struct
 import subprocess
 import sys
+import termios
 import textwrap
 import time
 
@@ -457,11 +458,11 @@ def test_batches(files, cores, most):
         assert max(map(len, batches)) == max(1, min(most, (8 << 20) // size if size else most))
 
 
-def test_a_line_of_progress_on_a_terminal(tmp_path):
-    make_tree(tmp_path / "in", 40)
+def on_a_terminal(columns, *arguments):
+    """What a run writes to a terminal of this width as its standard error."""
     parent, child = os.openpty()
-    process = subprocess.Popen(command(tmp_path / "in", tmp_path / "out"), env=ENVIRONMENT, stderr=child,
-                               stdout=subprocess.DEVNULL)
+    fcntl.ioctl(child, termios.TIOCSWINSZ, struct.pack("4H", 24, columns, 0, 0))
+    process = subprocess.Popen(command(*arguments), env=ENVIRONMENT, stderr=child, stdout=subprocess.DEVNULL)
     os.close(child)
     shown = b""
     try:
@@ -472,12 +473,64 @@ def test_a_line_of_progress_on_a_terminal(tmp_path):
     finally:
         os.close(parent)
     assert process.wait(60) == 0
-    lines = shown.decode().split("\r")
-    assert lines[-2].startswith("40/40 files, 0 failed, "), shown
+    return shown.decode()
+
+
+def test_a_line_of_progress_on_a_terminal(tmp_path):
+    make_tree(tmp_path / "in", 40)
+    shown = on_a_terminal(200, tmp_path / "in", tmp_path / "out")
+    assert shown.split("\r")[-2].startswith("40/40 files, 0 failed, "), shown
     # The same in a pipe: lines, without anything to rewrite them.
     done = run(tmp_path / "in", tmp_path / "out")
     assert done.stderr.splitlines()[-1].startswith("40/40 files, 0 failed, ")
     assert "\r" not in done.stderr and "\033" not in done.stderr
+
+
+@pytest.mark.parametrize("columns, last", [(12, "40/40 files"), (24, "40/40 files, 0 failed, ")])
+def test_a_line_of_progress_does_not_wrap(columns, last, tmp_path):
+    make_tree(tmp_path / "in", 40)
+    lines = on_a_terminal(columns, tmp_path / "in", tmp_path / "out").replace("\033[K", "").split("\r")
+    assert lines[-2] == last and max(map(len, lines)) < columns
+
+
+def test_names_give_a_terminal_no_orders(tmp_path):
+    source, report = tmp_path / "in", tmp_path / "\x1b[2Jreport.json"
+    source.mkdir()
+    name = "\x1b[31mred\nfake line\x7f\u009b1m\u00fcml\udcff.rwh"
+    (source / name).write_bytes(b"")
+    done = run(source, tmp_path / "out", "--report", report)
+    assert done.returncode == 1
+    shown = "\\x1b[31mred\\x0afake line\\x7f\\x9b1m\u00fcml\\udcff.rwh"
+    assert f"archive: {shown}: {source}/{shown}: 0 bytes are too short" in done.stderr
+    assert done.stdout == f"1 failed; report in {tmp_path}/\\x1b[2Jreport.json\n"
+    assert json.loads(report.read_text())["files"][0]["name"] == name
+
+
+def test_letters_that_the_terminal_has_not(tmp_path):
+    make_tree(tmp_path / "in", 1)
+    done = subprocess.run(command(tmp_path / "in", tmp_path / "\u00fc\u4e2d"), capture_output=True, text=True,
+                          timeout=120, env={**ENVIRONMENT, "PYTHONIOENCODING": "ascii"})
+    assert done.returncode == 0, done.stderr
+    assert done.stdout == f"1 converted; report in {tmp_path}/\\xfc\\u4e2d/archive-report.json\n"
+
+
+def test_a_report_that_cannot_be_written_is_not_named(tmp_path):
+    want = make_tree(tmp_path / "in", 2)
+    done = run(tmp_path / "in", tmp_path / "out", "--report", tmp_path / "missing" / "report.json")
+    assert done.returncode == 1 and "cannot write the report: " in done.stderr
+    assert done.stdout == "2 converted\n"
+    assert outputs(tmp_path / "out") == want
+
+
+def test_an_offset_behind_the_end(tmp_path):
+    (tmp_path / "in").mkdir()
+    for length in (9, 10, 11):
+        (tmp_path / "in" / f"{length}.raw").write_bytes(bytes(length))
+    done = run(tmp_path / "in", tmp_path / "out", "--format", "Mono8", "--size", "1x1", "--offset", "10")
+    assert done.returncode == 1
+    assert "9.raw: the file has 9 bytes, and the frame begins behind 10" in done.stderr
+    assert "10.raw: the buffer has 0 bytes" in done.stderr
+    assert list(outputs(tmp_path / "out")) == ["11.bmp"]
 
 
 def test_help_has_examples_and_exit_codes():
