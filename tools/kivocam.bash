@@ -20,6 +20,12 @@ _kivocam() {
   local headerless='-f --format -s --size --stride --offset --swap-bytes'
   local options=
   COMPREPLY=()
+  # --option=value: bash takes the sign for a word of its own.
+  if [ "$word" = = ]; then
+    word=
+  elif [ "$before" = = ]; then
+    before=${COMP_WORDS[COMP_CWORD - 2]}
+  fi
   if [ "$COMP_CWORD" -eq 1 ]; then
     mapfile -t COMPREPLY < <(compgen -W "info report formats convert import mosaic compare scene sheet \
       $common --version" -- "$word")

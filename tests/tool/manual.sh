@@ -46,6 +46,13 @@ for command in '' $commands; do
     [ ! -s warnings ] || fail "$page: $(cat warnings)"
   fi
 done
+for page in "$tools"/man/*.1; do
+  checks=$((checks + 2))
+  grep -Eq '^\.TH [A-Z-]+ 1 "20[0-9]{2}-[01][0-9]-[0-3][0-9]" ' "$page" || fail "$page has no date"
+  if command -v mandoc >warnings; then
+    mandoc -Tlint -Wwarning "$page" >warnings 2>&1 || fail "$page: $(cat warnings)"
+  fi
+done
 for command in $commands; do
   checks=$((checks + 1))
   grep -q "kivocam\\\\-$command (1)" "$tools/man/kivocam.1" || fail "kivocam.1 does not name $command"
@@ -83,6 +90,9 @@ END
   completes convert a.rwh --bayer '' && offers 'acpi off standard'
   completes convert --to p && offers 'pgm png ppm'
   completes mosaic --to '' && offers 'raw rwh'
+  completes convert --bayer = && offers 'acpi off standard'
+  completes convert --bayer = a && offers acpi
+  completes info a.rwh --format = bayerrg12 && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
   completes info --format bayerrg12 && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
   "$kivocam" formats | awk 'NR > 1 { print $1 }' | sort -u >help
   completes convert -f ''
@@ -112,12 +122,12 @@ END
     script -qec 'bash --noprofile --rcfile rc -i' /dev/null <keys >typed 2>&1 &
     exec 9>keys
     shown '> '
-    printf 'kivocam conv\ta\\ fr\t--bay\tac\t; exit\n' >&9
+    printf 'kivocam conv\ta\\ fr\t--bay\tac\t--format=BayerRG12Pa\t; exit\n' >&9
     shown '; exit'
     exec 9>&-
     wait $!
     checks=$((checks + 1))
-    grep -aFq 'kivocam convert a\ frame.rwh --bayer acpi ; exit' typed ||
+    grep -aFq 'kivocam convert a\ frame.rwh --bayer acpi --format=BayerRG12Packed ; exit' typed ||
       fail "the tabulator key gives $(tr -d '\033\007' <typed)"
   fi
 fi
