@@ -21,7 +21,7 @@ enum class Exit : int {
 class Failure : public std::runtime_error {
  public:
   Failure(Exit code, const std::string &subject, const std::string &wrong)
-      : std::runtime_error(subject + ": " + wrong), code_(code) {}
+      : std::runtime_error((subject.empty() ? "''" : subject) + ": " + wrong), code_(code) {}
   Exit code() const noexcept { return code_; }
 
  private:

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The command line of kivocam: what can be said, and how each command ends.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <new>
+#include <string_view>
+#include <vector>
 
 #include "commands.h"
 #include "failure.h"
@@ -346,6 +350,14 @@ int complainUsage(const CLI::App &app, const CLI::ParseError &error) {
   return complain(std::string(error.what()) + "; see 'kivocam" + command + " --help'", Exit::Usage);
 }
 
+// What went to standard output is what was asked for: what did not reach the reader is nothing.
+int ended(Exit result) {
+  std::cout.flush();
+  if (!std::cout || std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    return complain("standard output: cannot be written", Exit::Output);
+  return static_cast<int>(result);
+}
+
 int run(int argc, char **argv) {
   Options all;
   CLI::App app("Raw frames of machine-vision cameras: look at them, convert them, make them.", "kivocam");
@@ -369,20 +381,25 @@ int run(int argc, char **argv) {
   addCompare(app, all);
   addScene(app, all);
   addSheet(app, all);
-  const auto isFirstWord = [argv](const CLI::App *command) { return command->get_name() == argv[1]; };
-  if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isFirstWord).empty())
-    return complain("'" + std::string(argv[1]) + "' is not a command; see 'kivocam --help'", Exit::Usage);
+  // "help" and "help convert" are "--help" and "convert --help".
+  std::vector<const char *> words(argv, argv + argc);
+  if (words.size() > 1 && std::string_view(words[1]) == "help") {
+    words.erase(words.begin() + 1);
+    words.resize(std::min<std::size_t>(words.size(), 2));
+    words.push_back("--help");
+  }
+  const auto isFirstWord = [&words](const CLI::App *command) { return command->get_name() == words[1]; };
+  if (words.size() > 1 && words[1][0] != '-' && app.get_subcommands(isFirstWord).empty())
+    return complain("'" + std::string(words[1]) + "' is not a command; see 'kivocam --help'", Exit::Usage);
   try {
-    app.parse(argc, argv);
+    app.parse(static_cast<int>(words.size()), words.data());
   } catch (const CLI::Success &success) {
-    return app.exit(success);
+    app.exit(success);
+    return ended(Exit::Ok);
   } catch (const CLI::ParseError &error) {
     return complainUsage(app, error);
   }
-  // Facts that did not reach the reader are no facts.
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-    return complain("standard output: cannot be written", Exit::Output);
-  return static_cast<int>(all.result);
+  return ended(all.result);
 }
 
 }  // namespace

@@ -156,6 +156,13 @@ fails 1 "OUT is required; see 'kivocam convert --help'" convert good.rwh
 fails 1 "The following argument was not expected: --fast; see 'kivocam convert --help'" convert good.rwh out.png --fast
 fails 1 "--format is required; see 'kivocam mosaic --help'" mosaic scene.png out.rwh
 fails 1 "--columns: Value 0 not in range 1 to 64; see 'kivocam sheet --help'" sheet out.png scene.png --columns 0
+fails 1 "'frobnicate' is not a command; see 'kivocam --help'" help frobnicate
+ok --help && cp stdout help && ok help && same stdout help
+ok convert --help && cp stdout help && ok help convert && same stdout help
+# A name can be missing, too: it is seen nevertheless.
+fails 2 "'': cannot be opened: No such file or directory" convert '' out.png
+fails 2 "'': cannot be opened: No such file or directory" compare '' scene.png
+fails 3 "'': cannot be written: No such file or directory" import good.rwh '' --format Mono8 --size 160x160 --offset 16
 # A file name cannot break the line.
 name=$(printf 'two\nlines')
 fails 2 'two\x0alines: cannot be opened: No such file or directory' convert "$name" out.png

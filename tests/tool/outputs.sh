@@ -54,11 +54,14 @@ done
 
 # Facts that reach nobody are an error.
 if [ -c /dev/full ]; then
-  "$kivocam" formats >/dev/full 2>stderr
-  code=$?
-  checks=$((checks + 1))
-  [ $code -eq 3 ] || fail "formats to a full disk: exit code $code"
-  [ "$(cat stderr)" = "kivocam: standard output: cannot be written" ] || fail "$(cat stderr)"
+  for command in formats --help 'convert --help' --version; do
+    # shellcheck disable=SC2086
+    "$kivocam" $command >/dev/full 2>stderr
+    code=$?
+    checks=$((checks + 1))
+    [ $code -eq 3 ] || fail "$command to a full disk: exit code $code"
+    [ "$(cat stderr)" = "kivocam: standard output: cannot be written" ] || fail "$(cat stderr)"
+  done
 fi
 
 # Interrupted in the middle of writing, where the file has no name yet or a hidden one. The picture takes long
