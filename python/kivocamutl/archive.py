@@ -37,7 +37,7 @@ from typing import Any, Iterator, Optional, Sequence
 from ._archive_task import Job, Options, Outcome, RawLayout, run_batch, stopped_runs
 from ._terminal import columns, say
 from .errors import KivoError
-from .files import TEMPORARY_SUFFIX, atomic_file, is_abandoned
+from .files import TEMPORARY_SUFFIX, atomic_file, remove_unwritten
 from .pixel_formats import find_any_format
 
 __all__ = ["main", "Archive", "find_jobs"]
@@ -93,9 +93,10 @@ def find_jobs(source: str, target: str, raw_extensions: Sequence[str] = ()) -> t
 
 
 def remove_leftovers(folder: str, tag: str) -> int:
-    """Deletes temporary files of workers that died: those of this run, and those of any run that nobody writes.
+    """Deletes temporary files of workers that died, of this run and of any other; returns how many.
 
-    Where the file system has no locks that tell, a file counts as written until it is an hour old.
+    A file that its writer has locked stays. Where no lock tells, a file of another run counts as written until
+    it is an hour old, and one of this run as left behind.
     """
     removed = 0
     for path, _, names in os.walk(folder):
@@ -105,9 +106,7 @@ def remove_leftovers(folder: str, tag: str) -> int:
             full = os.path.join(path, name)
             with contextlib.suppress(OSError):
                 old = time.time() - os.stat(full).st_mtime > _STALE_SECONDS
-                if old or f".{tag}" in name or is_abandoned(full):
-                    os.unlink(full)
-                    removed += 1
+                removed += remove_unwritten(full, untold=old or f".{tag}" in name)
     return removed
 
 
@@ -456,8 +455,7 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
         code = EXIT_CLUSTER
         say(f"archive: no cluster at {arguments.scheduler or 'this machine'}: {error}", sys.stderr)
 
-    # What workers were writing when they died. A worker that still writes after an interruption finds its
-    # temporary file gone and leaves nothing.
+    # What workers were writing when they died. One that still writes after an interruption finishes its file.
     remove_leftovers(target, options.tag)
     known = {outcome.name for outcome in outcomes}
     outcomes = [*rejected, *outcomes,

@@ -11,6 +11,7 @@ import contextlib
 import errno
 import fcntl
 import io
+import itertools
 import os
 import secrets
 import stat
@@ -34,6 +35,7 @@ _HEADER = struct.Struct("<4I")
 _BMP_HEADER = {1: 1078, 3: 54, 4: 54}
 _BMP_WRITER = {1: "SaveBmpMono_S", 3: "SaveBmpRGB_S", 4: "SaveBmpARGB_S"}
 TEMPORARY_SUFFIX = ".kivo-part"
+_ATTEMPTS = 100
 
 
 class RawFrame(NamedTuple):
@@ -139,6 +141,41 @@ def _shortened(name: str) -> str:
     return name
 
 
+def _write_error(error: OSError, path: PathLike) -> FileWriteError:
+    """What the system said about the temporary file, said of the file that the caller named."""
+    return FileWriteError(error.errno, os.strerror(error.errno or 0), os.fsdecode(path))
+
+
+def _new_temporary(target: str, tag: str) -> tuple[str, int]:
+    """Name and descriptor of an empty file beside the target, locked where the file system has locks.
+
+    The lock tells a file that is written from one whose writer died.
+    """
+    folder, name = os.path.split(target)
+    for attempt in itertools.count():
+        temporary = os.path.join(folder, f".{_shortened(name)}.{tag}{secrets.token_hex(6)}{TEMPORARY_SUFFIX}")
+        descriptor = os.open(temporary, os.O_RDWR | os.O_CREAT | os.O_EXCL | getattr(os, "O_CLOEXEC", 0), 0o666)
+        # Between its creation and its lock another run may have taken the file for a leftover.
+        ours = _lock(descriptor) is not False and os.fstat(descriptor).st_nlink != 0
+        if ours or attempt >= _ATTEMPTS:
+            break
+        os.close(descriptor)
+        with contextlib.suppress(OSError):
+            os.unlink(temporary)
+    return temporary, descriptor
+
+
+def _lock(descriptor: int) -> Optional[bool]:
+    """Whether the file is locked now for this descriptor alone; None where the file system has no locks."""
+    try:
+        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        return False
+    except OSError:
+        return None
+    return True
+
+
 @contextlib.contextmanager
 def atomic_file(path: PathLike, tag: str = "") -> Iterator[tuple[str, int]]:
     """Name and descriptor of an empty file that takes the place of `path` when the block ends well.
@@ -150,17 +187,15 @@ def atomic_file(path: PathLike, tag: str = "") -> Iterator[tuple[str, int]]:
     with contextlib.suppress(FileNotFoundError):
         if not stat.S_ISREG(os.stat(target).st_mode):
             raise FileWriteError(errno.EINVAL, "not a regular file", os.fsdecode(path))
-    folder, name = os.path.split(target)
-    temporary = os.path.join(folder, f".{_shortened(name)}.{tag}{secrets.token_hex(6)}{TEMPORARY_SUFFIX}")
-    descriptor = os.open(temporary, os.O_RDWR | os.O_CREAT | os.O_EXCL | getattr(os, "O_CLOEXEC", 0), 0o666)
+    temporary, descriptor = _new_temporary(target, tag)
     try:
         try:
-            # Where the file system has locks, they tell a file that is written from one whose writer died.
-            with contextlib.suppress(OSError):
-                fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
             yield temporary, descriptor
-            os.fsync(descriptor)
-            os.replace(temporary, target)
+            try:
+                os.fsync(descriptor)
+                os.replace(temporary, target)
+            except OSError as error:
+                raise _write_error(error, path) from None
         finally:
             os.close(descriptor)
     except BaseException:
@@ -169,19 +204,27 @@ def atomic_file(path: PathLike, tag: str = "") -> Iterator[tuple[str, int]]:
         raise
 
 
-def is_abandoned(temporary: str) -> bool:
-    """Whether the writer of a temporary file is gone for sure."""
+def remove_unwritten(temporary: str, untold: bool) -> bool:
+    """Deletes a temporary file that no writer has locked; says whether it did.
+
+    Where no lock can tell, `untold` decides: on a file system without locks, or for a file of another user.
+
+    :raises OSError: the file cannot be deleted, or is gone.
+    """
     try:
         descriptor = os.open(temporary, os.O_RDWR | getattr(os, "O_CLOEXEC", 0))
     except OSError:
-        return False
+        descriptor = -1
     try:
-        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
-    except OSError:
-        return False  # it is being written, or the file system has no locks
+        # The lock is held until the file is gone, so that no writer can lock it in between.
+        locked = _lock(descriptor) if descriptor >= 0 else None
+        if locked is False or (locked is None and not untold):
+            return False
+        os.unlink(temporary)
+        return True
     finally:
-        os.close(descriptor)
-    return True
+        if descriptor >= 0:
+            os.close(descriptor)
 
 
 def _write_all(descriptor: int, data: Any, path: PathLike) -> None:
@@ -190,7 +233,7 @@ def _write_all(descriptor: int, data: Any, path: PathLike) -> None:
         try:
             view = view[os.write(descriptor, view) :]
         except OSError as error:
-            raise FileWriteError(error.errno, os.strerror(error.errno or 0), os.fsdecode(path)) from None
+            raise _write_error(error, path) from None
 
 
 def write_rwh(

@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import ctypes
 import errno
+import fcntl
 import os
 import pickle
 import struct
@@ -230,11 +231,73 @@ def test_errors_survive_pickling():
         assert type(back) is type(error) and str(back) == str(error)
 
 
-def test_a_file_that_is_written_is_not_abandoned(tmp_path):
-    from kivocamutl import files
-
+def test_a_file_that_is_written_is_no_leftover(tmp_path):
     with files.atomic_file(tmp_path / "a.bmp") as (temporary, _):
-        assert not files.is_abandoned(temporary)
+        assert not files.remove_unwritten(temporary, untold=True)
+        assert os.path.exists(temporary)
     assert [p.name for p in tmp_path.iterdir()] == ["a.bmp"]
-    assert files.is_abandoned(str(tmp_path / "a.bmp"))
-    assert not files.is_abandoned(str(tmp_path / "gone"))
+    left = tmp_path / ".a.bmp.12.kivo-part"
+    left.write_bytes(b"half a picture")
+    assert files.remove_unwritten(str(left), untold=False) and not left.exists()
+    with pytest.raises(FileNotFoundError):
+        files.remove_unwritten(str(left), untold=True)
+
+
+def test_leftovers_without_locks(tmp_path, monkeypatch):
+    """On a file system without locks the caller's word decides, and files are written all the same."""
+
+    def flock(descriptor, operation):
+        raise OSError(errno.ENOLCK, "No locks available")
+
+    monkeypatch.setattr(fcntl, "flock", flock)
+    with files.atomic_file(tmp_path / "a.bmp") as (temporary, descriptor):
+        os.write(descriptor, b"whole")
+        assert not files.remove_unwritten(temporary, untold=False)
+    assert (tmp_path / "a.bmp").read_bytes() == b"whole"
+    left = tmp_path / ".a.bmp.12.kivo-part"
+    left.write_bytes(b"half a picture")
+    assert not files.remove_unwritten(str(left), untold=False) and left.exists()
+    assert files.remove_unwritten(str(left), untold=True) and not left.exists()
+
+
+@pytest.mark.parametrize("moment", ["deleted", "locked"])
+def test_a_file_that_is_swept_up_before_its_lock(moment, tmp_path, monkeypatch):
+    """Another run looks for leftovers between the creation of a temporary file and its lock."""
+    real, others = os.open, []
+
+    def sweep(name, *arguments, **keywords):
+        descriptor = real(name, *arguments, **keywords)
+        if not others and str(name).endswith(files.TEMPORARY_SUFFIX):
+            others.append(open(name, "rb"))
+            fcntl.flock(others[0], fcntl.LOCK_EX)
+            if moment == "deleted":
+                os.unlink(name)
+                fcntl.flock(others[0], fcntl.LOCK_UN)
+        return descriptor
+
+    monkeypatch.setattr(os, "open", sweep)
+    kivo.write_rwh(tmp_path / "a.rwh", bytes(4), "Mono8", width=2, height=2)
+    assert len(others) == 1
+    others[0].close()
+    assert os.listdir(tmp_path) == ["a.rwh"]
+    assert kivo.read_rwh(tmp_path / "a.rwh").array.shape == (2, 2)
+
+
+@pytest.mark.parametrize("write", [lambda path: kivo.write_rwh(path, bytes(4), "Mono8", width=2, height=2),
+                                   lambda path: kivo.write_bmp(path, np.zeros((2, 2), np.uint8))])
+@pytest.mark.parametrize("call, number", [("fsync", errno.ENOSPC), ("fsync", errno.EIO), ("replace", errno.EDQUOT)])
+def test_trouble_at_the_end_of_a_write(call, number, write, tmp_path, monkeypatch):
+    """A disk may say so late that it is full: when the file goes to it, or when it gets its name."""
+
+    def refuse(*arguments):
+        raise OSError(number, os.strerror(number), "a temporary name")
+
+    path = tmp_path / "target"
+    path.write_bytes(b"what was there")
+    monkeypatch.setattr(os, call, refuse)
+    with pytest.raises(kivo.FileWriteError) as caught:
+        write(path)
+    assert (caught.value.errno, caught.value.filename) == (number, str(path))
+    assert path.read_bytes() == b"what was there"
+    assert os.listdir(tmp_path) == ["target"]
+
