@@ -151,22 +151,14 @@ class Converter {
     developed.write(type_, options_.pngLevel, *output);
     output->commit();
     outcome.status = Outcome::Status::Converted;
-    noteOnce(from, outcome.ignoredBytes);
     return outcome;
   }
 
  private:
-  // What is true of one file of an archive is true of all: one line is enough.
-  void noteOnce(const InputOptions &from, std::uint64_t ignoredBytes) {
-    if (options_.quiet || ignoredBytes == 0) return;
-    std::call_once(noted_, [&] { noteIgnored(from, ignoredBytes); });
-  }
-
   const ConvertOptions &options_;
   const Treatment treatment_;
   PictureType type_ = PictureType::Png;
   Folders folders_;
-  std::once_flag noted_;
 };
 
 // A line of facts about one file, or nothing.
@@ -225,6 +217,8 @@ Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &
     const bool converted = outcome.status == Outcome::Status::Converted;
     (converted ? result.counts.converted : result.counts.skipped) = 1;
     finish(outcome);
+    if (outcome.ignoredBytes != 0 && !options.quiet)
+      std::fprintf(stderr, "%s\n", ignoredNote(job.input, outcome.ignoredBytes).c_str());
   } catch (const std::exception &) {
     if (options.json) {
       result.counts.failed = 1;
@@ -240,9 +234,14 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
   Counts counts;
   counts.total = list.jobs.size() + list.unreadable.size();
   counts.failed = list.unreadable.size();
+  bool noted = false;
   const auto report = [&](const Job &job, const Outcome &outcome) {
     const std::string facts = lineOf(options, true, job, outcome);
     if (!facts.empty()) progress.line(facts, stdout);
+    // What is true of one file of an archive is true of all: one line is enough.
+    if (outcome.ignoredBytes == 0 || noted || options.quiet) return;
+    progress.line(ignoredNote(job.input, outcome.ignoredBytes));
+    noted = true;
   };
   for (const Unreadable &tree : list.unreadable) {
     Outcome outcome;

@@ -321,11 +321,9 @@ RawInput loadInput(const InputOptions &options) {
   return input;
 }
 
-void noteIgnored(const InputOptions &options, std::uint64_t ignoredBytes) {
-  if (ignoredBytes == 0) return;
+std::string ignoredNote(const std::string &file, std::uint64_t ignoredBytes) {
   const std::string count = ignoredBytes == kUncounted ? "more" : tool::format("%" PRIu64, ignoredBytes);
-  std::fprintf(stderr, "kivocam: %s: note: %s bytes behind the frame are ignored\n",
-               oneLine(inputName(options.file)).c_str(), count.c_str());
+  return "kivocam: " + oneLine(inputName(file)) + ": note: " + count + " bytes behind the frame are ignored";
 }
 
 }  // namespace tool

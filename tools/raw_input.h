@@ -55,8 +55,8 @@ RawInput loadInput(const InputOptions &options);
 // What messages call an input: its name, or "standard input".
 std::string inputName(const std::string &file);
 
-// Says on standard error that so many bytes behind the frame are ignored; nothing for 0.
-void noteIgnored(const InputOptions &options, std::uint64_t ignoredBytes);
+// The line that says that so many bytes behind the frame are ignored.
+std::string ignoredNote(const std::string &file, std::uint64_t ignoredBytes);
 
 // Header of an RWH file. Throws Failure when there is none.
 kivo::RwhInfo loadHeader(const std::string &file);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The commands that make one frame or picture: import, mosaic and scene.
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 
@@ -59,7 +60,8 @@ void runImport(const ImportOptions &options) {
   } else {
     saveRwh(input.frame.view(), options.output);
   }
-  noteIgnored(options.input, input.ignoredBytes);
+  if (input.ignoredBytes != 0)
+    std::fprintf(stderr, "%s\n", ignoredNote(options.input.file, input.ignoredBytes).c_str());
 }
 
 void runMosaic(const MosaicOptions &options) {

@@ -186,6 +186,20 @@ if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; the
     [ "$(grep -Eac '^(\{"input": .*\}|RGB8 1200x1000 [A-Za-z0-9]+ [0-9.]+ many/[0-9]+\.rwh)$' lines)" -ge 11 ] &&
       ! grep -aq '[0-9]/12' lines || fail "$facts: $(cat lines)"
   done
+  # A note, too. It comes once.
+  rm -rf bar notes && mkdir notes && i=0
+  while [ "$i" -lt 6 ]; do
+    head -c 3600000 large.rwh >notes/$i.raw
+    # The first ones are no longer than they should be: there is a bar before the note.
+    [ "$i" -lt 3 ] || printf '1' >>notes/$i.raw
+    i=$((i + 1))
+  done
+  TERM=xterm script -qec "'$kivocam' convert notes bar --format RGB8 --size 1200x1000 --png-level 9 -j 1 --no-sync" \
+    /dev/null >terminal 2>&1
+  checks=$((checks + 1))
+  [ "$(tr '\r' '\n' <terminal | sed 's/^.\[K//' |
+    grep -Exc 'kivocam: notes/3\.raw: note: 1 bytes behind the frame are ignored')" -eq 1 ] || fail "$(cat terminal)"
+  [ "$(grep -Eac 'note: 1 bytes' terminal)" -eq 1 ] || fail "$(cat terminal)"
 fi
 
 finish
