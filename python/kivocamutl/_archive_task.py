@@ -6,6 +6,7 @@ from __future__ import annotations
 import dataclasses
 import os
 import socket
+import stat
 import time
 from typing import Any, Optional, Sequence
 
@@ -90,11 +91,13 @@ class Outcome:
 stopped_runs: set[str] = set()
 
 
-def _there(path: str, size: int) -> bool:
+def _there(job: Job, size: int) -> bool:
+    """Whether the output is a file of this size that is no older than its source."""
     try:
-        return os.path.isfile(path) and os.path.getsize(path) == size
+        target, source = os.stat(job.target), os.stat(job.source)
     except OSError:
         return False
+    return stat.S_ISREG(target.st_mode) and target.st_size == size and target.st_mtime_ns >= source.st_mtime_ns
 
 
 def _convert(job: Job, options: Options, outcome: Outcome) -> None:
@@ -108,7 +111,7 @@ def _convert(job: Job, options: Options, outcome: Outcome) -> None:
         raise FrameSizeError(f"a frame of {outcome.width} x {outcome.height} pixels has no picture")
     size = options.picture_size(outcome.width, outcome.height)
     outcome.bytes = bmp_bytes(*size, options.channels)
-    if not options.force and _there(job.target, outcome.bytes):
+    if not options.force and _there(job, outcome.bytes):
         outcome.status = "skipped"
         return
     how: dict[str, Any] = {"bayer": options.bayer, "output": options.output, "crop": options.crop,

@@ -7,9 +7,10 @@ Work is spread by dask.distributed: over threads of this process by default (the
 while a frame is converted), over processes of this machine with ``--workers``, over a cluster with
 ``--scheduler``. Workers of a cluster see SRC and DST under the same paths.
 
-An output appears under its name only when it is whole. Outputs that are there with the right size are left
-alone, so a run that was cut short is continued by the same command. A file that cannot be converted does not
-stop the others; trouble of the disk or of a worker is tried again. The report tells what became of each.
+An output appears under its name only when it is whole. Outputs that are there with the right size, no older
+than their sources, are left alone, so a run that was cut short is continued by the same command; options that
+were changed take effect on them with ``--force`` only. A file that cannot be converted does not stop the
+others; trouble of the disk or of a worker is tried again. The report tells what became of each.
 """
 
 from __future__ import annotations
@@ -325,7 +326,8 @@ examples:
   python3 -m kivocamutl.archive frames/ pictures/ --scheduler tcp://10.0.0.5:8786
   python3 -m kivocamutl.archive dumps/ pictures/ --format BayerRG12p --size 1920x1080 --auto-range
 
-The same command once more continues a run that was interrupted: what is there with the right size is skipped.
+The same command once more continues a run that was interrupted: what is there with the right size, and is no
+older than its source, is skipped. Options that were changed take effect on it with --force only.
 
 exit codes:
   0    every file has its output
@@ -370,7 +372,8 @@ def _parser() -> argparse.ArgumentParser:
     parser.add_argument("--offset", type=_count, default=0, metavar="BYTES", help="bytes in front of their frames")
     parser.add_argument("--extension", action="append", metavar="EXT",
                         help="extension of headerless files; may be repeated (default: .raw)")
-    parser.add_argument("--force", action="store_true", help="convert again what is there already")
+    parser.add_argument("--force", action="store_true",
+                        help="convert again what is there already, as after a change of options")
     parser.add_argument("--retries", type=_count, default=2, metavar="N",
                         help="how often to try again after trouble of disk or worker (default: %(default)s)")
     parser.add_argument("--report", metavar="FILE",

@@ -101,6 +101,27 @@ def test_a_tree_and_then_again(tmp_path):
     assert outputs(target)["day0/camera/frame0000.bmp"] == bmp(model.grey(frame, "BGR"))
 
 
+def test_a_frame_that_is_newer_than_its_output(tmp_path):
+    """A frame captured anew under its old name; one that was copied with its old date is not told from the first."""
+    source, target = tmp_path / "in", tmp_path / "out"
+    source.mkdir()
+    old, new = (make_frame(kivo.find_format("Mono8"), 8, 6, seed=seed) for seed in (1, 2))
+    for name in ("newer", "same", "older"):
+        kivo.write_rwh(source / f"{name}.rwh", old, "Mono8")
+    assert run(source, target).returncode == 0
+    for name, later in (("newer", 1), ("same", 0), ("older", -1)):
+        kivo.write_rwh(source / f"{name}.rwh", new, "Mono8")
+        made = (target / f"{name}.bmp").stat().st_mtime_ns
+        os.utime(source / f"{name}.rwh", ns=(made, made + later))
+    assert run(source, target).returncode == 0
+    assert report_of(target)["counts"] == {"converted": 1, "skipped": 2, "failed": 0, "not run": 0}
+    want = {name: bmp(model.grey(frame, "BGR")) for name, frame in
+            (("newer.bmp", new), ("same.bmp", old), ("older.bmp", old))}
+    assert outputs(target) == want
+    assert run(source, target, "--force").returncode == 0
+    assert set(outputs(target).values()) == {want["newer.bmp"]}
+
+
 def test_rotten_files_do_not_stop_the_others(tmp_path):
     source, target = tmp_path / "in", tmp_path / "out"
     want = make_tree(source, 12)
