@@ -39,7 +39,7 @@ class Frame:
 
 
 def as_array(frame: FrameLike) -> npt.NDArray[Any]:
-    """What a caller passes, without a copy: with its own dtype, shape and strides where it has them, else as bytes."""
+    """What a caller passes, without a copy: with its own dtype, shape and strides if it has them, else as bytes."""
     if isinstance(frame, np.ndarray):
         array: npt.NDArray[Any] = frame
     elif hasattr(frame, "__array_interface__") or hasattr(frame, "__array__"):
@@ -52,7 +52,8 @@ def as_array(frame: FrameLike) -> npt.NDArray[Any]:
         try:
             array = np.asarray(view)
         except ValueError:
-            raise SampleTypeError(f"a frame has unsigned samples, not items of buffer format {view.format!r}") from None
+            raise SampleTypeError("a frame has unsigned samples, not items of buffer format "
+                                  f"{view.format!r}") from None
         if view.format.lstrip("@=<>!") in ("b", "c"):
             array = array.view(np.uint8)  # plain char of C, a byte as any other
     refuse_masked(array)

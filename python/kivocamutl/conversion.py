@@ -182,9 +182,11 @@ def convert(
         wraps.
     :returns: uint8 array of shape ``(height, width, 4)`` or ``(height, width, 3)``, channels B, G, R(, A).
     :raises UnknownFormatError: the format is not known.
-    :raises FrameSizeError: shape, size or length do not fit the format.
-    :raises SampleTypeError: a dtype does not fit the format, or an argument is no array.
-    :raises OptionError: an option has a value that is not listed here.
+    :raises FrameSizeError: shape, size or length do not fit the format, the region does not lie within the frame,
+        or `out` has another shape than the result or overlaps the frame.
+    :raises SampleTypeError: a dtype does not fit the format, `out` is read-only, or an argument is no array.
+    :raises OptionError: an option has a value that is not listed here, or does not go with the format.
+    :raises StatusError: the library answered with a status other than success.
 
     Safe to call from several threads at once; the interpreter lock is released while the library converts.
     """
@@ -243,16 +245,31 @@ def reverse(
     """Mirrors (`horizontal`) or flips (`vertical`) a raw frame, or turns it half round with both.
 
     Pixels keep the order of their bytes; the luma samples of a YUV group change places, its chroma stays.
-    The Bayer order of the result is that of :func:`kivocamutl.reversed_format`.
+    The format of the result is that of :func:`kivocamutl.reversed_format`.
 
-    :param array: The frame, as :func:`convert` takes it.
-    :param format: PFNC name or code of the frame; every format of :func:`kivocamutl.formats`.
-    :param out: C-contiguous array for the result, of the shape and dtype that is returned. It may not overlap
-        the frame.
-    :returns: An array of the format's own shape (see :meth:`kivocamutl.Format.shape`), dtype uint8 or uint16.
+    :param array: The frame, as :func:`convert` takes it. Samples of packed formats are unpacked first.
+    :param format: PFNC name, in any case, or PFNC code of the frame; of :func:`formats` or
+        :func:`packed_formats`.
+    :param horizontal: Exchange left and right.
+    :param vertical: Exchange top and bottom. With neither, the result is a copy of the frame.
+    :param out: Array for the result, of the shape and dtype that is returned. It may not overlap the frame. It
+        may be a part of a larger frame.
+    :param width: Pixels per row, for a flat buffer and for rows of bytes that are longer than the frame's.
+    :param height: Rows, for a flat buffer.
+    :param stride: Bytes from one row of a flat buffer to the next, when rows are padded.
+    :returns: `out`, or a new array: of shape ``(height, width)`` for mono and Bayer formats,
+        ``(height, width, 3)`` for RGB, BGR and YUV 4:4:4, ``(height, width, 2)`` for YUV 4:2:2 and
+        ``(height, 3 * width / 2)`` for YUV 4:1:1, of dtype uint8, or uint16 for formats of more than 8 bits.
+
+    The format is checked first, then the frame, then `out`:
+
     :raises UnknownFormatError: the format is not known.
-    :raises FrameSizeError: shape, size or length do not fit the format.
-    :raises SampleTypeError: a dtype does not fit the format, or an argument is no array.
+    :raises FrameSizeError: shape, size or length do not fit the format, or `out` has another shape than the
+        result or overlaps the frame.
+    :raises SampleTypeError: a dtype does not fit the format, `out` is read-only, or an argument is no array.
+    :raises StatusError: the library answered with a status other than success.
+
+    Safe to call from several threads at once; the interpreter lock is released while the library works.
     """
     frame = as_frame(array, format, width, height, stride)
     result = _destination(out, frame.pixels.shape, frame.pixels.dtype)

@@ -250,9 +250,15 @@ def write_rwh(
     :param path: The RWH file; replaced when it exists, untouched when the write fails.
     :param array: The frame, as :func:`kivocamutl.convert` takes it. Written from where it is when contiguous. The
         bytes of a packed format are written as they are, if a row ends on a byte.
-    :param format: PFNC name or code.
-    :raises FrameSizeError: shape, size or length do not fit the format.
-    :raises FileWriteError: the file could not be written whole, as on a full disk.
+    :param format: PFNC name, in any case, or PFNC code; of :func:`kivocamutl.formats` or
+        :func:`kivocamutl.packed_formats`.
+    :param width: Pixels per row, for a flat buffer and for rows of bytes that are longer than the frame's.
+    :param height: Rows, for a flat buffer.
+    :param stride: Bytes from one row of a flat buffer to the next, when rows are padded.
+    :raises UnknownFormatError: the format is not known.
+    :raises FrameSizeError: shape, size or length do not fit the format, or its packed rows end within a byte.
+    :raises SampleTypeError: a dtype does not fit the format, or the array is none.
+    :raises FileWriteError: the file could not be written whole, as on a full disk, or is no regular file.
     :raises OSError: the folder does not exist or may not be written to.
     """
     known = find_any_format(format)
@@ -298,8 +304,9 @@ def write_bmp(path: PathLike, image: npt.NDArray[np.uint8], *, tag: str = "") ->
         pixels of a row are contiguous.
     :param tag: Part of the name of the temporary file, for those who look for leftovers.
     :raises FrameSizeError: the shape is none of those, or the file would exceed 4 GiB.
-    :raises SampleTypeError: the image is no uint8 array.
-    :raises FileWriteError: the file could not be written whole, as on a full disk.
+    :raises SampleTypeError: the image is no uint8 array, or lacks samples that are masked.
+    :raises FileWriteError: the file could not be written whole, as on a full disk, or is no regular file.
+    :raises StatusError: the library answered with a status that is not about the file.
     :raises OSError: the folder does not exist or may not be written to.
     """
     if not isinstance(image, np.ndarray) or image.dtype != np.uint8:

@@ -85,8 +85,6 @@ class Format:
         return self.name
 
 
-
-
 @dataclasses.dataclass(frozen=True)
 class PackedFormat:
     """A format whose samples share bytes; :func:`kivocamutl.unpack` turns it into 16-bit samples."""
@@ -303,7 +301,7 @@ def reversed_format(format: FormatLike, *, horizontal: bool = False, vertical: b
     even-sized. Samples that share bytes are unpacked on the way: the name is that of plain samples.
 
     :raises UnknownFormatError: the format is not known.
-    :raises FrameSizeError: a width or height is no whole number from 0 up.
+    :raises FrameSizeError: a width or height is no whole number, negative, or greater than 32 bits can say.
     """
     known = find_any_format(format)
     if isinstance(known, PackedFormat):

@@ -115,12 +115,15 @@ def unpack(
     :param format: Name, in any case, or PFNC code.
     :param width: Pixels per row.
     :param height: Rows.
-    :param stride: Bytes from one row of a flat buffer to the next, when every row begins on a byte of its own. Without it, rows
-        follow each other without a gap, a row in the middle of a byte where the one before ends there.
+    :param stride: Bytes from one row of a flat buffer to the next, when every row begins on a byte of its own.
+        Without it, rows follow each other without a gap, a row in the middle of a byte where the one before ends
+        there.
     :returns: uint16 array of shape ``(height, width)``, value in the low bits; the format to convert it with is
         ``find_packed_format(format).unpacked``.
     :raises UnknownFormatError: the format is not one of :func:`kivocamutl.packed_formats`.
-    :raises FrameSizeError: the buffer is too short, or the stride smaller than a row.
+    :raises FrameSizeError: width or height are no sizes, an array has another shape or dtype, the buffer is too
+        short, or the stride smaller than a row.
+    :raises SampleTypeError: the buffer has no unsigned samples, or is no buffer.
     """
     return unpack_frame(buffer, find_packed_format(format), width, height, stride)
 
