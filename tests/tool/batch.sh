@@ -189,9 +189,9 @@ if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; the
   # A note, too. It comes once.
   rm -rf bar notes && mkdir notes && i=0
   while [ "$i" -lt 6 ]; do
-    head -c 3600000 large.rwh >notes/$i.raw
+    head -c 3600000 large.rwh >"notes/$i.raw"
     # The first ones are no longer than they should be: there is a bar before the note.
-    [ "$i" -lt 3 ] || printf '1' >>notes/$i.raw
+    [ "$i" -lt 3 ] || printf '1' >>"notes/$i.raw"
     i=$((i + 1))
   done
   TERM=xterm script -qec "'$kivocam' convert notes bar --format RGB8 --size 1200x1000 --png-level 9 -j 1 --no-sync" \
