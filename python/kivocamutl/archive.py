@@ -21,6 +21,7 @@ import collections
 import contextlib
 import csv
 import dataclasses
+import errno
 import io
 import itertools
 import json
@@ -418,6 +419,50 @@ def _termination() -> Iterator[None]:
         signal.signal(signal.SIGTERM, previous)
 
 
+def _folders(arguments: argparse.Namespace) -> tuple[str, str]:
+    """Where the frames are, and where their pictures go: a folder that is made when it is not there."""
+    source, target = os.path.abspath(arguments.source), os.path.abspath(arguments.target)
+    if not stat.S_ISDIR(os.stat(source).st_mode):
+        raise NotADirectoryError(errno.ENOTDIR, "not a folder", source)
+    os.makedirs(target, exist_ok=True)
+    return source, target
+
+
+def _convert(arguments: argparse.Namespace, options: Options, jobs: Sequence[Job]) -> tuple[list[Outcome], int]:
+    """Converts on the cluster that the arguments ask for: what was done, and the exit code as far as it is known."""
+    outcomes: list[Outcome] = []
+    try:
+        with _termination(), _cluster(arguments) as client:
+            archive = Archive(client, options, arguments.retries, arguments.quiet)
+            outcomes = archive.outcomes
+            archive.convert(jobs)
+    except KeyboardInterrupt as error:
+        print("archive: interrupted; the same command continues", file=sys.stderr)
+        return outcomes, 143 if isinstance(error, _Terminated) else 130
+    except (OSError, TimeoutError) as error:
+        say(f"archive: no cluster at {arguments.scheduler or 'this machine'}: {error}", sys.stderr)
+        return outcomes, EXIT_CLUSTER
+    return outcomes, EXIT_OK
+
+
+def _tell(outcomes: Sequence[Outcome], report: str, summary: dict[str, Any], quiet: bool) -> bool:
+    """Writes the report, and the failures and the sum of it to the terminal; False when there is no report."""
+    where = f"; report in {report}"
+    try:
+        write_report(report, outcomes, summary)
+    except OSError as error:
+        say(f"archive: cannot write the report: {error}", sys.stderr)
+        where = ""
+    tally = counts(outcomes)
+    for outcome in outcomes[: len(outcomes) if tally["failed"] <= 20 else 0]:
+        if outcome.status == "failed":
+            say(f"archive: {outcome.name}: {outcome.error}", sys.stderr)
+    if not quiet:
+        text = ", ".join(f"{count} {status}" for status, count in tally.items() if count) or "no files"
+        say(text + where, sys.stdout)
+    return bool(where)
+
+
 def main(argv: Optional[Sequence[str]] = None) -> int:
     """The command line; returns its exit code."""
     parser = _parser()
@@ -430,11 +475,8 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     # A cluster that goes away leaves calls behind that nobody waits for; its own trouble is reported otherwise.
     logging.getLogger("asyncio").setLevel(logging.CRITICAL)
     layout = _layout(parser, arguments)
-    source, target = os.path.abspath(arguments.source), os.path.abspath(arguments.target)
     try:
-        if not stat.S_ISDIR(os.stat(source).st_mode):
-            raise NotADirectoryError(20, "not a folder", source)
-        os.makedirs(target, exist_ok=True)
+        source, target = _folders(arguments)
     except OSError as error:
         say(f"archive: {error}", sys.stderr)
         return EXIT_USAGE
@@ -443,45 +485,19 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
                       arguments.swap_bytes, arguments.crop, arguments.auto_range, arguments.shift)
     jobs, rejected = find_jobs(source, target, (arguments.extension or [".raw"]) if layout else ())
     started = time.time()
-    report = arguments.report or os.path.join(target, "archive-report.json")
-    outcomes: list[Outcome] = []
-    code = EXIT_OK
-    try:
-        with _termination(), _cluster(arguments) as client:
-            archive = Archive(client, options, arguments.retries, arguments.quiet)
-            outcomes = archive.outcomes
-            archive.convert(jobs)
-    except KeyboardInterrupt as error:
-        code = 143 if isinstance(error, _Terminated) else 130
-        print("archive: interrupted; the same command continues", file=sys.stderr)
-    except (OSError, TimeoutError) as error:
-        code = EXIT_CLUSTER
-        say(f"archive: no cluster at {arguments.scheduler or 'this machine'}: {error}", sys.stderr)
-
+    done, code = _convert(arguments, options, jobs)
     # What workers were writing when they died. One that still writes after an interruption finishes its file.
     remove_leftovers(target, options.tag)
-    known = {outcome.name for outcome in outcomes}
-    outcomes = [*rejected, *outcomes,
-                *(Outcome(j.name, j.target, "not run", attempts=0) for j in jobs if j.name not in known)]
-    tally = counts(outcomes)
+
+    known = {outcome.name for outcome in done}
+    missed = (Outcome(j.name, j.target, "not run", attempts=0) for j in jobs if j.name not in known)
+    outcomes = [*rejected, *done, *missed]
     summary = {"source": source, "target": target, "bayer": options.bayer, "output": options.output,
                "started": time.strftime("%Y-%m-%dT%H:%M:%SZ", time.gmtime(started)),
                "seconds": round(time.time() - started, 3)}
-    where = f"; report in {report}"
-    try:
-        write_report(report, outcomes, summary)
-    except OSError as error:
-        say(f"archive: cannot write the report: {error}", sys.stderr)
-        where = ""
-        code = code or EXIT_FAILED
-    for outcome in outcomes[: len(outcomes) if tally["failed"] <= 20 else 0]:
-        if outcome.status == "failed":
-            say(f"archive: {outcome.name}: {outcome.error}", sys.stderr)
-    if not arguments.quiet:
-        text = ", ".join(f"{count} {status}" for status, count in tally.items() if count) or "no files"
-        say(text + where, sys.stdout)
-    if code == EXIT_OK and (tally["failed"] or tally["not run"]):
-        code = EXIT_FAILED
+    told = _tell(outcomes, arguments.report or os.path.join(target, "archive-report.json"), summary, arguments.quiet)
+    if not told or any(outcome.status in ("failed", "not run") for outcome in outcomes):
+        return code or EXIT_FAILED
     return code
 
 
