@@ -391,8 +391,9 @@ def test_an_interrupted_run_is_continued(number, code, tmp_path):
     """The signal comes behind the tenth picture, whatever else the machine does."""
     source, target = tmp_path / "in", tmp_path / "out"
     want = make_tree(source, 60)
-    done = subprocess.run([sys.executable, "-c", INTERRUPTED, str(int(number)), source, target, "--quiet", "--threads",
-                           "1"], env=ENVIRONMENT, capture_output=True, text=True, timeout=240)
+    arguments = [str(int(number)), source, target, "--quiet", "--threads", "1"]
+    done = subprocess.run([sys.executable, "-c", INTERRUPTED, *arguments], env=ENVIRONMENT, capture_output=True,
+                          text=True, timeout=240)
     assert done.returncode == code, done.stderr
     assert "Traceback" not in done.stderr
     part = outputs(target)

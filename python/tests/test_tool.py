@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-"""The command line tool against the models of these tests, in every format and with everything that it does to samples.
+"""The command line tool against the models of these tests, in every format, with everything it does to samples.
 
 Needs the tool: its path in the environment variable KIVOCAM, or kivocam in PATH.
 """
@@ -79,8 +79,8 @@ def test_what_is_done_to_samples(format, tmp_path):
             np.testing.assert_array_equal(shift, model(frame, plain, output="BGR", shift=1))
     mirrored = np.ascontiguousarray(cut[:, ::-1])
     narrow = kivo.find_format(name.rstrip("0123456789") + "8")
-    got = picture_of(tmp_path, data, format, 16, 12, "--crop", f"{width}x{height}+{x}+{y}", "--mirror", "--auto-range",
-                     "--bayer", "acpi")
+    got = picture_of(tmp_path, data, format, 16, 12, "--crop", f"{width}x{height}+{x}+{y}", "--mirror",
+                     "--auto-range", "--bayer", "acpi")
     np.testing.assert_array_equal(got, model(stretch_model(mirrored), narrow, output="BGR", bayer="acpi"))
 
 
