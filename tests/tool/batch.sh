@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # convert over many files: which are taken, what the outputs are called, what is said and how it ends.
 . "$(dirname "$0")/lib.sh"
 
@@ -183,8 +184,8 @@ if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; the
     checks=$((checks + 2))
     grep -aq '#.*\.\]' terminal || fail "$facts: no bar: $(cat terminal)"
     tr '\r' '\n' <terminal | sed 's/^.\[K//' | grep -a '\(RGB8\|"status"\)' >lines
-    [ "$(grep -Eac '^(\{"input": .*\}|RGB8 1200x1000 [A-Za-z0-9]+ [0-9.]+ many/[0-9]+\.rwh)$' lines)" -ge 11 ] &&
-      ! grep -aq '[0-9]/12' lines || fail "$facts: $(cat lines)"
+    { [ "$(grep -Eac '^(\{"input": .*\}|RGB8 1200x1000 [A-Za-z0-9]+ [0-9.]+ many/[0-9]+\.rwh)$' lines)" -ge 11 ] &&
+      ! grep -aq '[0-9]/12' lines; } || fail "$facts: $(cat lines)"
   done
   # A note, too. It comes once.
   rm -rf bar notes && mkdir notes && i=0

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # scene, mosaic, convert and import: every format there and back.
 . "$(dirname "$0")/lib.sh"
 

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # Wrong input of every kind: the exit code, the one line, and no output.
 . "$(dirname "$0")/lib.sh"
 
@@ -105,7 +106,7 @@ fails 2 "cut.png: is a damaged PNG picture: the file ends too early" compare cut
 checks=$((checks + 1))
 "$kivocam" compare zero.png scene.png 2>stderr >stdout
 code=$?
-[ $code -eq 2 ] && grep -q '^kivocam: zero.png: is a damaged PNG picture: ' stderr || fail "zero.png: $(cat stderr)"
+{ [ $code -eq 2 ] && grep -q '^kivocam: zero.png: is a damaged PNG picture: ' stderr; } || fail "zero.png: $(cat stderr)"
 # IHDR with a valid check sum for 16000 x 16000 pixels of 8-bit grey, and nothing behind it but an empty IDAT.
 {
   bytes 211 120 116 107 015 012 032 012 000 000 000 015 111 110 104 122 && bytes 000 000 076 200 000 000 076 200

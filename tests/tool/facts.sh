@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # info, formats, compare and the help: what is printed.
 . "$(dirname "$0")/lib.sh"
 

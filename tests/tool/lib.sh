@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # Shared by the tests of the command line tool. Usage of each test: sh NAME.sh KIVOCAM WORKDIR
 set -u
 kivocam=$1

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # The man pages and the completion for bash know every command and option that --help knows, and no other.
 # Usage: sh manual.sh KIVOCAM WORKDIR TOOLS
 tools=$3

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # An output is whole or absent, whatever happens.
 . "$(dirname "$0")/lib.sh"
 
@@ -28,7 +29,7 @@ ln -s "$PWD/absolute.png" direct.png
 ok convert frame.rwh first.png && same far/later.png kept.png
 ok convert frame.rwh direct.png && same absolute.png kept.png
 checks=$((checks + 1))
-[ -L first.png ] && [ -L far/away/second.png ] && [ -L direct.png ] || fail "a dangling link is gone"
+{ [ -L first.png ] && [ -L far/away/second.png ] && [ -L direct.png ]; } || fail "a dangling link is gone"
 ln -s round.png circle.png && ln -s circle.png round.png
 fails 3 'circle.png: cannot be written: Too many levels of symbolic links' convert frame.rwh circle.png
 ln -s none/later.png lost.png
@@ -93,7 +94,7 @@ for signal in INT:130 TERM:143 HUP:129; do
     [ $code -eq 0 ] || break
   done
   checks=$((checks + 1))
-  [ $caught = yes ] || fail "no unfinished file was seen"
+  [ "$caught" = yes ] || fail "no unfinished file was seen"
   [ $code -eq "${signal#*:}" ] || fail "SIG${signal%:*}: exit code $code"
   nothing_left "SIG${signal%:*}"
 done

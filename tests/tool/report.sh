@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # report: what the page holds; how it looks is for tests/browser.
 . "$(dirname "$0")/lib.sh"
 
@@ -38,7 +39,8 @@ ok report corner.raw --format BayerRG8 --size 64x64 -o out.html
 checks=$((checks + 1))
 where=$(sed -n 's/.*pixels from (\([0-9]*\),&nbsp;\([0-9]*\)).*/\1 \2/p' out.html)
 x=${where% *} y=${where#* }
-[ "$x" -le 37 ] && [ $((x + 32)) -gt 40 ] && [ "$y" -le 40 ] && [ $((y + 24)) -gt 41 ] || fail "the detail is at $where"
+{ [ "$x" -le 37 ] && [ $((x + 32)) -gt 40 ] && [ "$y" -le 40 ] && [ $((y + 24)) -gt 41 ]; } ||
+  fail "the detail is at $where"
 ok report flat.raw --format BayerRG8 --size 64x64 -o out.html
 holds 0 'differ most'
 

@@ -1,4 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=sh
 # What convert does to samples on their way: every byte of these pictures is known.
 . "$(dirname "$0")/lib.sh"
 
