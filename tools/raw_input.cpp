@@ -79,10 +79,8 @@ class Source {
     }
     if (known && stream && S_ISFIFO(info.st_mode)) return;
     ::close(file_);
-    throw Failure(Exit::Input, name_,
-                  S_ISDIR(info.st_mode)  ? "is a directory"
-                  : options.headerless() ? "is not a regular file"
-                                         : "not a regular file");
+    if (S_ISDIR(info.st_mode)) throw Failure(Exit::Input, name_, "is a directory");
+    throw failureOf(kivo::Errc::NotAFile, name_, Exit::Input);
   }
   ~Source() {
     if (own_) ::close(file_);

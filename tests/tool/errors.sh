@@ -27,6 +27,8 @@ fails 2 "nofile: cannot be opened: No such file or directory" convert nofile out
 fails 2 "dir: holds no .rwh files" convert dir out.png
 fails 2 "dir: holds no .rwh files" info dir
 fails 2 "/dev/null: not a regular file" convert /dev/null out.png
+fails 2 "/dev/null: not a regular file" convert /dev/null out.png --format Mono8 --size 2x2
+fails 2 "/dev/null: not a regular file" info /dev/null
 fails 2 "empty: the file is shorter than the 16-byte RWH header" convert empty out.png
 head -c 15 good.rwh >cut.rwh
 fails 2 "cut.rwh: the file is shorter than the 16-byte RWH header" convert cut.rwh out.png
