@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "interrupt.h"
+#include "text.h"
 
 namespace tool {
 namespace {

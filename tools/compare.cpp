@@ -8,6 +8,7 @@
 #include "commands.h"
 #include "failure.h"
 #include "picture.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -24,13 +25,13 @@ void runCompare(const CompareOptions &options) {
   const Picture b = loadPicture(options.second, Depth::Kept);
   if (a.width != b.width || a.height != b.height)
     throw Failure(Exit::Input, options.second,
-                  format("is %" PRIu32 " x %" PRIu32 " pixels, %s is %" PRIu32 " x %" PRIu32, b.width,
-                         b.height, options.first.c_str(), a.width, a.height));
+                  printed("is %" PRIu32 " x %" PRIu32 " pixels, %s is %" PRIu32 " x %" PRIu32, b.width,
+                          b.height, options.first.c_str(), a.width, a.height));
   // To bring one to the depth of the other would invent differences, or hide them.
   if (a.bits != b.bits)
     throw Failure(Exit::Input, options.second,
-                  format("has %u bits a sample, %s has %u: only pictures of one depth can be compared",
-                         b.bits, options.first.c_str(), a.bits));
+                  printed("has %u bits a sample, %s has %u: only pictures of one depth can be compared",
+                          b.bits, options.first.c_str(), a.bits));
 
   int most[3] = {0, 0, 0};
   double squares[3] = {0, 0, 0};
@@ -51,7 +52,7 @@ void runCompare(const CompareOptions &options) {
   const int worst = std::max({most[0], most[1], most[2]});
   const auto decibels = [&](double meanSquare) -> std::string {
     if (meanSquare == 0) return options.json ? "null" : "equal";
-    return format(options.json ? "%.4f" : "%.2f dB", psnr(meanSquare, a.bits == 16 ? 65535 : 255));
+    return printed(options.json ? "%.4f" : "%.2f dB", psnr(meanSquare, a.bits == 16 ? 65535 : 255));
   };
 
   if (options.json) {

@@ -22,6 +22,7 @@
 #include "interrupt.h"
 #include "output_file.h"
 #include "picture.h"
+#include "text.h"
 #include "whole_file.h"
 
 namespace tool {
@@ -169,20 +170,20 @@ std::string lineOf(const ConvertOptions &options, bool several, const Job &job, 
                        ", \"output\": " + (job.output.empty() ? "null" : jsonString(job.output)) +
                        ", \"status\": \"" + kStatus[static_cast<int>(outcome.status)] + "\"";
     if (outcome.format != nullptr)
-      line += format(", \"format\": \"%s\", \"width\": %" PRIu32 ", \"height\": %" PRIu32,
-                     outcome.format->name, outcome.width, outcome.height);
+      line += printed(", \"format\": \"%s\", \"width\": %" PRIu32 ", \"height\": %" PRIu32,
+                      outcome.format->name, outcome.width, outcome.height);
     else
       line += ", \"format\": null, \"width\": null, \"height\": null";
     if (!outcome.converter.empty())
-      line += format(", \"converter\": \"%s\", \"milliseconds\": %.3f", outcome.converter.c_str(),
-                     outcome.milliseconds);
+      line += printed(", \"converter\": \"%s\", \"milliseconds\": %.3f", outcome.converter.c_str(),
+                      outcome.milliseconds);
     line += ", \"error\": " + (outcome.error.empty() ? "null" : jsonString(outcome.error)) + "}";
     return line;
   }
   if (outcome.converter.empty()) return {};
-  return format("%s %" PRIu32 "x%" PRIu32 " %s %.3f%s%s", outcome.format->name, outcome.width, outcome.height,
-                outcome.converter.c_str(), outcome.milliseconds, several ? " " : "",
-                several ? oneLine(job.input).c_str() : "");
+  return printed("%s %" PRIu32 "x%" PRIu32 " %s %.3f%s%s", outcome.format->name, outcome.width,
+                 outcome.height, outcome.converter.c_str(), outcome.milliseconds, several ? " " : "",
+                 several ? oneLine(job.input).c_str() : "");
 }
 
 void reportAll(const BatchResult &result) {
@@ -195,10 +196,10 @@ void reportAll(const BatchResult &result) {
 
 void summarise(const BatchResult &result) {
   const Counts &counts = result.counts;
-  std::string line = format("kivocam: %" PRIu64 " converted, %" PRIu64 " skipped, %" PRIu64 " failed",
-                            counts.converted, counts.skipped, counts.failed);
-  if (result.notDone != 0) line += format(", %" PRIu64 " not done", result.notDone);
-  line += format(" in %.1f s", result.seconds);
+  std::string line = printed("kivocam: %" PRIu64 " converted, %" PRIu64 " skipped, %" PRIu64 " failed",
+                             counts.converted, counts.skipped, counts.failed);
+  if (result.notDone != 0) line += printed(", %" PRIu64 " not done", result.notDone);
+  line += printed(" in %.1f s", result.seconds);
   if (result.notDone != 0) line += "; the same command with --resume does the rest";
   std::fprintf(stderr, "%s\n", line.c_str());
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "failure.h"
+#include "text.h"
 
 namespace tool {
 
@@ -70,8 +71,8 @@ void Developed::refuse(kivo::Errc error) const {
   const bool adaptive = error == kivo::Errc::AcpiNeedsBayer8;
   const char *hint = size ? " (or --any-size)" : adaptive ? " (or --auto-range)" : "";
   throw Failure(failureOf(error, subject_, Exit::Input).code(), subject_,
-                tool::format("%s; it is %" PRIu32 " x %" PRIu32 " pixels of %s%s", kivo::message(error),
-                             view_.width, view_.height, format_->name, hint));
+                printed("%s; it is %" PRIu32 " x %" PRIu32 " pixels of %s%s", kivo::message(error),
+                        view_.width, view_.height, format_->name, hint));
 }
 
 kivo::ConvertOptions Developed::options() const noexcept {
@@ -122,7 +123,7 @@ std::string Developed::converterName() const {
 Rows Developed::rawRows() const {
   if (format_->family == kivo::Family::Yuv)
     throw Failure(Exit::Unsupported, subject_,
-                  tool::format("--raw is for grey, Bayer and RGB samples; it is %s", format_->name));
+                  printed("--raw is for grey, Bayer and RGB samples; it is %s", format_->name));
   Rows rows{view_.width, view_.height, isGrey() ? 1U : 3U, 8U * format_->wordBytes, {}};
   const std::size_t stride = view_.stride == 0 ? rows.rowBytes() : view_.stride;
   const std::size_t samples = std::size_t{rows.width} * rows.channels;
@@ -163,8 +164,8 @@ Rows Developed::imageRows(bool grey) const {
 void Developed::write(PictureType type, int pngLevel, ByteSink &sink) const {
   if (type == PictureType::Pgm && !isGrey())
     throw Failure(Exit::Unsupported, subject_,
-                  tool::format("a PGM is grey and %s becomes a picture in colour: make it a PPM%s",
-                               format_->name, format_->isBayer() ? ", or say --bayer off or --raw" : ""));
+                  printed("a PGM is grey and %s becomes a picture in colour: make it a PPM%s", format_->name,
+                          format_->isBayer() ? ", or say --bayer off or --raw" : ""));
   if (treatment_.raw && type == PictureType::Ppm && isGrey())
     throw Failure(Exit::Unsupported, subject_, "its raw samples are grey: make it a PGM");
   if (type == PictureType::Bmp) return encodeBmp(image_, sink);

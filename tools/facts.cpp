@@ -15,6 +15,7 @@
 #include "failure.h"
 #include "file_list.h"
 #include "statistics.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -26,7 +27,7 @@ void printFileFacts(const FileFacts &facts) {
               facts.code);
   std::printf("  size       %" PRIu32 " x %" PRIu32 " pixels, %" PRIu64 " bytes a row\n", facts.width,
               facts.height, facts.rowBytes);
-  std::string verdict = tool::format("but the header says %" PRIu64, facts.expectedBytes);
+  std::string verdict = printed("but the header says %" PRIu64, facts.expectedBytes);
   if (!facts.rwh)
     verdict = "headerless";
   else if (facts.fileBytes == facts.expectedBytes)
@@ -101,21 +102,20 @@ FileFacts factsOf(const InputOptions &input, const RawInput &raw) {
 }
 
 std::string jsonFacts(const FileFacts &facts, const kivo::Format &format, const Statistics &statistics) {
-  std::string line = tool::format(
-      "{\"file\": %s, \"kind\": \"%s\", \"format\": \"%s\", \"code\": \"0x%08" PRIX32
-      "\", \"depth\": %u, \"width\": %" PRIu32 ", \"height\": %" PRIu32 ", \"row_bytes\": %" PRIu64
-      ", \"file_bytes\": %" PRIu64 ", \"bin_width\": %" PRIu32 ", \"samples\": {",
-      jsonString(facts.file).c_str(), facts.rwh ? "rwh" : "headerless", format.name, format.code,
-      unsigned{format.depth}, facts.width, facts.height, facts.rowBytes, facts.fileBytes,
-      statistics.binWidth());
+  std::string line =
+      printed("{\"file\": %s, \"kind\": \"%s\", \"format\": \"%s\", \"code\": \"0x%08" PRIX32
+              "\", \"depth\": %u, \"width\": %" PRIu32 ", \"height\": %" PRIu32 ", \"row_bytes\": %" PRIu64
+              ", \"file_bytes\": %" PRIu64 ", \"bin_width\": %" PRIu32 ", \"samples\": {",
+              jsonString(facts.file).c_str(), facts.rwh ? "rwh" : "headerless", format.name, format.code,
+              unsigned{format.depth}, facts.width, facts.height, facts.rowBytes, facts.fileBytes,
+              statistics.binWidth());
   const char *separator = "";
   for (const Component &c : statistics.components) {
-    line +=
-        tool::format("%s\"%s\": {\"min\": %" PRIu32 ", \"max\": %" PRIu32
-                     ", \"mean\": %.4f, \"zero\": %.6f, \"clipped\": %.6f, \"above\": %.6f, \"histogram\": [",
-                     separator, c.name, c.least, c.most, c.mean, c.zero, c.clipped, c.above);
+    line += printed("%s\"%s\": {\"min\": %" PRIu32 ", \"max\": %" PRIu32
+                    ", \"mean\": %.4f, \"zero\": %.6f, \"clipped\": %.6f, \"above\": %.6f, \"histogram\": [",
+                    separator, c.name, c.least, c.most, c.mean, c.zero, c.clipped, c.above);
     for (std::size_t i = 0; i < c.histogram.size(); ++i)
-      line += tool::format("%s%" PRIu64, i == 0 ? "" : ", ", c.histogram[i]);
+      line += printed("%s%" PRIu64, i == 0 ? "" : ", ", c.histogram[i]);
     line += "]}";
     separator = ", ";
   }

@@ -35,14 +35,4 @@ Failure failureOf(kivo::Errc error, const std::string &subject, Exit otherwise);
 // "could not do: <reason of errno>".
 std::string withErrno(const std::string &what, int error);
 
-// `text` with control characters made visible, so that a message stays one line whatever a file is called.
-std::string oneLine(const std::string &text);
-
-// `text` as a JSON string, quotes included. Bytes that are no UTF-8 become lone surrogates, U+DC80 to U+DCFF,
-// from which a reader can tell the name of the file.
-std::string jsonString(const std::string &text);
-
-// printf into a string.
-[[gnu::format(printf, 1, 2)]] std::string format(const char *pattern, ...);
-
 }  // namespace tool

@@ -16,6 +16,7 @@
 
 #include "failure.h"
 #include "output_file.h"
+#include "text.h"
 
 namespace tool {
 namespace {

@@ -11,6 +11,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "text.h"
 
 namespace {
 
@@ -361,8 +362,8 @@ int ended(Exit result) {
 int run(int argc, char **argv) {
   Options all;
   CLI::App app("Raw frames of machine-vision cameras: look at them, convert them, make them.", "kivocam");
-  app.set_version_flag("--version", tool::format("kivocam %d.%d.%d", CAMUTL_VERSION_MAJOR,
-                                                 CAMUTL_VERSION_MINOR, CAMUTL_VERSION_PATCH));
+  app.set_version_flag("--version", tool::printed("kivocam %d.%d.%d", CAMUTL_VERSION_MAJOR,
+                                                  CAMUTL_VERSION_MINOR, CAMUTL_VERSION_PATCH));
   app.set_help_all_flag("--help-all", "Print the help of every command and exit");
   app.require_subcommand(1);
   app.footer(

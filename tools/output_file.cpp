@@ -14,6 +14,7 @@
 #include <set>
 
 #include "failure.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -23,7 +24,7 @@ std::atomic<bool> s_durable{true};
 
 std::string newHiddenName(const std::string &directory) {
   static std::atomic<unsigned> s_count{0};
-  return directory + kPrefix + format("%ld-%u", static_cast<long>(::getpid()), s_count++);
+  return directory + kPrefix + printed("%ld-%u", static_cast<long>(::getpid()), s_count++);
 }
 
 // Where a symbolic link leads, whether or not there is something yet. Throws Failure for one that leads round
@@ -43,7 +44,7 @@ std::string resolved(const std::string &path) {
 }
 
 std::string ownName(int file) {
-  return format("/proc/self/fd/%d", file);
+  return printed("/proc/self/fd/%d", file);
 }
 
 // Whoever writes a temporary file holds its lock, and death lets go of it, in whatever container: a file

@@ -13,6 +13,7 @@
 
 #include "failure.h"
 #include "output_file.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -62,8 +63,8 @@ void checkPictureSize(const std::string &path, std::uint64_t width, std::uint64_
   if (width == 0 || height == 0) throw Failure(Exit::Input, path, "is an empty picture");
   if (width > kMostPixels || height > kMostPixels || width * height > kMostPixels)
     throw Failure(Exit::Input, path,
-                  format("claims %" PRIu64 " x %" PRIu64 " pixels, more than this tool takes (%" PRIu64 ")",
-                         width, height, kMostPixels));
+                  printed("claims %" PRIu64 " x %" PRIu64 " pixels, more than this tool takes (%" PRIu64 ")",
+                          width, height, kMostPixels));
 }
 
 PictureType pictureType(const std::string &path, const std::string &to, bool canBeGrey) {

@@ -6,6 +6,7 @@
 #include "byte_sink.h"
 #include "failure.h"
 #include "picture.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -37,8 +38,8 @@ Picture decodeBmp(const std::string &path, const std::vector<std::uint8_t> &file
   if (offset < 54 || offset > file.size() || (file.size() - offset) / row < height)
     throw Failure(
         Exit::Input, path,
-        format("is a damaged BMP picture: %zu bytes are too few for %" PRIu64 " x %" PRIu64 " pixels",
-               file.size(), width, height));
+        printed("is a damaged BMP picture: %zu bytes are too few for %" PRIu64 " x %" PRIu64 " pixels",
+                file.size(), width, height));
   const std::uint64_t palette = 14 + headerBytes;
   if (bits == 8 && (palette > offset || offset - palette < 4 * 256))
     throw Failure(Exit::Input, path, "is a damaged BMP picture: its palette is cut short");
@@ -64,9 +65,9 @@ void encodeBmp(const kivo::Image &image, ByteSink &sink) {
   const std::uint64_t pixels = std::uint64_t{image.width} * image.channels();
   const std::uint64_t row = (pixels + 3) / 4 * 4;
   if (image.height > INT32_MAX || image.width > INT32_MAX || row * image.height > UINT32_MAX - kHeaderBytes)
-    throw Failure(
-        Exit::Unsupported, sink.name(),
-        format("%" PRIu32 " x %" PRIu32 " pixels are too many for a BMP picture", image.width, image.height));
+    throw Failure(Exit::Unsupported, sink.name(),
+                  printed("%" PRIu32 " x %" PRIu32 " pixels are too many for a BMP picture", image.width,
+                          image.height));
   const std::uint32_t bytes = static_cast<std::uint32_t>(row * image.height);
   const std::uint32_t words[] = {kHeaderBytes + bytes,
                                  0,

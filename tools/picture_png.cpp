@@ -10,6 +10,7 @@
 #include "byte_sink.h"
 #include "failure.h"
 #include "picture.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -112,8 +113,8 @@ Picture decodePng(const std::string &path, const std::vector<std::uint8_t> &file
   // PNG's compression cannot do better than this: no memory is spent on a picture that is not there.
   if (fileRow * height / 1032 > file.size())
     throw Failure(Exit::Input, path,
-                  format("is a damaged PNG picture: %zu bytes cannot hold %u x %u pixels", file.size(),
-                         static_cast<unsigned>(width), static_cast<unsigned>(height)));
+                  printed("is a damaged PNG picture: %zu bytes cannot hold %u x %u pixels", file.size(),
+                          static_cast<unsigned>(width), static_cast<unsigned>(height)));
   const unsigned bits = png_get_bit_depth(decoder.png, decoder.info);
   if (png_get_rowbytes(decoder.png, decoder.info) != std::size_t{3} * width * (bits / 8))
     throw Failure(Exit::Input, path, "is a PNG picture of an unknown kind");

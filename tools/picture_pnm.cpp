@@ -5,6 +5,7 @@
 #include "byte_sink.h"
 #include "failure.h"
 #include "picture.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -60,7 +61,7 @@ Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file
   const std::size_t needed = pixels * channels * sampleBytes;
   if (file.size() - offset < needed)
     throw Failure(Exit::Input, path,
-                  format("ends too early: %zu bytes of pixels, %zu needed", file.size() - offset, needed));
+                  printed("ends too early: %zu bytes of pixels, %zu needed", file.size() - offset, needed));
 
   const unsigned bits = sampleBytes == 2 && depth == Depth::Kept ? 16 : 8;
   const std::uint64_t white = (1U << bits) - 1;
@@ -76,8 +77,8 @@ Picture decodePnm(const std::string &path, const std::vector<std::uint8_t> &file
 }
 
 void encodePnm(const Rows &rows, ByteSink &sink) {
-  const std::string header = format("P%c\n%" PRIu32 " %" PRIu32 "\n%u\n", rows.channels == 1 ? '5' : '6',
-                                    rows.width, rows.height, (1U << rows.bits) - 1);
+  const std::string header = printed("P%c\n%" PRIu32 " %" PRIu32 "\n%u\n", rows.channels == 1 ? '5' : '6',
+                                     rows.width, rows.height, (1U << rows.bits) - 1);
   sink.write(header.data(), header.size());
   std::vector<std::uint8_t> space(rows.rowBytes());
   for (std::uint32_t y = 0; y < rows.height; ++y) sink.write(rows.row(y, space.data()), space.size());

@@ -11,7 +11,7 @@
 #include <cstring>
 #include <new>
 
-#include "failure.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -23,9 +23,9 @@ std::size_t terminalWidth() {
 
 std::string timeLeft(double seconds) {
   const unsigned whole = static_cast<unsigned>(std::min(seconds, 3.6e6) + 0.5);
-  if (whole < 100) return format("%u s left", whole);
-  if (whole < 6000) return format("%u:%02u min left", whole / 60, whole % 60);
-  return format("%u:%02u h left", whole / 3600, whole / 60 % 60);
+  if (whole < 100) return printed("%u s left", whole);
+  if (whole < 6000) return printed("%u:%02u min left", whole / 60, whole % 60);
+  return printed("%u:%02u h left", whole / 3600, whole / 60 % 60);
 }
 
 // Skipped files take no time worth mentioning: rates are those of the others.
@@ -33,29 +33,29 @@ std::string rates(const Counts &counts, double elapsed) {
   const std::uint64_t worked = counts.converted + counts.failed;
   if (worked == 0 || elapsed <= 0) return "";
   const double rate = static_cast<double>(worked) / elapsed;
-  return format(rate < 10 ? "%.1f files/s, " : "%.0f files/s, ", rate) +
-         format("%.1f MB/s, ", static_cast<double>(counts.bytes) / elapsed / 1e6) +
+  return printed(rate < 10 ? "%.1f files/s, " : "%.0f files/s, ", rate) +
+         printed("%.1f MB/s, ", static_cast<double>(counts.bytes) / elapsed / 1e6) +
          timeLeft(static_cast<double>(counts.total - counts.done()) / rate);
 }
 
 // Without a newline, and without escape sequences.
 std::string status(const Counts &counts, double elapsed) {
-  std::string text = format("%" PRIu64 "/%" PRIu64, counts.done(), counts.total);
-  if (counts.failed != 0) text += format(", %" PRIu64 " failed", counts.failed);
+  std::string text = printed("%" PRIu64 "/%" PRIu64, counts.done(), counts.total);
+  if (counts.failed != 0) text += printed(", %" PRIu64 " failed", counts.failed);
   const std::string speed = rates(counts, elapsed);
   if (!speed.empty()) text.append(", ").append(speed);
   return text;
 }
 
 std::string bar(const Counts &counts, double elapsed) {
-  const std::string text = format(" %s", status(counts, elapsed).c_str());
+  const std::string text = printed(" %s", status(counts, elapsed).c_str());
   const std::size_t space = terminalWidth() - 1;
   const std::size_t cells = space > text.size() + 2 ? std::min<std::size_t>(space - text.size() - 2, 30) : 0;
   if (cells < 5) return text.substr(1, space);
   const std::size_t full =
       static_cast<std::size_t>(cells * counts.done() / std::max<std::uint64_t>(counts.total, 1));
-  return format("[%s%s]%s", std::string(full, '#').c_str(), std::string(cells - full, '.').c_str(),
-                text.c_str());
+  return printed("[%s%s]%s", std::string(full, '#').c_str(), std::string(cells - full, '.').c_str(),
+                 text.c_str());
 }
 
 }  // namespace

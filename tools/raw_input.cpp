@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "failure.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -49,10 +50,9 @@ Headerless parseHeaderless(const InputOptions &options) {
   }
   layout.stride = options.stride.empty() ? row : parseNumber(options.stride, "--stride");
   if (layout.stride < row)
-    throw Failure(
-        Exit::Usage, "--stride",
-        tool::format("%" PRIu64 " is smaller than a row of %" PRIu32 " %s pixels, %" PRIu64 " bytes",
-                     layout.stride, layout.size.width, format.name, row));
+    throw Failure(Exit::Usage, "--stride",
+                  printed("%" PRIu64 " is smaller than a row of %" PRIu32 " %s pixels, %" PRIu64 " bytes",
+                          layout.stride, layout.size.width, format.name, row));
   // Saturated where it cannot be: no file is that long.
   const std::uint64_t rows = layout.size.height;
   layout.whole = layout.stride > kUncounted / rows ? kUncounted : layout.stride * rows;
@@ -151,13 +151,12 @@ class Source {
 };
 
 Failure tooFew(const Source &source, const Headerless &layout, std::uint64_t available) {
-  std::string rows = tool::format("with %" PRIu64 " bytes a row", layout.stride);
-  if (layout.stride == 0) rows = tool::format("with %" PRIu64 " bytes a frame", layout.needed);
-  return Failure(
-      Exit::Input, source.name(),
-      tool::format("holds %" PRIu64 " bytes%s, too few for %" PRIu32 " x %" PRIu32 " pixels of %s %s",
-                   available, layout.offset == 0 ? "" : " behind the offset", layout.size.width,
-                   layout.size.height, layout.format->name, rows.c_str()));
+  std::string rows = printed("with %" PRIu64 " bytes a row", layout.stride);
+  if (layout.stride == 0) rows = printed("with %" PRIu64 " bytes a frame", layout.needed);
+  return Failure(Exit::Input, source.name(),
+                 printed("holds %" PRIu64 " bytes%s, too few for %" PRIu32 " x %" PRIu32 " pixels of %s %s",
+                         available, layout.offset == 0 ? "" : " behind the offset", layout.size.width,
+                         layout.size.height, layout.format->name, rows.c_str()));
 }
 
 RawInput loadHeaderless(const InputOptions &options) {
@@ -211,10 +210,10 @@ RawInput loadRwhInput(const InputOptions &options) {
   } else if (got != bytes || source.read(&more, 1) != 0) {
     info.fileBytes = got + sizeof header;
     checkHeader(source.name(), info);
-    throw Failure(Exit::Input, source.name(),
-                  tool::format("is not a whole RWH file: more follows behind the %" PRIu64
-                               " bytes that its header says",
-                               info.expectedBytes()));
+    throw Failure(
+        Exit::Input, source.name(),
+        printed("is not a whole RWH file: more follows behind the %" PRIu64 " bytes that its header says",
+                info.expectedBytes()));
   }
   input.frame.format = info.format;
   input.frame.width = info.width;
@@ -275,18 +274,18 @@ void checkHeader(const std::string &file, const kivo::RwhInfo &info) {
     case kivo::Errc::UnknownFormat:
       if (info.fileBytes == info.expectedBytes() && info.lineBytes != 0)
         throw Failure(Exit::Unsupported, file,
-                      tool::format("pixel format 0x%08" PRIX32 " is not supported", info.format));
-      throw notRwh(tool::format("0x%08" PRIX32 " at its start is no known pixel format (%s)", info.format,
-                                kHeaderlessHint));
+                      printed("pixel format 0x%08" PRIX32 " is not supported", info.format));
+      throw notRwh(printed("0x%08" PRIX32 " at its start is no known pixel format (%s)", info.format,
+                           kHeaderlessHint));
     case kivo::Errc::EmptyImage:
-      throw notRwh(tool::format("its header says %" PRIu32 " x %" PRIu32 " pixels", info.width, info.height));
+      throw notRwh(printed("its header says %" PRIu32 " x %" PRIu32 " pixels", info.width, info.height));
     case kivo::Errc::BadHeader:
-      throw notRwh(tool::format("%" PRIu32 " bytes a row are too few for %" PRIu32 " pixels of %s",
-                                info.lineBytes, info.width, kivo::findFormat(info.format)->name));
+      throw notRwh(printed("%" PRIu32 " bytes a row are too few for %" PRIu32 " pixels of %s", info.lineBytes,
+                           info.width, kivo::findFormat(info.format)->name));
     case kivo::Errc::FileTooShort:
     case kivo::Errc::FileTooLong:
-      throw notRwh(tool::format("it holds %" PRIu64 " bytes, its header says %" PRIu64, info.fileBytes,
-                                info.expectedBytes()));
+      throw notRwh(printed("it holds %" PRIu64 " bytes, its header says %" PRIu64, info.fileBytes,
+                           info.expectedBytes()));
     default:
       throw failureOf(error, file, Exit::Input);
   }
@@ -320,7 +319,7 @@ RawInput loadInput(const InputOptions &options) {
 }
 
 std::string ignoredNote(const std::string &file, std::uint64_t ignoredBytes) {
-  const std::string count = ignoredBytes == kUncounted ? "more" : tool::format("%" PRIu64, ignoredBytes);
+  const std::string count = ignoredBytes == kUncounted ? "more" : printed("%" PRIu64, ignoredBytes);
   return "kivocam: " + oneLine(inputName(file)) + ": note: " + count + " bytes behind the frame are ignored";
 }
 

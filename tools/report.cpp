@@ -13,6 +13,7 @@
 #include "interrupt.h"
 #include "output_file.h"
 #include "report_page.h"
+#include "text.h"
 #include "thumbnail.h"
 
 namespace tool {

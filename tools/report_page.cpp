@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "byte_sink.h"
-#include "failure.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -48,15 +48,15 @@ std::string base64(const std::string &bytes) {
 
 std::string image(const std::string &png, std::uint32_t width, std::uint32_t height, const std::string &kind,
                   const std::string &what) {
-  return format("<img class=\"%s\" width=\"%" PRIu32 "\" height=\"%" PRIu32 "\" alt=\"", kind.c_str(), width,
-                height) +
+  return printed("<img class=\"%s\" width=\"%" PRIu32 "\" height=\"%" PRIu32 "\" alt=\"", kind.c_str(), width,
+                 height) +
          htmlText(what) + "\" src=\"data:image/png;base64," + base64(png) + "\">";
 }
 
 std::string percent(double share) {
   // What is there is not shown as nothing.
   if (share > 0 && share < 0.0001) return "&lt;0.01&nbsp;%";
-  return format("%.2f&nbsp;%%", 100 * share);
+  return printed("%.2f&nbsp;%%", 100 * share);
 }
 
 const char *styleOf(const char *component) {
@@ -77,18 +77,18 @@ const char *styleOf(const char *component) {
 // One outline for each component, heights by the square root so that small shares are seen.
 std::string histogramOf(const Statistics &statistics) {
   constexpr int barWidth = 5, height = 96;
-  std::string svg = format(
+  std::string svg = printed(
       "<svg class=\"histogram\" viewBox=\"0 0 %d %d\" preserveAspectRatio=\"none\" role=\"img\">"
       "<title>Histogram, 0 to %" PRIu32 "</title>",
       barWidth * static_cast<int>(kBins), height, statistics.top);
   for (const Component &c : statistics.components) {
     const auto most = static_cast<double>(*std::max_element(c.histogram.begin(), c.histogram.end()));
-    std::string path = format("M0 %d", height);
+    std::string path = printed("M0 %d", height);
     for (unsigned i = 0; i < kBins; ++i) {
       const double share = most == 0 ? 0 : std::sqrt(static_cast<double>(c.histogram[i]) / most);
-      path += format("V%.1fH%u", height - (height - 2) * share, (i + 1) * barWidth);
+      path += printed("V%.1fH%u", height - (height - 2) * share, (i + 1) * barWidth);
     }
-    svg += format("<path class=\"%s\" d=\"%sV%dZ\"/>", styleOf(c.name), path.c_str(), height);
+    svg += printed("<path class=\"%s\" d=\"%sV%dZ\"/>", styleOf(c.name), path.c_str(), height);
   }
   return svg + "</svg>";
 }
@@ -97,8 +97,8 @@ std::string samplesTable(const Statistics &statistics) {
   std::string text =
       "<table class=\"samples\"><thead><tr><th>samples<th>min<th>max<th>mean<th>at 0<th>clipped<th>above</thead><tbody>";
   for (const Component &c : statistics.components)
-    text += format("<tr><th><i class=\"%s\"></i>%s<td>%" PRIu32 "<td>%" PRIu32 "<td>%.1f<td>",
-                   styleOf(c.name), c.name, c.least, c.most, c.mean) +
+    text += printed("<tr><th><i class=\"%s\"></i>%s<td>%" PRIu32 "<td>%" PRIu32 "<td>%.1f<td>",
+                    styleOf(c.name), c.name, c.least, c.most, c.mean) +
             percent(c.zero) + "<td>" + percent(c.clipped) + "<td>" + percent(c.above);
   return text + "</tbody></table>";
 }
@@ -109,17 +109,17 @@ std::string detailFigures(const Detail &detail) {
            image(pngOf(picture), kDetailWidth * kDetailScale, kDetailHeight * kDetailScale, "detail", name) +
            "<figcaption>" + name + "</figcaption></figure>";
   };
-  return format("<div class=\"details\"><p>Where standard and adaptive demosaicing differ most: %" PRIu32
-                "&times;%" PRIu32 " pixels from (%" PRIu32 ",&nbsp;%" PRIu32 "), enlarged %" PRIu32
-                " times; mean difference %.1f of 255.</p>",
-                kDetailWidth, kDetailHeight, detail.x, detail.y, kDetailScale, detail.difference) +
+  return printed("<div class=\"details\"><p>Where standard and adaptive demosaicing differ most: %" PRIu32
+                 "&times;%" PRIu32 " pixels from (%" PRIu32 ",&nbsp;%" PRIu32 "), enlarged %" PRIu32
+                 " times; mean difference %.1f of 255.</p>",
+                 kDetailWidth, kDetailHeight, detail.x, detail.y, kDetailScale, detail.difference) +
          figure(detail.standard, "standard") + figure(detail.adaptive, "ACPI") + "</div>";
 }
 
 std::string sizeText(std::uint64_t bytes) {
-  if (bytes < 10000) return format("%" PRIu64 " bytes", bytes);
-  if (bytes < 10000000) return format("%.1f kB", static_cast<double>(bytes) / 1e3);
-  return format("%.1f MB", static_cast<double>(bytes) / 1e6);
+  if (bytes < 10000) return printed("%" PRIu64 " bytes", bytes);
+  if (bytes < 10000000) return printed("%.1f kB", static_cast<double>(bytes) / 1e3);
+  return printed("%.1f MB", static_cast<double>(bytes) / 1e6);
 }
 
 std::string baseName(const std::string &file) {
@@ -127,72 +127,7 @@ std::string baseName(const std::string &file) {
   return name.empty() ? file : name;
 }
 
-// Length of the UTF-8 sequence at `i`, 0 where there is none.
-std::size_t sequenceAt(const std::string &text, std::size_t i) {
-  const auto byte = [&](std::size_t k) { return k < text.size() ? static_cast<unsigned char>(text[k]) : 0U; };
-  const unsigned first = byte(i);
-  const std::size_t length = first < 0x80   ? 1
-                             : first < 0xC2 ? 0
-                             : first < 0xE0 ? 2
-                             : first < 0xF0 ? 3
-                             : first < 0xF5 ? 4
-                                            : 0;
-  for (std::size_t k = 1; k < length; ++k)
-    if ((byte(i + k) & 0xC0) != 0x80) return 0;
-  // Longer than need be, surrogates, and what lies beyond the last character.
-  const unsigned second = byte(i + 1);
-  if ((first == 0xE0 && second < 0xA0) || (first == 0xED && second > 0x9F) ||
-      (first == 0xF0 && second < 0x90) || (first == 0xF4 && second > 0x8F))
-    return 0;
-  return length;
-}
-
-// C1 controls, and the characters that turn the direction of what follows.
-bool misleads(const std::string &text, std::size_t i, std::size_t length) {
-  if (length == 2) return text[i] == '\xC2' && static_cast<unsigned char>(text[i + 1]) < 0xA0;
-  const std::string three = length == 3 ? text.substr(i, 3) : "";
-  return (three >= "\xE2\x80\x8E" && three <= "\xE2\x80\x8F") ||
-         (three >= "\xE2\x80\xA8" && three <= "\xE2\x80\xAE") ||
-         (three >= "\xE2\x81\xA6" && three <= "\xE2\x81\xA9");
-}
-
 }  // namespace
-
-std::string htmlText(const std::string &text) {
-  std::string safe;
-  for (std::size_t i = 0; i < text.size();) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    const std::size_t length = sequenceAt(text, i);
-    if (length == 0 || byte < 0x20 || byte == 0x7F || misleads(text, i, length)) {
-      const std::size_t visible = std::max<std::size_t>(length, 1);
-      for (std::size_t k = 0; k < visible; ++k)
-        safe += format("\\x%02x", static_cast<unsigned char>(text[i + k]));
-      i += visible;
-      continue;
-    }
-    switch (text[i]) {
-      case '&':
-        safe += "&amp;";
-        break;
-      case '<':
-        safe += "&lt;";
-        break;
-      case '>':
-        safe += "&gt;";
-        break;
-      case '"':
-        safe += "&quot;";
-        break;
-      case '\'':
-        safe += "&#39;";
-        break;
-      default:
-        safe += text.substr(i, length);
-    }
-    i += length;
-  }
-  return safe;
-}
 
 std::string pngOf(const Picture &picture) {
   StringSink sink;
@@ -257,8 +192,8 @@ figcaption { color: var(--soft); font-size: 0.8125rem }
 std::string pageSummary(const std::vector<ReportEntry> &entries) {
   const auto good = static_cast<std::size_t>(
       std::count_if(entries.begin(), entries.end(), [](const ReportEntry &e) { return e.error.empty(); }));
-  std::string text = format("<p>%zu frame%s", good, good == 1 ? "" : "s");
-  if (good != entries.size()) text += format(", %zu not readable", entries.size() - good);
+  std::string text = printed("<p>%zu frame%s", good, good == 1 ? "" : "s");
+  if (good != entries.size()) text += printed(", %zu not readable", entries.size() - good);
   text +=
       "</p>\n<div class=\"scroll\"><table class=\"summary\"><thead><tr><th>file<th>format<th>pixels<th>file size"
       "<th>min<th>max<th>mean<th>clipped</thead><tbody>\n";
@@ -277,10 +212,10 @@ std::string pageSummary(const std::vector<ReportEntry> &entries) {
       most = std::max(most, c.most);
       sum += c.mean * n, clipped += c.clipped * n, count += n;
     }
-    text += format("<tr><td><a href=\"#frame-%zu\">", i + 1) + htmlText(entry.file) + "</a>" +
-            format("<td>%s<td>%" PRIu32 "&times;%" PRIu32 "<td>%s<td>%" PRIu32 "<td>%" PRIu32 "<td>%.1f<td>",
-                   entry.format->name, entry.facts.width, entry.facts.height,
-                   sizeText(entry.facts.fileBytes).c_str(), least, most, sum / count) +
+    text += printed("<tr><td><a href=\"#frame-%zu\">", i + 1) + htmlText(entry.file) + "</a>" +
+            printed("<td>%s<td>%" PRIu32 "&times;%" PRIu32 "<td>%s<td>%" PRIu32 "<td>%" PRIu32 "<td>%.1f<td>",
+                    entry.format->name, entry.facts.width, entry.facts.height,
+                    sizeText(entry.facts.fileBytes).c_str(), least, most, sum / count) +
             percent(clipped / count) + "\n";
   }
   return text + "</tbody></table></div>\n";
@@ -290,13 +225,13 @@ std::string pageCard(const ReportEntry &entry, std::size_t number) {
   if (!entry.error.empty()) return {};
   const FileFacts &facts = entry.facts;
   std::string text =
-      format("<section class=\"card\" id=\"frame-%zu\">\n<header><h2>", number) +
+      printed("<section class=\"card\" id=\"frame-%zu\">\n<header><h2>", number) +
       htmlText(baseName(entry.file)) + "</h2><p>" +
-      format("%s (0x%08" PRIX32 "), %" PRIu32 "&times;%" PRIu32 " pixels, %" PRIu64
-             " bytes a row; %s file of %" PRIu64 " bytes%s%s",
-             entry.format->name, facts.code, facts.width, facts.height, facts.rowBytes,
-             facts.rwh ? "RWH" : "headerless", facts.fileBytes, facts.rwh ? ", as its header says" : "",
-             entry.stretched ? "; pictures spread over the range of the frame" : "") +
+      printed("%s (0x%08" PRIX32 "), %" PRIu32 "&times;%" PRIu32 " pixels, %" PRIu64
+              " bytes a row; %s file of %" PRIu64 " bytes%s%s",
+              entry.format->name, facts.code, facts.width, facts.height, facts.rowBytes,
+              facts.rwh ? "RWH" : "headerless", facts.fileBytes, facts.rwh ? ", as its header says" : "",
+              entry.stretched ? "; pictures spread over the range of the frame" : "") +
       "</p></header>\n";
   text += image(entry.thumbnail, entry.thumbnailWidth, entry.thumbnailHeight, "thumbnail",
                 "Thumbnail of " + baseName(entry.file));

@@ -50,8 +50,4 @@ std::string pageSummary(const std::vector<ReportEntry> &entries);
 std::string pageCard(const ReportEntry &entry, std::size_t number);
 std::string pageEnd();
 
-// Text between tags and in attributes: markup is escaped, control characters and bytes that are no UTF-8 made
-// visible.
-std::string htmlText(const std::string &text);
-
 }  // namespace tool

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // sheet: thumbnails with captions on one page.
 #include <algorithm>
-#include <cinttypes>
 #include <filesystem>
 
 #include "commands.h"
@@ -9,6 +8,7 @@
 #include "file_list.h"
 #include "font.h"
 #include "picture.h"
+#include "text.h"
 #include "thumbnail.h"
 
 namespace tool {
@@ -54,7 +54,7 @@ void runSheet(const SheetOptions &options) {
     throw Failure(Exit::Usage, "--cell", "a cell can be 16x16 to 4096x4096 pixels");
   if (!options.labels.empty() && options.labels.size() != options.pictures.size())
     throw Failure(Exit::Usage, "--labels",
-                  format("%zu labels for %zu pictures", options.labels.size(), options.pictures.size()));
+                  printed("%zu labels for %zu pictures", options.labels.size(), options.pictures.size()));
 
   for (const std::string &picture : options.pictures) refuseSameFile(picture, options.output);
 

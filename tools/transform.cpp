@@ -11,6 +11,7 @@
 #include "output_file.h"
 #include "picture.h"
 #include "scene.h"
+#include "text.h"
 
 namespace tool {
 namespace {
@@ -87,8 +88,8 @@ void runScene(const SceneOptions &options) {
   if (size.width < kSmallestScene || size.height < kSmallestScene || size.width > kLargestScene ||
       size.height > kLargestScene)
     throw Failure(Exit::Usage, "--size",
-                  format("the scene can be drawn from %ux%u to %ux%u pixels", kSmallestScene, kSmallestScene,
-                         kLargestScene, kLargestScene));
+                  printed("the scene can be drawn from %ux%u to %ux%u pixels", kSmallestScene, kSmallestScene,
+                          kLargestScene, kLargestScene));
   savePicture(drawScene(size.width, size.height), options.output, type);
 }
 
