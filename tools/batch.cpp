@@ -160,6 +160,7 @@ Outcome outcomeOf(const Job &job, const std::function<Outcome(const Job &)> &wor
 BatchResult runBatch(const std::vector<Job> &jobs, unsigned threads, Progress &progress, Counts counts,
                      const std::function<Outcome(const Job &)> &work,
                      const std::function<void(const Job &, const Outcome &)> &report) {
+  if (threads == 0) threads = std::thread::hardware_concurrency();
   Batch batch(jobs, progress, counts, work, report);
   return batch.run(std::max(
       1U, std::min<unsigned>(threads, static_cast<unsigned>(std::min<std::size_t>(jobs.size(), 1024)))));

@@ -43,8 +43,9 @@ struct BatchResult {
 // What fails on the side of the output fails for every file: that many in a row are enough to give up.
 inline constexpr unsigned kLostOutputs = 3;
 
-// Calls `work` for every job, in `threads` threads, and `report` behind it, one at a time. `work` throws what
-// it fails of. Each failure is said on standard error at once.
+// Calls `work` for every job, in `threads` threads (0: one for each processor), and `report` behind it, one
+// at a time. Both are given the elements of `jobs` themselves, no copies. `work` throws what it fails of.
+// Each failure is said on standard error at once.
 BatchResult runBatch(const std::vector<Job> &jobs, unsigned threads, Progress &progress, Counts counts,
                      const std::function<Outcome(const Job &)> &work,
                      const std::function<void(const Job &, const Outcome &)> &report);

@@ -12,7 +12,6 @@
 #include <memory>
 #include <mutex>
 #include <set>
-#include <thread>
 
 #include "batch.h"
 #include "commands.h"
@@ -45,6 +44,10 @@ Treatment treatmentOf(const ConvertOptions &options) {
   treatment.bgr = options.bgr;
   treatment.anyBayerSize = options.anyBayerSize;
   treatment.raw = options.raw;
+  return treatment;
+}
+
+void refuseContradictions(const ConvertOptions &options) {
   const bool shifts = options.shift >= 0;
   if (options.autoRange && shifts) throw contradiction("--shift", "--auto-range");
   if (shifts && options.bayer == kivo::Bayer::Acpi)
@@ -56,7 +59,6 @@ Treatment treatmentOf(const ConvertOptions &options) {
   if (options.raw && options.autoRange)
     throw contradiction("--raw", "--auto-range: it keeps the samples as they are");
   if (options.raw && options.time) throw contradiction("--raw", "--time: it does not convert");
-  return treatment;
 }
 
 // Makes the folders of outputs, but never again the one that all are in: when that is gone, somebody has
@@ -249,9 +251,8 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
     outcome.error = tree.folder + ": " + tree.reason;
     report({tree.folder, {}, {}, false}, outcome);
   }
-  const unsigned all = std::max(1U, std::thread::hardware_concurrency());
   const BatchResult result = runBatch(
-      list.jobs, options.jobs == 0 ? all : options.jobs, progress, counts,
+      list.jobs, options.jobs, progress, counts,
       [&converter](const Job &job) { return converter.convert(job); }, report);
   if (result.outputLost && result.notDone != 0)
     std::fprintf(stderr, "kivocam: %u outputs in a row could not be written: given up\n", kLostOutputs);
@@ -264,11 +265,6 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
   return result.code();
 }
 
-bool isFolder(const std::string &path) {
-  std::error_code failed;
-  return fs::is_directory(path, failed);
-}
-
 // Whether a name ends like that of a picture or of a raw frame.
 bool isFileName(const std::string &path) {
   const std::string extension = fs::path(path).extension().string();
@@ -276,25 +272,26 @@ bool isFileName(const std::string &path) {
   return is(".png") || is(".ppm") || is(".pgm") || is(".bmp") || is(".rwh");
 }
 
-// Gives the one job its output, or every job its own below a folder.
-void nameAll(FileList &list, const ConvertOptions &options, Converter &converter) {
+void checkStandardOutput(const FileList &list, const ConvertOptions &options) {
+  if (list.jobs.size() != 1 || list.several)
+    throw Failure(Exit::Usage, "standard output", "takes the picture of one file");
+  if (options.json || options.time)
+    throw contradiction(options.json ? "--json" : "--time", "a picture on standard output");
+}
+
+// Gives the one job its output. Returns the type of the picture.
+PictureType nameOne(Job &job, const ConvertOptions &options) {
   const std::string &output = options.output;
-  const bool toFolder = output.back() == '/' || isFolder(output) || (list.several && output != "-");
-  if (output == "-") {
-    if (list.jobs.size() != 1 || list.several)
-      throw Failure(Exit::Usage, "standard output", "takes the picture of one file");
-    if (options.json || options.time)
-      throw contradiction(options.json ? "--json" : "--time", "a picture on standard output");
-  }
-  if (!toFolder) {
-    refuseSameFile(list.jobs[0].input, output);
-    if (kivo::detail::sameName(fs::path(output).extension().string(), ".rwh"))
-      throw Failure(Exit::Usage, output, "is called like a raw frame, not like a picture");
-    const PictureType type = pictureType(output, options.to, true);
-    list.jobs[0].output = output;
-    converter.setType(type);
-    return;
-  }
+  refuseSameFile(job.input, output);
+  if (kivo::detail::sameName(fs::path(output).extension().string(), ".rwh"))
+    throw Failure(Exit::Usage, output, "is called like a raw frame, not like a picture");
+  job.output = output;
+  return pictureType(output, options.to, true);
+}
+
+// Gives every job an output of its own in a folder or below. Returns the type of the pictures.
+PictureType nameAll(FileList &list, const ConvertOptions &options) {
+  const std::string &output = options.output;
   if (std::any_of(list.jobs.begin(), list.jobs.end(), [](const Job &job) { return job.input == "-"; }))
     throw Failure(Exit::Usage, "standard input",
                   "is one frame without a name: give it alone, and OUT as a file");
@@ -309,19 +306,23 @@ void nameAll(FileList &list, const ConvertOptions &options, Converter &converter
   const PictureType type = pictureType("", to, true);
   static const char *const kExtensions[] = {".png", ".ppm", ".pgm", ".bmp"};
   nameOutputs(list, output, kExtensions[static_cast<int>(type)]);
-  converter.setType(type);
-  converter.folders().setRoot(output);
+  return type;
 }
 
 }  // namespace
 
 Exit runConvert(const ConvertOptions &options) {
   Converter converter(options, treatmentOf(options));
+  refuseContradictions(options);
   checkInputOptions(options.input);
   OutputFile::setDurable(!options.noSync);
   FileList list = findInputs(options.inputs, options.input.headerless(), options.quiet);
   if (list.jobs.empty()) return Exit::Input;
-  nameAll(list, options, converter);
+  const std::string &output = options.output;
+  if (output == "-") checkStandardOutput(list, options);
+  const bool toFolder = output.back() == '/' || isFolder(output) || (list.several && output != "-");
+  converter.setType(toFolder ? nameAll(list, options) : nameOne(list.jobs[0], options));
+  if (toFolder) converter.folders().setRoot(output);
   if (list.jobs.size() == 1 && list.unreadable.empty()) return convertOne(converter, options, list.jobs[0]);
   return convertAll(converter, options, list);
 }

@@ -34,11 +34,6 @@ bool exists(const std::string &path) {
   return ::lstat(path.c_str(), &info) == 0;
 }
 
-bool isFolder(const std::string &path) {
-  struct stat info = {};
-  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
 std::string joined(const std::string &folder, const std::string &name) {
   if (folder.empty()) return name;
   return folder.back() == '/' ? folder + name : folder + '/' + name;
@@ -135,6 +130,11 @@ class Lister {
 };
 
 }  // namespace
+
+bool isFolder(const std::string &path) {
+  struct stat info = {};
+  return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
 
 FileList listFiles(const std::vector<std::string> &arguments, bool headerless) {
   Lister lister(headerless);

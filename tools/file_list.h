@@ -37,6 +37,9 @@ FileList listFiles(const std::vector<std::string> &arguments, bool headerless);
 // `quiet`. Throws Failure when there is no file at all.
 FileList findInputs(const std::vector<std::string> &arguments, bool headerless, bool quiet);
 
+// Whether there is a folder, or a link to one.
+bool isFolder(const std::string &path);
+
 // Names the outputs: below `folder`, with another extension. Throws Failure when two inputs would become one
 // output, or an output is one of the inputs.
 void nameOutputs(FileList &list, const std::string &folder, const std::string &extension);

@@ -43,6 +43,13 @@ std::string resolved(const std::string &path) {
   throw Failure(Exit::Output, path, withErrno("cannot be written", ELOOP));
 }
 
+// In front of the name of a file there: empty, or with a / at its end.
+std::string directoryOf(const std::string &path) {
+  std::string directory = std::filesystem::path(path).parent_path().string();
+  if (!directory.empty() && directory.back() != '/') directory += '/';
+  return directory;
+}
+
 std::string ownName(int file) {
   return printed("/proc/self/fd/%d", file);
 }
@@ -87,8 +94,7 @@ OutputFile::OutputFile(const std::string &path) : path_(path), target_(resolved(
   struct stat info = {};
   if (::stat(target_.c_str(), &info) == 0 && !S_ISREG(info.st_mode))
     throw Failure(Exit::Output, path_, S_ISDIR(info.st_mode) ? "is a directory" : "is not a regular file");
-  std::string directory = std::filesystem::path(target_).parent_path().string();
-  if (!directory.empty() && directory.back() != '/') directory += '/';
+  const std::string directory = directoryOf(target_);
   removeStale(directory);
   if (!createUnnamed(directory)) createNamed(directory);
 }
@@ -147,8 +153,7 @@ void OutputFile::link() {
   if (error != EEXIST) fail(error);
   // The lock says to other runs that the hidden name is no leftover.
   ::flock(file_, LOCK_EX | LOCK_NB);
-  std::string directory = std::filesystem::path(target_).parent_path().string();
-  if (!directory.empty() && directory.back() != '/') directory += '/';
+  const std::string directory = directoryOf(target_);
   for (unsigned attempt = 0; error == EEXIST && attempt < 100; ++attempt) {
     const std::string name = newHiddenName(directory);
     error = linkAs(name);

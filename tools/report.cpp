@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <thread>
 
 #include "batch.h"
 #include "commands.h"
@@ -117,32 +116,28 @@ ReportEntry entryOf(const InputOptions &input, bool autoRange) {
   return entry;
 }
 
-}  // namespace
-
-Exit runReport(const ReportOptions &options) {
-  checkInputOptions(options.input);
-  if (options.output == "-" && options.json)
-    throw Failure(Exit::Usage, "--json", "does not go with a page on standard output");
-  const FileList list = findInputs(options.files, options.input.headerless(), options.quiet);
-  for (const Job &job : list.jobs) refuseSameFile(job.input, options.output);
-  const std::unique_ptr<ByteSink> sink = openOutput(options.output);
-
+// Reads every frame; one that fails, and a folder that cannot be searched, has an entry with the reason.
+std::vector<ReportEntry> readAll(const FileList &list, const ReportOptions &options) {
   std::vector<ReportEntry> entries(list.jobs.size());
-  Counts counts;
-  counts.total = list.jobs.size() + list.unreadable.size();
-  counts.failed = list.unreadable.size();
+  // The batch hands out the jobs of the list, and each has its entry.
+  const auto entryFor = [&](const Job &job) -> ReportEntry & {
+    return entries[static_cast<std::size_t>(&job - list.jobs.data())];
+  };
   const auto fill = [&](const Job &job) {
     InputOptions input = options.input;
     input.file = job.input;
     input.named = job.named;
-    entries[static_cast<std::size_t>(&job - list.jobs.data())] = entryOf(input, options.autoRange);
+    entryFor(job) = entryOf(input, options.autoRange);
     Outcome outcome;
     outcome.status = Outcome::Status::Converted;
     return outcome;
   };
   const auto noteFailure = [&](const Job &job, const Outcome &outcome) {
     if (outcome.status != Outcome::Status::Failed) return;
-    ReportEntry &entry = entries[static_cast<std::size_t>(&job - list.jobs.data())];
+    ReportEntry &entry = entryFor(job);
+    // Short enough to need no memory, for when there is none to say more.
+    entry.error = "out of memory";
+    if (outcome.error.empty()) return;
     entry.file = inputName(job.input);
     const std::string subject = entry.file + ": ";
     const bool named = outcome.error.compare(0, subject.size(), subject) == 0;
@@ -152,31 +147,50 @@ Exit runReport(const ReportOptions &options) {
     fill(list.jobs[0]);
   } else {
     Progress progress(options.quiet);
-    const unsigned all = std::max(1U, std::thread::hardware_concurrency());
-    const BatchResult result =
-        runBatch(list.jobs, options.jobs == 0 ? all : options.jobs, progress, counts, fill, noteFailure);
+    Counts counts;
+    counts.total = list.jobs.size() + list.unreadable.size();
+    counts.failed = list.unreadable.size();
+    const BatchResult result = runBatch(list.jobs, options.jobs, progress, counts, fill, noteFailure);
     if (result.signal != 0) endBySignal(result.signal);
-    counts = result.counts;
   }
   for (const Unreadable &tree : list.unreadable) {
     entries.emplace_back();
     entries.back().file = tree.folder;
     entries.back().error = tree.reason;
   }
+  return entries;
+}
 
-  const auto write = [&sink](const std::string &text) { sink->write(text.data(), text.size()); };
-  write(pageHead(options.title));
+void writePage(const std::vector<ReportEntry> &entries, const std::string &title, ByteSink &sink) {
+  const auto write = [&sink](const std::string &text) { sink.write(text.data(), text.size()); };
+  write(pageHead(title));
   write(pageSummary(entries));
   for (std::size_t i = 0; i < entries.size(); ++i) write(pageCard(entries[i], i + 1));
   write(pageEnd());
-  sink->commit();
+  sink.commit();
+}
+
+std::string jsonLine(const ReportEntry &entry) {
+  if (entry.error.empty()) return jsonFacts(entry.facts, *entry.format, entry.statistics);
+  return "{\"file\": " + jsonString(entry.file) + ", \"error\": " + jsonString(entry.error) + "}";
+}
+
+}  // namespace
+
+Exit runReport(const ReportOptions &options) {
+  checkInputOptions(options.input);
+  if (options.output == "-" && options.json)
+    throw Failure(Exit::Usage, "--json", "does not go with a page on standard output");
+  const FileList list = findInputs(options.files, options.input.headerless(), options.quiet);
+  for (const Job &job : list.jobs) refuseSameFile(job.input, options.output);
+  const std::unique_ptr<ByteSink> sink = openOutput(options.output);
+  const std::vector<ReportEntry> entries = readAll(list, options);
+  writePage(entries, options.title, *sink);
   if (options.json)
-    for (const ReportEntry &entry : entries)
-      std::printf("%s\n", (entry.error.empty() ? jsonFacts(entry.facts, *entry.format, entry.statistics)
-                                               : "{\"file\": " + jsonString(entry.file) +
-                                                     ", \"error\": " + jsonString(entry.error) + "}")
-                              .c_str());
-  return counts.failed == 0 ? Exit::Ok : Exit::Some;
+    for (const ReportEntry &entry : entries) std::printf("%s\n", jsonLine(entry).c_str());
+  const bool failed =
+      std::any_of(entries.begin(), entries.end(), [](const ReportEntry &e) { return !e.error.empty(); });
+  return failed ? Exit::Some : Exit::Ok;
 }
 
 }  // namespace tool
