@@ -24,8 +24,8 @@
  *
  * The parts, each of which may be included alone: kivocamutl/error.hpp (what can go wrong), formats.hpp
  * (pixel formats and their names), frame.hpp (memory, views, regions), unpack.hpp (plain samples of
- * anything), converters.hpp (which of the library's functions takes a format), convert.hpp (pictures, reversed
- * frames) and files.hpp (RWH and BMP).
+ * anything), converters.hpp (which of the library's functions takes a format), convert.hpp (pictures,
+ * reversed frames) and files.hpp (RWH and BMP).
  */
 #ifndef KIVOCAMUTL_HPP
 #define KIVOCAMUTL_HPP

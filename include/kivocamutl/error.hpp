@@ -16,6 +16,8 @@
 /** The C++ layer: checked views of frames, and what can be done with them. */
 namespace kivo {
 
+// Version 14 of the formatter takes the attribute for the beginning of an initialiser.
+// clang-format off
 /** What went wrong; one value and one message() per cause. */
 enum class [[nodiscard]] Errc {
   Ok,                ///< Success.
@@ -48,6 +50,7 @@ enum class [[nodiscard]] Errc {
   FileTooLong,       ///< The file is longer than its RWH header says.
   Library,           ///< The library returned a status that it does not document for the call.
 };
+// clang-format on
 
 /** One clause in lower case that fits behind "cannot convert: ". Never null. */
 constexpr const char *message(Errc error) noexcept {
