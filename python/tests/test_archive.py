@@ -37,7 +37,7 @@ def command(*arguments):
 
 def run(*arguments):
     """Exit code and report of one run in a process of its own."""
-    done = subprocess.run(command(*arguments), env=ENVIRONMENT, capture_output=True, text=True, timeout=120)
+    done = subprocess.run(command(*arguments), env=ENVIRONMENT, capture_output=True, text=True, timeout=600)
     return done
 
 
@@ -330,7 +330,7 @@ def test_a_worker_that_is_killed(tmp_path):
             wait_until(marker.exists)
             os.kill(victim, signal.SIGKILL)
             at_kill = count_outputs(target)
-            _, errors = process.communicate(timeout=300)
+            _, errors = process.communicate(timeout=600)
         finally:
             process.kill()
             process.wait()
@@ -393,7 +393,7 @@ def test_an_interrupted_run_is_continued(number, code, tmp_path):
     want = make_tree(source, 60)
     arguments = [str(int(number)), source, target, "--quiet", "--threads", "1"]
     done = subprocess.run([sys.executable, "-c", INTERRUPTED, *arguments], env=ENVIRONMENT, capture_output=True,
-                          text=True, timeout=240)
+                          text=True, timeout=600)
     assert done.returncode == code, done.stderr
     assert "Traceback" not in done.stderr
     part = outputs(target)

@@ -46,7 +46,7 @@ SCRIPT = textwrap.dedent("""
 def run(*arguments):
     environment = {**os.environ, "PYTHONPATH": os.path.dirname(os.path.dirname(kivo.__file__))}
     return subprocess.run([sys.executable, "-c", SCRIPT, *arguments], env=environment, capture_output=True, text=True,
-                          timeout=60)
+                          timeout=240)
 
 
 def test_nothing_behind_the_frame_is_read():

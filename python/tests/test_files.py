@@ -202,7 +202,7 @@ def test_a_file_that_cannot_grow_leaves_the_old_one(call, tmp_path):
         """)
     environment = {**os.environ, "PYTHONPATH": os.path.dirname(os.path.dirname(kivo.__file__))}
     done = subprocess.run([sys.executable, "-c", script, str(path)], env=environment, capture_output=True, text=True,
-                          timeout=60)
+                          timeout=240)
     assert done.stdout.startswith("refused:") and str(path) in done.stdout, done.stderr
     assert path.read_bytes() == b"what was there"
     assert os.listdir(tmp_path) == ["target"]

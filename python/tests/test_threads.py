@@ -20,7 +20,7 @@ ENVIRONMENT = {**os.environ, "PYTHONPATH": os.path.dirname(os.path.dirname(kivo.
 
 def run_script(script, *arguments):
     done = subprocess.run([sys.executable, "-c", textwrap.dedent(script), *arguments], env=ENVIRONMENT,
-                          capture_output=True, text=True, timeout=60)
+                          capture_output=True, text=True, timeout=240)
     assert done.returncode == 0, done.stderr
     return done.stdout
 
