@@ -185,28 +185,24 @@ if [ $root = yes ] && command -v unshare >/dev/null && unshare -m true 2>/dev/nu
       echo $? >named_stopped_code
       [ "$(cat named_stopped_code)" -eq 0 ] || break
     done
-    mkdir paged
-    for _ in 1 2 3 4 5 6 7 8 9 10; do
-      rm -f paged/p.html
-      "$1" report frames -o paged/p.html -j 1 2>said &
-      while find paged -name ".*" -type f >paged_hidden; [ ! -s paged_hidden ] && kill -0 $!; do :; done
-      # The frames are read from here on; a report that has not come to that yet has nothing to end gracefully.
-      sleep 0.1
-      kill -TERM $!
-      wait $!
-      echo $? >paged_code
-      [ "$(cat paged_code)" -eq 0 ] || break
-    done
-    mkdir alone
-    for _ in 1 2 3 4 5 6 7 8 9 10; do
-      rm -f alone/out.png
-      "$1" convert large.rwh alone/out.png --png-level 9 2>said &
-      while find alone -name ".*" -type f >alone_hidden; [ ! -s alone_hidden ] && kill -0 $!; do :; done
-      kill -TERM $!
-      wait $!
-      echo $? >alone_code
-      [ "$(cat alone_code)" -eq 0 ] || break
-    done' sh "$kivocam" >said 2>&1
+    # ended FOLDER COMMAND...: SIGTERM to the command while it has a hidden file in FOLDER. By then it may still have
+    # to begin with what it would end gracefully.
+    ended() {
+      folder=$1
+      shift
+      for _ in 1 2 3 4 5 6 7 8 9 10; do
+        rm -rf "$folder" && mkdir "$folder"
+        "$@" 2>said &
+        while find "$folder" -name ".*" -type f >"${folder}_hidden"; [ ! -s "${folder}_hidden" ] && kill -0 $!; do :; done
+        sleep 0.1
+        kill -TERM $!
+        wait $!
+        echo $? >"${folder}_code"
+        [ "$(cat "${folder}_code")" -eq 0 ] || break
+      done
+    }
+    ended paged "$1" report frames -o paged/p.html -j 1
+    ended alone "$1" convert large.rwh alone/out.png --png-level 9' sh "$kivocam" >said 2>&1
   if [ $? -ne 77 ]; then
     checks=$((checks + 4))
     diff -r reference named >differences || fail "named: $(head -n 3 differences) $(cat said)"
