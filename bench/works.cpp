@@ -2,9 +2,11 @@
 #include "works.h"
 
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
 
 #include "KivoCamUtl.hpp"
+#include "KivoFrame.h"
 #include "support/converters.h"
 
 namespace KivoBench {
@@ -159,6 +161,71 @@ Work ConvertWork(const char *name) {
           }};
 }
 
+struct PlannedPicture {
+  const char *family;
+  const char *format;
+  const char *picture;  // as the row calls it
+  std::uint32_t pixels;
+  std::uint32_t pixel_bytes;
+  std::uint32_t bayer = KIVO_BAYER_STANDARD;
+  std::uint32_t flags = 0;
+};
+
+// Every pair of the first rows and of a later one differs in one thing.
+constexpr PlannedPicture kPlannedPictures[] = {
+    {"plan", "BayerRG8", "BGRA8", KIVO_BGRA8, 4},
+    {"plan", "BayerRG8", "RGBA8", KIVO_RGBA8, 4},
+    {"plan", "BayerRG8", "BGRA8, mirrored", KIVO_BGRA8, 4, KIVO_BAYER_STANDARD, KIVO_MIRROR},
+    {"plan", "BayerRG8", "BGRA8, flipped", KIVO_BGRA8, 4, KIVO_BAYER_STANDARD, KIVO_FLIP},
+    {"plan", "BayerRG8", "BGRA8, ACPI", KIVO_BGRA8, 4, KIVO_BAYER_ACPI},
+    {"plan", "BayerRG12", "BGRA8", KIVO_BGRA8, 4},
+    {"plan", "BayerRG12", "BGRA8, ACPI", KIVO_BGRA8, 4, KIVO_BAYER_ACPI},
+    {"plan", "BayerRG12", "BGR16", KIVO_BGR16, 6},
+    {"plan", "YUV422_8", "BGRA8", KIVO_BGRA8, 4},
+    {"plan", "YCbCr422_8", "BGRA8", KIVO_BGRA8, 4},
+    {"plan", "YUV422_8_UYVY", "BGR8", KIVO_BGR8, 3},
+    {"plan-packed", "BayerRG10p", "BGRA8", KIVO_BGRA8, 4},
+    {"plan-packed", "BayerRG12p", "BGRA8", KIVO_BGRA8, 4},
+    {"plan-packed", "BayerRG12p", "BGR8", KIVO_BGR8, 3},
+    {"plan-packed", "BayerRG12Packed", "BGRA8", KIVO_BGRA8, 4},
+    {"plan-packed", "Mono10p", "BGRA8", KIVO_BGRA8, 4},
+    {"plan-packed", "Mono12p", "BGRA8", KIVO_BGRA8, 4},
+};
+
+// A plan is made once for a geometry, as programs do.
+Work PlanWork(const PlannedPicture &picture) {
+  const kivo_format &format = *kivo_format_find(picture.format);
+  struct State {
+    Geometry geometry{};
+    kivo_plan *plan = nullptr;
+    ~State() { kivo_plan_free(plan); }
+  };
+  const auto state = std::make_shared<State>();
+  return {
+      picture.family,
+      std::string("kivo_run ") + picture.format + " to " + picture.picture,
+      {1, 8, 1, 1, 0, false},
+      format.code >> 16 & 0xFF,
+      8 * picture.pixel_bytes,
+      false,
+      [&picture, &format, state](std::uint8_t *dst, const std::uint8_t *src, Geometry geometry) {
+        if (state->geometry != geometry) {
+          kivo_plan_free(state->plan);
+          kivo_options options = KIVO_OPTIONS_INIT;
+          options.pixels = picture.pixels;
+          options.bayer = picture.bayer;
+          options.flags = picture.flags;
+          if (kivo_plan_make(format.code, geometry.width, geometry.height, &options, &state->plan) != KIVO_OK)
+            std::abort();
+          state->geometry = geometry;
+        }
+        const kivo_frame frame = {
+            src, static_cast<std::size_t>(kivo_frame_bytes(format.code, geometry.width, geometry.height)), 0};
+        const kivo_picture result = {dst, kivo_plan_picture_bytes(state->plan), 0};
+        if (kivo_run(state->plan, &frame, &result, nullptr, 0) != KIVO_OK) std::abort();
+      }};
+}
+
 std::vector<Work> MakeWorks() {
   std::vector<Work> works;
   for (const Converter &converter : KivoTest::AllConverters()) works.push_back(ConverterWork(converter));
@@ -169,6 +236,7 @@ std::vector<Work> MakeWorks() {
   for (const char *name :
        {"Mono10p", "Mono12p", "Mono12Packed", "BayerRG10p", "BayerRG12p", "BayerRG12Packed"})
     works.push_back(ConvertWork(name));
+  for (const PlannedPicture &picture : kPlannedPictures) works.push_back(PlanWork(picture));
   return works;
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Everything of the library and its C++ layer that turns one frame into another, described for timing.
+// Everything of the libraries and the C++ layer that turns one frame into another, described for timing.
 #ifndef KIVO_BENCH_WORKS_H
 #define KIVO_BENCH_WORKS_H
 
@@ -27,7 +27,7 @@ struct Work {
 };
 
 // All 74 converters in the order of the header, then ReverseImg: every unit in every direction; then the C++
-// layer's unpacking, and its conversion of samples that share bytes.
+// layer's unpacking, and its conversion of samples that share bytes; then the engine's plans.
 const std::vector<Work> &AllWorks();
 
 // By name; throws if there is none.

@@ -2,11 +2,12 @@
 # What `cmake --install` puts where, by component: runtime, development, tool, python, documentation.
 include(CMakePackageConfigHelpers)
 
-option(CAMUTL_INSTALL_PYTHON "Install the Python package (needs a Python 3 interpreter)" ON)
+option(CAMUTL_INSTALL_PYTHON "Also install the Python package (needs a Python 3 interpreter)" OFF)
 
-set(kivoInstalled KivoCamUtl)
+set(kivoInstalled ${KIVO_LIBRARIES})
 if(CAMUTL_BUILD_STATIC)
-  list(APPEND kivoInstalled KivoCamUtl_static)
+  list(TRANSFORM KIVO_LIBRARIES APPEND _static OUTPUT_VARIABLE kivoStatic)
+  list(APPEND kivoInstalled ${kivoStatic})
 endif()
 install(TARGETS ${kivoInstalled} EXPORT KivoCamUtlTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
@@ -24,11 +25,16 @@ install(FILES ${PROJECT_BINARY_DIR}/KivoCamUtlConfig.cmake ${PROJECT_BINARY_DIR}
 
 # ${pcfiledir} keeps the installed tree relocatable.
 file(RELATIVE_PATH kivoPcToPrefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-configure_file(packaging/KivoCamUtl.pc.in KivoCamUtl.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/KivoCamUtl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-  COMPONENT development)
+foreach(library IN LISTS KIVO_LIBRARIES)
+  get_target_property(kivoModule ${library} KIVO_MODULE)
+  get_target_property(kivoDescription ${library} KIVO_DESCRIPTION)
+  configure_file(packaging/library.pc.in ${kivoModule}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${kivoModule}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT development)
+endforeach()
 
-# The Python package goes where the interpreter looks below the prefix, such as lib/python3.11/dist-packages.
+# The Python package goes where the interpreter looks below the prefix, such as lib/python3.11/dist-packages. Without an
+# interpreter the rest is installed all the same.
 if(CAMUTL_INSTALL_PYTHON AND NOT DEFINED CACHE{CAMUTL_PYTHON_DIR})
   execute_process(
     COMMAND ${CAMUTL_PYTHON} -c "import sysconfig; print(sysconfig.get_path('purelib', vars={'base': ''}))"
@@ -37,12 +43,17 @@ if(CAMUTL_INSTALL_PYTHON AND NOT DEFINED CACHE{CAMUTL_PYTHON_DIR})
     string(REGEX REPLACE "^/(local/)?" "" purelib "${purelib}")
     set(CAMUTL_PYTHON_DIR ${purelib} CACHE STRING "Where the Python package is installed, below the prefix")
   else()
-    message(STATUS "${CAMUTL_PYTHON} not found: the Python package is not installed (Debian: python3 python3-numpy)")
+    message(WARNING "${CAMUTL_PYTHON} not found: the Python package is not installed (Debian: python3 python3-numpy)")
   endif()
 endif()
 if(CAMUTL_INSTALL_PYTHON AND CAMUTL_PYTHON_DIR)
+  kivo_note_folders(${CAMUTL_PYTHON_DIR}/kivocamutl ${CAMUTL_PYTHON_DIR}/kivocamutl-${PROJECT_VERSION}.dist-info)
   install(DIRECTORY python/kivocamutl DESTINATION ${CAMUTL_PYTHON_DIR} COMPONENT python
     FILES_MATCHING PATTERN "*.py" PATTERN "py.typed")
+  # By which tools and importlib.metadata know the package and its version.
+  configure_file(packaging/METADATA.in METADATA @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/METADATA
+    DESTINATION ${CAMUTL_PYTHON_DIR}/kivocamutl-${PROJECT_VERSION}.dist-info COMPONENT python)
 endif()
 
 # As in the source tree, so that the pages find each other.
@@ -66,12 +77,16 @@ if(DOXYGEN_EXECUTABLE)
   install(DIRECTORY ${kivoReference}/html DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation OPTIONAL)
 endif()
 
-# The bill of materials, of the state that is installed.
+# The bill of materials, of the state that is installed; left out where Python does not run.
 execute_process(COMMAND ${CAMUTL_PYTHON} -c "" RESULT_VARIABLE failed OUTPUT_QUIET ERROR_QUIET)
 if(failed EQUAL 0)
   set(kivoBom ${PROJECT_BINARY_DIR}/KivoCamUtl.spdx.json)
-  install(CODE "execute_process(COMMAND \"${CAMUTL_PYTHON}\" -B
-    \"${PROJECT_SOURCE_DIR}/packaging/bill_of_materials.py\" --source \"${PROJECT_SOURCE_DIR}\"
-    --version ${PROJECT_VERSION} --output \"${kivoBom}\" COMMAND_ERROR_IS_FATAL ANY)" COMPONENT documentation)
-  install(FILES ${kivoBom} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+  install(CODE "file(REMOVE \"${kivoBom}\")
+    execute_process(COMMAND \"${CAMUTL_PYTHON}\" -B
+      \"${PROJECT_SOURCE_DIR}/packaging/bill_of_materials.py\" --source \"${PROJECT_SOURCE_DIR}\"
+      --version ${PROJECT_VERSION} --output \"${kivoBom}\" RESULT_VARIABLE failed)
+    if(NOT failed EQUAL 0)
+      message(\"-- The bill of materials is left out: \${failed}\")
+    endif()" COMPONENT documentation)
+  install(FILES ${kivoBom} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation OPTIONAL)
 endif()

@@ -63,8 +63,8 @@
  * - Source and destination must not overlap; no function works in place.
  * - Buffers belong to the caller. No memory outlives a call, except a frame that LoadRWH() allocates, which
  *   the caller releases with free().
- * - Any number of threads may call any functions at once on distinct destinations and files, with two
- *   exceptions: PrepareLUT() and SetBayerConvMode() are called while no other thread converts.
+ * - Any number of threads may call any functions at once on distinct destinations and files, with one
+ *   exception: SetBayerConvMode() is called while no other thread converts.
  * - No exception leaves a function. Nothing is logged, and nothing is read from the environment.
  * - Reduction of a wide sample to 8 bits keeps 8 of its bits; nothing is rounded or clamped, so that a value
  *   above the nominal depth wraps.
@@ -214,11 +214,12 @@ CAMUTL_API bool IsPixelBayer(uint32_t uiPixelFormat) CAMUTL_NOEXCEPT;
  * @{
  */
 /**
- * Fills the lookup tables, about 1.25 MiB of static memory. Call it once, before the first conversion.
+ * Fills the lookup tables, about 1.25 MiB of static memory. Call it before the first conversion.
  *
  * Without it, grey to BGRA at every depth and all YUV converters return CAMUTL_STS_NOT_INITIALIZED; no other
- * function needs it, grey to BGR included. Every call computes the same tables anew. Not to be called while
- * another thread converts.
+ * function needs it, grey to BGR included. The tables are filled once: every further call does nothing, and
+ * one that comes while another thread fills them returns when they are filled. Any thread may call it at any
+ * time.
  *
  * @retval CAMUTL_STS_SUCCESS Always.
  */

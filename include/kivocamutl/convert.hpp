@@ -17,6 +17,8 @@
 #include <utility>
 
 namespace kivo {
+#pragma GCC visibility push(hidden)
+inline namespace v1 {
 
 /** The pixels of a picture. */
 enum class Output : std::uint8_t {
@@ -25,7 +27,7 @@ enum class Output : std::uint8_t {
 };
 
 /** A converted picture: packed rows from the top, pixels of 4 bytes B, G, R, 255 or of 3 bytes B, G, R. */
-struct Image {
+struct __attribute__((visibility("default"))) Image {
   Bytes pixels;                ///< width * height * channels() bytes.
   std::uint32_t width = 0;     ///< Pixels a row.
   std::uint32_t height = 0;    ///< Rows.
@@ -51,7 +53,7 @@ enum class Bayer : std::uint8_t {
 };
 
 /** How convert() converts. */
-struct ConvertOptions {
+struct __attribute__((visibility("default"))) ConvertOptions {
   /** What to make of Bayer frames. */
   Bayer bayer = Bayer::Standard;
   /** The pixels of the picture. */
@@ -69,6 +71,10 @@ struct ConvertOptions {
 };
 
 namespace detail {
+
+constexpr bool exists(Output output) noexcept {
+  return output == Output::Bgra || output == Output::Bgr;
+}
 
 inline Errc fromStatus(CamUtlStatus status) noexcept {
   switch (status) {
@@ -223,15 +229,17 @@ inline void completeAcpi(std::uint32_t *dst, const FrameView &view, const Layout
 /**
  * Whether convert() would take this frame: Errc::Ok, or the reason why not. Reads no pixel.
  *
- * In the order of the checks: Errc::UnknownFormat, Errc::NullData, Errc::EmptyImage, Errc::NoByteOrder,
- * Errc::PartialGroup, Errc::TooLarge, Errc::ShortStride, Errc::ShortBuffer, Errc::BadShift, and for Bayer
- * formats Errc::AcpiNeedsBayer8, Errc::TooSmall, Errc::OddSize.
+ * In the order of the checks: Errc::UnknownFormat, Errc::NullData, Errc::EmptyImage, Errc::UnknownOption
+ * (byte order), Errc::NoByteOrder, Errc::PartialGroup, Errc::TooLarge, Errc::ShortStride, Errc::ShortBuffer,
+ * Errc::UnknownOption (options), Errc::BadShift, and for Bayer formats Errc::AcpiNeedsBayer8, Errc::TooSmall,
+ * Errc::OddSize.
  */
 inline Errc check(const FrameView &view, const ConvertOptions &options = {}) noexcept {
   detail::Layout layout;
   const Errc error = detail::checkView(view, layout);
   if (error != Errc::Ok) return error;
   const Format &format = *layout.format;
+  if (options.bayer > Bayer::Off || !detail::exists(options.output)) return Errc::UnknownOption;
   if (options.shift >= 0 && (format.depth == 8 || options.shift > 15)) return Errc::BadShift;
   if (!format.isBayer() || options.bayer == Bayer::Off) return Errc::Ok;
   if (options.bayer == Bayer::Acpi && format.depth != 8) return Errc::AcpiNeedsBayer8;
@@ -243,7 +251,7 @@ inline Errc check(const FrameView &view, const ConvertOptions &options = {}) noe
 
 /**
  * Converts into the caller's memory: 32-bit BGRA words or BGR bytes, as the destination's type says
- * (options.output is not looked at). dstCount counts elements of dst and must reach width * height words, or
+ * (options.output need only exist). dstCount counts elements of dst and must reach width * height words, or
  * 3 times as many bytes. The destination must not overlap the source.
  *
  * Frames without plain samples in packed rows are unpacked and converted a piece at a time, in some hundred
@@ -325,6 +333,8 @@ inline Result<Frame> reverse(const FrameView &view, bool mirror, bool flip) noex
   return frame;
 }
 
+}  // namespace v1
+#pragma GCC visibility pop
 }  // namespace kivo
 
 #endif  // KIVOCAMUTL_CONVERT_HPP

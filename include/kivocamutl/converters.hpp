@@ -12,6 +12,8 @@
 #include <cstdint>
 
 namespace kivo {
+#pragma GCC visibility push(hidden)
+inline namespace v1 {
 namespace detail {
 
 struct Converters {
@@ -136,6 +138,8 @@ inline CamUtlStatus prepareTables() noexcept {
 }
 
 }  // namespace detail
+}  // namespace v1
+#pragma GCC visibility pop
 }  // namespace kivo
 
 #endif  // KIVOCAMUTL_CONVERTERS_HPP

@@ -15,6 +15,14 @@
 
 /** The C++ layer: checked views of frames, and what can be done with them. */
 namespace kivo {
+#pragma GCC visibility push(hidden)
+/**
+ * The version of the layer: another one where a type changes. A program and each of its plug-ins keep the
+ * functions and tables that they were built with to themselves, since the loader would merge those of one
+ * name, and the code of one version would run on the tables of another. The types are visible: others may
+ * have them as members, and catch them.
+ */
+inline namespace v1 {
 
 // Version 14 of the formatter takes the attribute for the beginning of an initialiser.
 // clang-format off
@@ -34,6 +42,7 @@ enum class [[nodiscard]] Errc {
   TooSmall,          ///< A Bayer frame below 2 x 2 pixels, or below 4 x 4 for ACPI.
   OddSize,           ///< A Bayer frame of odd width or height.
   BadShift,          ///< A shift for 8-bit samples, or one above 15.
+  UnknownOption,     ///< A Bayer, Output or ByteOrder is none of the values of its enumeration.
   NoStretch,         ///< A YUV frame has no samples to stretch.
   SharedBytes,       ///< The samples share bytes and must be unpacked first.
   CropOutside,       ///< The region does not lie within the frame.
@@ -83,6 +92,8 @@ constexpr const char *message(Errc error) noexcept {
       return "a Bayer frame needs an even width and an even height";
     case Errc::BadShift:
       return "a shift is for samples of more than 8 bits, and lies between 0 and 15";
+    case Errc::UnknownOption:
+      return "an option has a value that does not exist";
     case Errc::NoStretch:
       return "the range of a YUV frame cannot be stretched";
     case Errc::SharedBytes:
@@ -117,6 +128,7 @@ constexpr const char *message(Errc error) noexcept {
   return "unknown error";
 }
 
+#pragma GCC visibility push(default)
 /** A value or the reason why there is none. Without a value, the accessors give a default-constructed T. */
 template <class T>
 class [[nodiscard]] Result {
@@ -148,10 +160,11 @@ class [[nodiscard]] Result {
   T value_{};
   Errc error_ = Errc::Ok;
 };
+#pragma GCC visibility pop
 
 #if defined(__cpp_exceptions)
 /** What valueOrThrow() throws; what() is the message of the error. */
-class Error : public std::runtime_error {
+class __attribute__((visibility("default"))) Error : public std::runtime_error {
  public:
   /** With the message of `error`. */
   explicit Error(Errc error) : std::runtime_error(kivo::message(error)), error_(error) {}
@@ -170,6 +183,8 @@ T valueOrThrow(Result<T> result) {
 }
 #endif
 
+}  // namespace v1
+#pragma GCC visibility pop
 }  // namespace kivo
 
 #endif  // KIVOCAMUTL_ERROR_HPP

@@ -8,6 +8,7 @@
 
 #include <KivoCamUtl.h>
 #include <kivocamutl/convert.hpp>
+#include <kivocamutl/whole_file.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -17,9 +18,11 @@
 #include <sys/stat.h>
 
 namespace kivo {
+#pragma GCC visibility push(hidden)
+inline namespace v1 {
 
 /** The header of an RWH file, and how long the file is. */
-struct RwhInfo {
+struct __attribute__((visibility("default"))) RwhInfo {
   std::uint32_t format = 0;     ///< PFNC code.
   std::uint32_t width = 0;      ///< Pixels a row.
   std::uint32_t height = 0;     ///< Rows.
@@ -45,11 +48,16 @@ inline Errc lengthOf(const char *path, std::uint64_t &size) noexcept {
   return lengthOf(file, size);
 }
 
-/** The C writers do not report a full disk: what counts is what arrived. */
-inline Errc checkWritten(CamUtlStatus status, const char *path, std::uint64_t expected) noexcept {
-  if (status != CAMUTL_STS_SUCCESS) return fromStatus(status);
-  std::uint64_t size = 0;
-  return lengthOf(path, size) == Errc::Ok && size == expected ? Errc::Ok : Errc::FileWrite;
+/**
+ * Writes a file of so many bytes, whole or not at all, with `save`, which is given a name and calls a C
+ * writer. Those do not report a full disk: what counts is what arrived.
+ */
+template <class Save>
+Errc saveWhole(const char *path, std::uint64_t bytes, Save save) noexcept {
+  WholeFile file;
+  Errc error = file.open(path);
+  if (error == Errc::Ok) error = fromStatus(save(file.name()));
+  return error == Errc::Ok ? file.commit(bytes) : error;
 }
 
 struct CloseFile {
@@ -137,11 +145,14 @@ inline Result<Frame> loadRwh(const char *path) noexcept {
 }
 
 /**
- * Writes a frame with packed rows, little-endian, as an RWH file of its own format. `path` must not be a
- * device: the length of the file is checked.
+ * Writes a frame with packed rows, little-endian, as an RWH file of its own format. The file is there whole
+ * or not at all: what was there under that name stays until the new one is on the disk, and passes on its
+ * permissions and, where the system allows it, its owner and group. A symbolic link stays one. Different
+ * threads may write different files.
  *
  * Errors in the order of their checks: those of unpack() for the view, Errc::PartialByte, Errc::TooLarge,
- * Errc::OutOfMemory, Errc::FileOpen, Errc::FileWrite.
+ * Errc::OutOfMemory, Errc::FileOpen (also for a file that is read-only), Errc::FileWrite (also for devices
+ * and pipes, to which nothing is written).
  */
 inline Errc saveRwh(const FrameView &view, const char *path) noexcept {
   detail::Layout layout;
@@ -160,32 +171,35 @@ inline Errc saveRwh(const FrameView &view, const char *path) noexcept {
   Bytes storage;
   const std::uint8_t *src = detail::packedRows(storage, little, layout);
   if (src == nullptr) return Errc::OutOfMemory;
-  if (path == nullptr) return Errc::FileOpen;
-  return detail::checkWritten(SaveRWH(src, view.format, view.width, view.height, path), path, 16 + bytes);
+  return detail::saveWhole(path, 16 + bytes, [&](const char *name) noexcept {
+    return SaveRWH(src, view.format, view.width, view.height, name);
+  });
 }
 
 /**
- * Writes a 32-bit or 24-bit BMP file. `path` must not be a device: the length of the file is checked.
+ * Writes a 32-bit or 24-bit BMP file, whole or not at all, as saveRwh() does.
  *
- * Errors in the order of their checks: Errc::NullData, Errc::EmptyImage, Errc::TooLarge (BMP sizes have 32
- * bits), Errc::ShortBuffer, Errc::FileOpen, Errc::FileWrite.
+ * Errors in the order of their checks: Errc::NullData, Errc::UnknownOption (kind), Errc::EmptyImage,
+ * Errc::TooLarge (BMP sizes have 32 bits), Errc::ShortBuffer, Errc::FileOpen, Errc::FileWrite.
  */
 inline Errc saveBmp(const Image &image, const char *path) noexcept {
   if (image.pixels.data() == nullptr) return Errc::NullData;
+  if (!detail::exists(image.kind)) return Errc::UnknownOption;
   if (image.width == 0 || image.height == 0) return Errc::EmptyImage;
   const std::uint64_t row = (std::uint64_t{image.width} * image.channels() + 3) / 4 * 4;
   if (row > 0xFFFFFFFFU || image.height > 0x7FFFFFFFU || row * image.height > 0xFFFFFFFFU - 54)
     return Errc::TooLarge;
   if (image.pixels.size() / image.channels() / image.width < image.height) return Errc::ShortBuffer;
-  if (path == nullptr) return Errc::FileOpen;
-  const CamUtlStatus status =
-      image.kind == Output::Bgra
-          ? SaveBmpARGB(static_cast<const std::uint32_t *>(static_cast<const void *>(image.pixels.data())),
-                        image.width, image.height, path)
-          : SaveBmpRGB(image.pixels.data(), image.width, image.height, path);
-  return detail::checkWritten(status, path, 54 + row * image.height);
+  return detail::saveWhole(path, 54 + row * image.height, [&](const char *name) noexcept {
+    const void *pixels = image.pixels.data();
+    return image.kind == Output::Bgra
+               ? SaveBmpARGB(static_cast<const std::uint32_t *>(pixels), image.width, image.height, name)
+               : SaveBmpRGB(image.pixels.data(), image.width, image.height, name);
+  });
 }
 
+}  // namespace v1
+#pragma GCC visibility pop
 }  // namespace kivo
 
 #endif  // KIVOCAMUTL_FILES_HPP

@@ -14,6 +14,8 @@
 #include <string_view>
 
 namespace kivo {
+#pragma GCC visibility push(hidden)
+inline namespace v1 {
 
 /** What the samples of a format mean. */
 enum class Family : std::uint8_t {
@@ -43,7 +45,7 @@ enum class Packing : std::uint8_t {
  * One pixel format. The names in other systems are "-" where there is no counterpart with the same bytes.
  * OpenCV names a Bayer order by the second row's second and third pixel, which turns PFNC's RG into its BG.
  */
-struct Format {
+struct __attribute__((visibility("default"))) Format {
   const char *name;          ///< PFNC name; for Packing::Packed the name of GigE Vision.
   std::uint32_t code;        ///< PFNC code.
   Family family;             ///< What the samples mean.
@@ -312,6 +314,8 @@ constexpr std::uint32_t reversed(std::uint32_t format, std::uint32_t width, std:
   return detail::exchanged(format, mirror && width % 2 == 0, flip && height % 2 == 0);
 }
 
+}  // namespace v1
+#pragma GCC visibility pop
 }  // namespace kivo
 
 #endif  // KIVOCAMUTL_FORMATS_HPP

@@ -16,9 +16,11 @@
 #include <utility>
 
 namespace kivo {
+#pragma GCC visibility push(hidden)
+inline namespace v1 {
 
 /** Owned bytes, uninitialised when made. Movable; aligned for every ordinary type. */
-class Bytes {
+class __attribute__((visibility("default"))) Bytes {
  public:
   /** No bytes. */
   Bytes() noexcept = default;
@@ -81,7 +83,7 @@ enum class ByteOrder : std::uint8_t {
  * without a gap, a row in the middle of a byte where the one before ends there; with a stride every row
  * begins on a byte.
  */
-struct FrameView {
+struct __attribute__((visibility("default"))) FrameView {
   const std::uint8_t *data = nullptr;  ///< The first byte of the first row.
   std::size_t size = 0;                ///< Bytes that may be read at data; more than the frame needs is fine.
   std::uint32_t format = 0;            ///< PFNC code.
@@ -93,7 +95,7 @@ struct FrameView {
 };
 
 /** A raw frame in its own memory, little-endian. */
-struct Frame {
+struct __attribute__((visibility("default"))) Frame {
   Bytes data;                ///< Rows from the top.
   std::uint32_t format = 0;  ///< PFNC code.
   std::uint32_t width = 0;   ///< Pixels a row.
@@ -123,6 +125,7 @@ inline Errc checkView(const FrameView &view, Layout &layout) noexcept {
   if (format == nullptr) return Errc::UnknownFormat;
   if (view.data == nullptr) return Errc::NullData;
   if (view.width == 0 || view.height == 0) return Errc::EmptyImage;
+  if (view.byteOrder > ByteOrder::Big) return Errc::UnknownOption;
   const bool shared = format->packing != Packing::None;
   if (view.byteOrder != ByteOrder::Little && (shared || format->wordBytes != 2)) return Errc::NoByteOrder;
   if (!shared && view.width % format->groupPixels != 0) return Errc::PartialGroup;
@@ -143,7 +146,7 @@ inline Errc checkView(const FrameView &view, Layout &layout) noexcept {
 }  // namespace detail
 
 /** A region of a frame, in pixels from the upper left corner. */
-struct Rect {
+struct __attribute__((visibility("default"))) Rect {
   std::uint32_t x = 0;       ///< Pixels to the left of it.
   std::uint32_t y = 0;       ///< Rows above it.
   std::uint32_t width = 0;   ///< Pixels a row.
@@ -182,6 +185,8 @@ inline Result<FrameView> crop(const FrameView &view, const Rect &region) noexcep
   return part;
 }
 
+}  // namespace v1
+#pragma GCC visibility pop
 }  // namespace kivo
 
 #endif  // KIVOCAMUTL_FRAME_HPP

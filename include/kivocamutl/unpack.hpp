@@ -14,6 +14,8 @@
 #include <cstring>
 
 namespace kivo {
+#pragma GCC visibility push(hidden)
+inline namespace v1 {
 namespace detail {
 
 #if defined(__BYTE_ORDER__)
@@ -154,8 +156,9 @@ inline bool hasPlainSamples(const FrameView &view, const Layout &layout) noexcep
  * format, and must not overlap the source. Bytes behind the frame and padding behind its rows are not read.
  *
  * Errors in the order of their checks: Errc::UnknownFormat, Errc::NullData (source), Errc::EmptyImage,
- * Errc::NoByteOrder, Errc::PartialGroup, Errc::TooLarge, Errc::ShortStride, Errc::ShortBuffer, Errc::NullData
- * (destination), Errc::ShortDestination. Nothing is written unless the result is Errc::Ok.
+ * Errc::UnknownOption (byte order), Errc::NoByteOrder, Errc::PartialGroup, Errc::TooLarge, Errc::ShortStride,
+ * Errc::ShortBuffer, Errc::NullData (destination), Errc::ShortDestination. Nothing is written unless the
+ * result is Errc::Ok.
  */
 inline Errc unpackTo(void *dst, std::size_t bytes, const FrameView &view) noexcept {
   detail::Layout layout;
@@ -184,7 +187,7 @@ inline Result<Frame> unpack(const FrameView &view) noexcept {
 }
 
 /** The smallest and the largest sample of a frame. */
-struct SampleRange {
+struct __attribute__((visibility("default"))) SampleRange {
   std::uint32_t least = 0;  ///< The smallest sample.
   std::uint32_t most = 0;   ///< The largest sample.
 };
@@ -283,6 +286,8 @@ inline Result<Frame> stretch(const FrameView &view, const SampleRange &range) no
   return frame;
 }
 
+}  // namespace v1
+#pragma GCC visibility pop
 }  // namespace kivo
 
 #endif  // KIVOCAMUTL_UNPACK_HPP

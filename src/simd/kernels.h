@@ -11,27 +11,75 @@
 #include <stddef.h>
 #include <stdint.h>
 
+// Samples and pixels are moved as words of several bytes. On a machine that has the high byte first every
+// wide format would come out wrong.
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+#error "KivoCamUtl needs a little-endian machine"
+#endif
+
 namespace Kivo {
 
-// Index of the output kind in every table below.
-enum Output : unsigned { c_eBGRA = 0, c_eBGR = 1, c_uiOutputs = 2 };
+// Index of the output kind in every table below. Planes are rows of 16-bit words, one for each channel, in
+// the order of a picture's bytes; they have room for one vector of pixels behind the last.
+enum Output : unsigned { c_eBGRA = 0, c_eBGR = 1, c_uiOutputs = 2, c_ePlanes = 2 };
 
 // Colour-filter order, named after the first two samples of row 0. Bit 0: a green sample comes first in row
 // 0. Bit 1: row 0 is a blue row.
 enum class BayerOrder : unsigned { RG = 0, GR = 1, BG = 2, GB = 3 };
 
-// n pixels as one run, rows playing no part.
-using RunKernel = void (*)(uint8_t *pucDst, const uint8_t *pucSrc, size_t n, bool bStream);
+// Rows of items: pixels, groups or units, as each family says. A frame without gaps is one long row, since
+// rows play no part in what becomes of an item.
+struct RunJob {
+  uint8_t *pucDst;
+  ptrdiff_t iDstPitch;  // from one row to the next; may be negative, as long as no row overlaps another
+  const uint8_t *pucSrc;
+  ptrdiff_t iSrcPitch;  // likewise; source rows may overlap
+  size_t n;             // items of a row
+  size_t uiRows;
+  unsigned uiShift;  // below 32; for 16-bit samples, which are reduced to bits uiShift..uiShift+7
+  bool bStream;
+};
+using RunKernel = void (*)(const RunJob &sJob);
 
-// The same for little-endian 16-bit samples, reduced to bits uiShift..uiShift+7; uiShift is below 32.
-using ShiftRunKernel = void (*)(uint8_t *pucDst, const uint8_t *pucSrc, size_t n, unsigned uiShift,
-                                bool bStream);
+// The green rows that an adaptive demosaic keeps from one job to the next on the same columns, rows downward.
+struct GreenRing {
+  static constexpr size_t c_uiRows = 4;
+  // Samples in front of column 0, and room behind the last column: a vector and a few more.
+  static constexpr size_t c_uiLead = 4;
+  static constexpr size_t c_uiRoom = c_uiLead + 4 + 64;
 
-// A whole mosaic of any size, rows packed.
-using BayerKernel = void (*)(uint8_t *pucDst, const uint8_t *pucSrc, size_t uiWidth, size_t uiHeight,
-                             BayerOrder eOrder, bool bStream);
-using ShiftBayerKernel = void (*)(uint8_t *pucDst, const uint8_t *pucSrc, size_t uiWidth, size_t uiHeight,
-                                  BayerOrder eOrder, unsigned uiShift, bool bStream);
+  uint8_t *pucRows;   // c_uiRows rows of samples
+  size_t uiPitch;     // bytes from one to the next: those of the mosaic's width and of c_uiRoom samples
+  size_t uiMade = 0;  // rows below this one have been made, of which the ring holds the last
+};
+
+// Columns that a part of a mosaic has more than it makes, on a side that is not an edge of the image.
+constexpr size_t c_uiBayerApron = 2;
+constexpr size_t c_uiAcpiApron = 6;
+
+// Rows of a mosaic, or of a part of its columns that begins at an even one. Each side is an edge of the image
+// or has an apron of columns that are read; standard kernels make all of them but the outermost.
+struct MosaicJob {
+  const uint8_t
+      *pucSrc;          // row y begins at pucSrc + (y & uiRowMask) * iSrcPitch: with a mask of ones a frame,
+  ptrdiff_t iSrcPitch;  // else a ring that holds the rows around those being made
+  size_t uiRowMask;
+  uint8_t *pucDst;  // column 0 of row uiFirst
+  ptrdiff_t iDstPitch;
+  ptrdiff_t iPlanePitch;  // c_ePlanes: from a row of a channel to that of the next
+  size_t uiWidth, uiHeight;
+  size_t uiFirst, uiRows;  // the rows to make
+  bool bLeftEdge, bRightEdge;
+  BayerOrder eOrder;
+  unsigned uiShift;  // 16-bit samples: below 32
+  unsigned uiDepth;  // adaptive, 16-bit samples: bits that count
+  bool bRedFirst;    // channels in the order R, G, B
+  bool bStream;
+  GreenRing *psGreens;  // adaptive only
+};
+
+// Not empty. Adaptive kernels take images of even sizes of at least 4 only.
+using MosaicKernel = void (*)(const MosaicJob &sJob);
 
 struct MonoRgb8Kernels {
   RunKernel apfnMono[c_uiOutputs];  // 1 source byte a pixel
@@ -39,7 +87,7 @@ struct MonoRgb8Kernels {
   RunKernel pfnBGRToBGRA;           // 3 source bytes B, G, R; to BGR they are copied
 };
 
-// n counts whole groups, not pixels; the last group is read only as far as its last used byte.
+// Items are whole groups, not pixels; the last group of a row is read only as far as its last used byte.
 struct Yuv8Kernels {
   RunKernel apfn411[c_uiOutputs];  // groups of 6 bytes, 4 pixels
   RunKernel apfn422[c_uiOutputs];  // groups of 4 bytes (BGRA) or 5 bytes (BGR), 2 pixels
@@ -47,31 +95,31 @@ struct Yuv8Kernels {
 };
 
 struct Bayer8Kernels {
-  BayerKernel apfn[c_uiOutputs];
+  MosaicKernel apfn[c_uiOutputs];
 };
 
-// Even sizes of at least 4 only.
 struct Acpi8Kernels {
-  BayerKernel apfn[c_uiOutputs];
+  MosaicKernel apfn[c_uiOutputs];
 };
 
+// Little-endian words.
 struct MonoRgb16Kernels {
-  ShiftRunKernel apfnMono[c_uiOutputs];  // 1 source word a pixel
-  ShiftRunKernel apfnRGB[c_uiOutputs];   // 3 source words R, G, B
-  ShiftRunKernel apfnBGR[c_uiOutputs];   // 3 source words B, G, R
+  RunKernel apfnMono[c_uiOutputs];  // 1 source word a pixel
+  RunKernel apfnRGB[c_uiOutputs];   // 3 source words R, G, B
+  RunKernel apfnBGR[c_uiOutputs];   // 3 source words B, G, R
 };
 
 struct Bayer16Kernels {
-  ShiftBayerKernel apfn[c_uiOutputs];
+  MosaicKernel apfn[c_uiOutputs];
 };
 
 // What a reversal moves as a whole. A YUV group keeps its byte 0 and has its other bytes reversed.
-enum class ReverseUnit : unsigned { Byte1, Byte2, Byte3, Byte6, Yuv422, Yuv411, Count };
+enum class ReverseUnit : unsigned { Byte1, Byte2, Byte3, Byte4, Byte6, Byte8, Yuv422, Yuv411, Count };
 
-// Destination unit k is the unit n - 1 - k of the source run.
+// Destination unit k of a row is the unit n - 1 - k of the source row.
 struct ReverseKernels {
   RunKernel apfn[static_cast<unsigned>(ReverseUnit::Count)];
-  RunKernel pfnCopy;  // n bytes as they are
+  RunKernel pfnCopy;  // items are bytes, left as they are
 };
 
 // All families of one target.

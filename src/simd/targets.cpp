@@ -76,17 +76,15 @@ bool Saves(const CpuFeatures &sCpu, std::uint64_t uiState) noexcept {
   return sCpu.bOsXSave && (sCpu.uiXcr0 & uiState) == uiState;
 }
 
-// A conversion that fits the cache is faster with ordinary stores, and so is whoever reads the picture next.
-// Past the cache, ordinary stores first read every line that they then overwrite, so what counts is the size
-// of the destination. One core keeps little of a very large shared cache, hence the upper bound;
-// docs/performance.md has the measurements.
-constexpr std::size_t c_uiLargestThreshold = std::size_t{48} << 20;
+// A conversion whose buffers fit the cache is faster with ordinary stores, and so is whoever reads the
+// picture next. Past the cache, ordinary stores first read every line that they then overwrite, and push out
+// of the cache what the source still had there: so what counts is both buffers together. They stop fitting
+// well before the size of the cache, which other data shares and which is not replaced in perfect order.
+// docs/performance.md has the measurements. One core keeps little of a very large cache, which many share,
+// hence the upper bound.
+constexpr std::size_t c_uiLargestCache = std::size_t{32} << 20;
 constexpr std::size_t c_uiUnknownCache = std::size_t{16} << 20;
-
-std::size_t StreamingThreshold() noexcept {
-  const std::size_t uiCache = LargestCacheBytes();
-  return std::min((uiCache != 0 ? uiCache : c_uiUnknownCache) / 2 * 3, c_uiLargestThreshold);
-}
+constexpr std::size_t c_uiPercentOfCache = 59;
 
 // Null and 0 until first use. Every thread computes the same value, so relaxed ordering is enough: the tables
 // they lead to are constants.
@@ -140,6 +138,14 @@ const Kernels &ActiveKernels() noexcept {
   return *ps;
 }
 
+Target ActiveTarget() noexcept {
+  const Kernels *const ps = &ActiveKernels();
+  for (const TargetEntry &s : c_asTargets) {
+    if (s.psKernels == ps) return s.eTarget;
+  }
+  return Target::Baseline;
+}
+
 bool PinTarget(Target eTarget) noexcept {
   const Kernels *ps = TargetKernels(eTarget);
   if (ps == nullptr || !TargetRuns(eTarget, DetectCpu())) return false;
@@ -147,9 +153,19 @@ bool PinTarget(Target eTarget) noexcept {
   return true;
 }
 
-bool StreamingPays(std::size_t uiBytesWritten) noexcept {
-  if (!s_bThresholdKnown.load(std::memory_order_acquire)) PinStreamingThreshold(StreamingThreshold());
-  return uiBytesWritten > s_uiThreshold.load(std::memory_order_relaxed);
+void PinKernels(const Kernels &sKernels) noexcept {
+  s_psActive.store(&sKernels, std::memory_order_relaxed);
+}
+
+std::size_t StreamingThreshold(std::size_t uiCacheBytes) noexcept {
+  const std::size_t uiCache = uiCacheBytes == 0 ? c_uiUnknownCache : std::min(uiCacheBytes, c_uiLargestCache);
+  return uiCache / 100 * c_uiPercentOfCache;
+}
+
+bool StreamingPays(std::size_t uiBytesRead, std::size_t uiBytesWritten) noexcept {
+  if (!s_bThresholdKnown.load(std::memory_order_acquire))
+    PinStreamingThreshold(StreamingThreshold(LargestCacheBytes()));
+  return uiBytesRead + uiBytesWritten > s_uiThreshold.load(std::memory_order_relaxed);
 }
 
 void PinStreamingThreshold(std::size_t uiBytes) noexcept {

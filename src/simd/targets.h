@@ -30,14 +30,24 @@ Target SelectTarget(const CpuFeatures &sCpu) noexcept;
 // the same answer twice.
 const Kernels &ActiveKernels() noexcept;
 
+// The target that they are of.
+Target ActiveTarget() noexcept;
+
 // For tests and benchmarks: converts with one target from now on. False, changing nothing, if the build lacks
 // it or the processor cannot run it. Not to be called while a conversion runs.
 bool PinTarget(Target eTarget) noexcept;
 
-// Whether writing so many bytes gains from stores that bypass the caches.
-bool StreamingPays(std::size_t uiBytesWritten) noexcept;
+// For tests: converts with these kernels from now on, which must outlive their use; PinTarget() ends it.
+void PinKernels(const Kernels &sKernels) noexcept;
 
-// For tests and benchmarks: streams destinations larger than this. Not to be called while a conversion runs.
+// Whether a conversion that reads and writes so many bytes gains from stores that bypass the caches.
+bool StreamingPays(std::size_t uiBytesRead, std::size_t uiBytesWritten) noexcept;
+
+// The bytes, read and written together, above which it does, beside a last-level cache of this size; 0 where
+// the size is not known.
+std::size_t StreamingThreshold(std::size_t uiCacheBytes) noexcept;
+
+// For tests and benchmarks: streams above so many bytes. Not to be called while a conversion runs.
 void PinStreamingThreshold(std::size_t uiBytes) noexcept;
 
 }  // namespace Kivo

@@ -74,6 +74,12 @@ constexpr Table MakeTable(Entry entry) {
   return s;
 }
 
+// The same of words, low byte first.
+template <class Entry>
+constexpr Table MakeWordTable(Entry entry) {
+  return MakeTable([=](size_t j) { return j % 2 == 0 ? entry(j / 2) % 256 : entry(j / 2) / 256; });
+}
+
 KIVO_INLINE U8 Load(const Table &s) {
   return Load<U8>(s.auc);
 }
@@ -87,12 +93,30 @@ constexpr size_t BgrSourcePixel(size_t uiBlock, size_t uiColour, size_t j) {
   return (uiBlock * k + j) / 3;
 }
 
+// The same for any B that is no multiple of 3: which of the three vectors has the colour at position j.
+constexpr size_t TripleVector(size_t uiBlock, size_t uiColour, size_t j) {
+  size_t k = 0;
+  while ((uiBlock * k + j) % 3 != uiColour) ++k;
+  return k;
+}
+constexpr size_t TriplePixel(size_t uiBlock, size_t uiColour, size_t j) {
+  return (uiBlock * TripleVector(uiBlock, uiColour, j) + j) / 3;
+}
+
+// Words made of bytes or of doublewords, in order.
+struct WordPair {
+  U16 low, high;
+};
+
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET
 
 // A target's header defines, beside the words themselves:
 //   c_bLookup   whether byte shuffles are fast; without them kernels take their plain form
+//   c_bLookupClears  whether Lookup() gives 0 for an index of 255
 //   c_uiLane    bytes that one shuffle can reach: 16, or the whole vector
+//   c_bWordPixels  whether words shift each by a count of its own at once, and make pixels without being
+//                  narrowed: StoreWordsBGRA
 #if defined(KIVO_TARGET_Avx512)
 #include "simd/vec_avx512.h"
 #elif defined(KIVO_TARGET_Avx2)
@@ -109,6 +133,17 @@ namespace Kivo::KIVO_TARGET {
 namespace {
 
 constexpr size_t c_uiLanes = c_uiVec / c_uiLane;
+
+KIVO_INLINE I32 Abs(I32 v) {
+  const I32 sign = v >> 31;
+  return (v ^ sign) - sign;
+}
+
+// a where x > y, else b.
+KIVO_INLINE I32 SelectGreater(I32 x, I32 y, I32 a, I32 b) {
+  const I32 greater = x > y;
+  return (greater & a) | (~greater & b);
+}
 
 template <Output eOut, bool bStream>
 KIVO_INLINE void StorePixels(uint8_t *pucDst, U8 b, U8 g, U8 r) {

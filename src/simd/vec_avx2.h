@@ -9,7 +9,9 @@ namespace Kivo::KIVO_TARGET {
 namespace {
 
 constexpr bool c_bLookup = true;
+constexpr bool c_bLookupClears = true;
 constexpr size_t c_uiLane = 16;
+constexpr bool c_bWordPixels = false;
 
 template <class V>
 KIVO_INLINE __m256i Raw(V v) {
@@ -118,6 +120,35 @@ KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
   return reinterpret_cast<I32>(_mm256_madd_epi16(Raw(a), Raw(b)));
 }
 
+// The upper word of each product.
+KIVO_INLINE U16 MulHigh(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm256_mulhi_epu16(Raw(a), Raw(b)));
+}
+
+// Low words, and high words, of two doubleword vectors, in order.
+KIVO_INLINE U16 PackHighLanes(I32 a, I32 b) {
+  return reinterpret_cast<U16>(
+      _mm256_packs_epi32(_mm256_srai_epi32(Raw(a), 16), _mm256_srai_epi32(Raw(b), 16)));
+}
+KIVO_INLINE U16 PackHigh(U32 a, U32 b) {
+  const U16 v = PackHighLanes(reinterpret_cast<I32>(a), reinterpret_cast<I32>(b));
+  return reinterpret_cast<U16>(_mm256_permute4x64_epi64(Raw(v), 0xD8));
+}
+KIVO_INLINE U16 PackLow(U32 a, U32 b) {
+  return PackHigh(a << 16, b << 16);
+}
+
+KIVO_INLINE WordPair Widen(U8 v) {
+  return {reinterpret_cast<U16>(_mm256_cvtepu8_epi16(_mm256_castsi256_si128(Raw(v)))),
+          reinterpret_cast<U16>(_mm256_cvtepu8_epi16(_mm256_extracti128_si256(Raw(v), 1)))};
+}
+
+// Words of a and b in turn, in two vectors that PackHighLanes makes one again.
+KIVO_INLINE WordPair ZipLanes(U16 a, U16 b) {
+  return {reinterpret_cast<U16>(_mm256_unpacklo_epi16(Raw(a), Raw(b))),
+          reinterpret_cast<U16>(_mm256_unpackhi_epi16(Raw(a), Raw(b)))};
+}
+
 // Lane l from p + l * iStride.
 template <ptrdiff_t iStride>
 KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
@@ -137,9 +168,32 @@ KIVO_INLINE void StoreLanes(uint8_t *p, U8 v) {
   }
 }
 
+// The same as a store that bypasses the caches, for lanes at addresses aligned to their size.
+template <size_t uiStride>
+KIVO_INLINE void StreamLanes(uint8_t *p, U8 v) {
+  _mm_stream_si128(reinterpret_cast<__m128i *>(p), _mm256_castsi256_si128(Raw(v)));
+  _mm_stream_si128(reinterpret_cast<__m128i *>(p + uiStride), _mm256_extracti128_si256(Raw(v), 1));
+}
+
 // Bytes of a lane by index below 16.
 KIVO_INLINE U8 Lookup(U8 v, U8 table) {
   return reinterpret_cast<U8>(_mm256_shuffle_epi8(Raw(v), Raw(table)));
+}
+
+// a where the mask is set, else b.
+KIVO_INLINE U8 Blend(U8 mask, U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm256_blendv_epi8(Raw(b), Raw(a), Raw(mask)));
+}
+
+// Lanes last to first.
+KIVO_INLINE U8 Reverse(U8 v) {
+  static constexpr Table c_s = MakeTable([](size_t j) { return 15 - j % 16; });
+  return reinterpret_cast<U8>(_mm256_permute4x64_epi64(Raw(Lookup(v, Load(c_s))), 0x4E));
+}
+KIVO_INLINE U16 Reverse(U16 v) {
+  static constexpr Table c_s = MakeTable([](size_t j) { return 14 - j % 16 / 2 * 2 + j % 2; });
+  const U8 lanes = Lookup(reinterpret_cast<U8>(v), Load(c_s));
+  return reinterpret_cast<U16>(_mm256_permute4x64_epi64(Raw(lanes), 0x4E));
 }
 
 template <bool bStream>
@@ -169,6 +223,32 @@ KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
   StoreVec<bStream>(p + 96, _mm256_unpackhi_epi16(bgHigh, raHigh));
 }
 
+// The same for words.
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  const __m256i order = _mm256_setr_epi32(0, 2, 4, 6, 1, 3, 5, 7);
+  const __m256i vb = _mm256_permutevar8x32_epi32(Raw(b), order);
+  const __m256i vg = _mm256_permutevar8x32_epi32(Raw(g), order);
+  const __m256i vr = _mm256_permutevar8x32_epi32(Raw(r), order);
+  const __m256i alpha = _mm256_set1_epi8(-1);
+  const __m256i bgLow = _mm256_unpacklo_epi16(vb, vg);
+  const __m256i bgHigh = _mm256_unpackhi_epi16(vb, vg);
+  const __m256i raLow = _mm256_unpacklo_epi16(vr, alpha);
+  const __m256i raHigh = _mm256_unpackhi_epi16(vr, alpha);
+  StoreVec<bStream>(p, _mm256_unpacklo_epi32(bgLow, raLow));
+  StoreVec<bStream>(p + 32, _mm256_unpackhi_epi32(bgLow, raLow));
+  StoreVec<bStream>(p + 64, _mm256_unpacklo_epi32(bgHigh, raHigh));
+  StoreVec<bStream>(p + 96, _mm256_unpackhi_epi32(bgHigh, raHigh));
+}
+
+// The 48 bytes that each lane has in three vectors, one lane behind the other.
+template <bool bStream>
+KIVO_INLINE void StoreTriple(uint8_t *p, __m256i v0, __m256i v1, __m256i v2) {
+  StoreVec<bStream>(p, _mm256_permute2x128_si256(v0, v1, 0x20));
+  StoreVec<bStream>(p + 32, _mm256_permute2x128_si256(v2, v0, 0x30));
+  StoreVec<bStream>(p + 64, _mm256_permute2x128_si256(v1, v2, 0x31));
+}
+
 template <bool bStream>
 KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   static constexpr Table c_sB = MakeTable([](size_t j) { return BgrSourcePixel(16, 0, j % 16); });
@@ -184,10 +264,7 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   // Vector k of the 48 bytes that each lane makes.
   const __m256i v0 = _mm256_blendv_epi8(_mm256_blendv_epi8(vb, vg, m1), vr, m2);
   const __m256i v1 = _mm256_blendv_epi8(_mm256_blendv_epi8(vg, vr, m1), vb, m2);
-  const __m256i v2 = _mm256_blendv_epi8(_mm256_blendv_epi8(vr, vb, m1), vg, m2);
-  StoreVec<bStream>(p, _mm256_permute2x128_si256(v0, v1, 0x20));
-  StoreVec<bStream>(p + 32, _mm256_permute2x128_si256(v2, v0, 0x30));
-  StoreVec<bStream>(p + 64, _mm256_permute2x128_si256(v1, v2, 0x31));
+  StoreTriple<bStream>(p, v0, v1, _mm256_blendv_epi8(_mm256_blendv_epi8(vr, vb, m1), vg, m2));
 }
 
 // Pixels whose channels are all v.
@@ -211,5 +288,7 @@ KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
 
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET
+
+#include "simd/vec_lanes.h"
 
 #endif  // KIVO_SIMD_VEC_AVX2_H

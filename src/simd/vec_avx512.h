@@ -9,7 +9,9 @@ namespace Kivo::KIVO_TARGET {
 namespace {
 
 constexpr bool c_bLookup = true;
+constexpr bool c_bLookupClears = false;
 constexpr size_t c_uiLane = 64;
+constexpr bool c_bWordPixels = true;
 
 template <class V>
 KIVO_INLINE __m512i Raw(V v) {
@@ -115,6 +117,44 @@ KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
   return reinterpret_cast<I32>(_mm512_madd_epi16(Raw(a), Raw(b)));
 }
 
+// The upper word of each product.
+KIVO_INLINE U16 MulHigh(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm512_mulhi_epu16(Raw(a), Raw(b)));
+}
+
+// The words of three vectors by index; an index counts through all of them. Only those of the mask come from
+// the third.
+KIVO_INLINE U16 Lookup(U16 v0, U16 v1, U16 v2, const Table &sIndex, __mmask32 mThird) {
+  const __m512i index = Raw(Load(sIndex));
+  const __m512i v = _mm512_permutex2var_epi16(Raw(v0), index, Raw(v1));
+  return reinterpret_cast<U16>(_mm512_mask_permutexvar_epi16(v, mThird, index, Raw(v2)));
+}
+
+// Low words, and high words, of two doubleword vectors, in order.
+KIVO_INLINE U16 PackLow(U32 a, U32 b) {
+  static constexpr Table c_s = MakeWordTable([](size_t i) { return 2 * i; });
+  return reinterpret_cast<U16>(_mm512_permutex2var_epi16(Raw(a), Raw(Load(c_s)), Raw(b)));
+}
+KIVO_INLINE U16 PackHigh(U32 a, U32 b) {
+  static constexpr Table c_s = MakeWordTable([](size_t i) { return 2 * i + 1; });
+  return reinterpret_cast<U16>(_mm512_permutex2var_epi16(Raw(a), Raw(Load(c_s)), Raw(b)));
+}
+
+KIVO_INLINE WordPair Widen(U8 v) {
+  return {reinterpret_cast<U16>(_mm512_cvtepu8_epi16(_mm512_castsi512_si256(Raw(v)))),
+          reinterpret_cast<U16>(_mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(Raw(v), 1)))};
+}
+
+// Words of a and b in turn, in two vectors that PackHighLanes makes one again.
+KIVO_INLINE WordPair ZipLanes(U16 a, U16 b) {
+  return {reinterpret_cast<U16>(_mm512_unpacklo_epi16(Raw(a), Raw(b))),
+          reinterpret_cast<U16>(_mm512_unpackhi_epi16(Raw(a), Raw(b)))};
+}
+KIVO_INLINE U16 PackHighLanes(I32 a, I32 b) {
+  return reinterpret_cast<U16>(
+      _mm512_packs_epi32(_mm512_srai_epi32(Raw(a), 16), _mm512_srai_epi32(Raw(b), 16)));
+}
+
 // Lane l from p + l * iStride.
 template <ptrdiff_t iStride>
 KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
@@ -127,9 +167,63 @@ KIVO_INLINE void StoreLanes(uint8_t *p, U8 v) {
   Store(p, v);
 }
 
+// The same as a store that bypasses the caches, for lanes at addresses aligned to their size.
+template <size_t uiStride>
+KIVO_INLINE void StreamLanes(uint8_t *p, U8 v) {
+  Stream(p, v);
+}
+
 // Bytes of a lane by index. An index outside the lane gives an unspecified byte.
 KIVO_INLINE U8 Lookup(U8 v, U8 table) {
   return reinterpret_cast<U8>(_mm512_permutexvar_epi8(Raw(table), Raw(v)));
+}
+
+// Bytes of a table of 256, in four vectors, by index.
+KIVO_INLINE U8 Lookup(const U8 (&aTable)[4], U8 index) {
+  const __m512i i = Raw(index);
+  const __m512i low = _mm512_permutex2var_epi8(Raw(aTable[0]), i, Raw(aTable[1]));
+  const __m512i high = _mm512_permutex2var_epi8(Raw(aTable[2]), i, Raw(aTable[3]));
+  return reinterpret_cast<U8>(_mm512_mask_blend_epi8(_mm512_movepi8_mask(i), low, high));
+}
+
+// Lanes last to first.
+KIVO_INLINE U8 Reverse(U8 v) {
+  static constexpr Table c_s = MakeTable([](size_t j) { return 63 - j; });
+  return Lookup(v, Load(c_s));
+}
+KIVO_INLINE U16 Reverse(U16 v) {
+  static constexpr Table c_s = MakeWordTable([](size_t i) { return 31 - i; });
+  return reinterpret_cast<U16>(_mm512_permutexvar_epi16(Raw(Load(c_s)), Raw(v)));
+}
+
+// Where channel uiChannel of pixel i lies in pixels of three samples.
+template <size_t uiChannel>
+constexpr size_t TripleIndex(size_t i) {
+  return 3 * i + uiChannel;
+}
+
+// Pixels of three bytes, or of three words, to planes.
+template <size_t uiChannel>
+KIVO_INLINE U8 PlaneOf(U8 v0, U8 v1, U8 v2) {
+  static constexpr Table c_s = MakeTable([](size_t j) { return TripleIndex<uiChannel>(j) % 128; });
+  constexpr __mmask64 mThird = ~__mmask64{0} << (128 + 2 - uiChannel) / 3;
+  const __m512i index = Raw(Load(c_s));
+  const __m512i v = _mm512_permutex2var_epi8(Raw(v0), index, Raw(v1));
+  return reinterpret_cast<U8>(_mm512_mask_permutexvar_epi8(v, mThird, index, Raw(v2)));
+}
+template <size_t uiChannel>
+KIVO_INLINE U16 PlaneOf(U16 v0, U16 v1, U16 v2) {
+  static constexpr Table c_s = MakeWordTable(TripleIndex<uiChannel>);
+  return Lookup(v0, v1, v2, c_s, ~__mmask32{0} << (64 + 2 - uiChannel) / 3);
+}
+template <class V>
+KIVO_INLINE void LoadBGR(const uint8_t *p, V &b, V &g, V &r) {
+  const V v0 = Load<V>(p);
+  const V v1 = Load<V>(p + c_uiVec);
+  const V v2 = Load<V>(p + 2 * c_uiVec);
+  b = PlaneOf<0>(v0, v1, v2);
+  g = PlaneOf<1>(v0, v1, v2);
+  r = PlaneOf<2>(v0, v1, v2);
 }
 
 template <bool bStream>
@@ -172,6 +266,52 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   StoreVec<bStream>(p, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vb, m1, vg), m2, vr));
   StoreVec<bStream>(p + 64, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vg, m1, vr), m2, vb));
   StoreVec<bStream>(p + 128, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vr, m1, vb), m2, vg));
+}
+
+// The same for words.
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
+  const __m512i vb = _mm512_permutexvar_epi32(order, Raw(b));
+  const __m512i vg = _mm512_permutexvar_epi32(order, Raw(g));
+  const __m512i vr = _mm512_permutexvar_epi32(order, Raw(r));
+  const __m512i alpha = _mm512_set1_epi8(-1);
+  const __m512i bgLow = _mm512_unpacklo_epi16(vb, vg);
+  const __m512i bgHigh = _mm512_unpackhi_epi16(vb, vg);
+  const __m512i raLow = _mm512_unpacklo_epi16(vr, alpha);
+  const __m512i raHigh = _mm512_unpackhi_epi16(vr, alpha);
+  StoreVec<bStream>(p, _mm512_unpacklo_epi32(bgLow, raLow));
+  StoreVec<bStream>(p + 64, _mm512_unpackhi_epi32(bgLow, raLow));
+  StoreVec<bStream>(p + 128, _mm512_unpacklo_epi32(bgHigh, raHigh));
+  StoreVec<bStream>(p + 192, _mm512_unpackhi_epi32(bgHigh, raHigh));
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGR(uint8_t *p, U16 b, U16 g, U16 r) {
+  static constexpr Table c_sB = MakeWordTable([](size_t i) { return TriplePixel(32, 0, i); });
+  static constexpr Table c_sG = MakeWordTable([](size_t i) { return TriplePixel(32, 1, i); });
+  static constexpr Table c_sR = MakeWordTable([](size_t i) { return TriplePixel(32, 2, i); });
+  constexpr __mmask32 m1 = 0x92492492u;  // word 1 modulo 3
+  constexpr __mmask32 m2 = 0x24924924u;  // word 2 modulo 3
+  const __m512i vb = _mm512_permutexvar_epi16(Raw(Load(c_sB)), Raw(b));
+  const __m512i vg = _mm512_permutexvar_epi16(Raw(Load(c_sG)), Raw(g));
+  const __m512i vr = _mm512_permutexvar_epi16(Raw(Load(c_sR)), Raw(r));
+  StoreVec<bStream>(p, _mm512_mask_mov_epi16(_mm512_mask_mov_epi16(vb, m1, vg), m2, vr));
+  StoreVec<bStream>(p + 64, _mm512_mask_mov_epi16(_mm512_mask_mov_epi16(vr, m1, vb), m2, vg));
+  StoreVec<bStream>(p + 128, _mm512_mask_mov_epi16(_mm512_mask_mov_epi16(vg, m1, vr), m2, vb));
+}
+
+// Pixels from words whose lower bytes count.
+template <bool bStream>
+KIVO_INLINE void StoreWordsBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  const __m512i bg = Raw((b & 0xFF) | g << 8);
+  const __m512i ra = Raw((r & 0xFF) | 0xFF00);
+  static constexpr Table c_sLow =
+      MakeTable([](size_t j) { return j % 2 == 1 ? 0 : j / 4 + (j % 4 == 2 ? 32 : 0); });
+  static constexpr Table c_sHigh =
+      MakeTable([](size_t j) { return j % 2 == 1 ? 0 : 16 + j / 4 + (j % 4 == 2 ? 32 : 0); });
+  StoreVec<bStream>(p, _mm512_permutex2var_epi16(bg, Raw(Load(c_sLow)), ra));
+  StoreVec<bStream>(p + 64, _mm512_permutex2var_epi16(bg, Raw(Load(c_sHigh)), ra));
 }
 
 constexpr Table c_sGreyBGRA = MakeTable([](size_t j) { return j / 4; });

@@ -8,7 +8,9 @@ namespace Kivo::KIVO_TARGET {
 namespace {
 
 constexpr bool c_bLookup = false;
+constexpr bool c_bLookupClears = false;
 constexpr size_t c_uiLane = 16;
+constexpr bool c_bWordPixels = false;
 
 template <class V>
 KIVO_INLINE V Pin(V v) {
@@ -98,6 +100,61 @@ KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {
   return v;
 }
 
+// Low words, and high words, of two doubleword vectors, in order.
+KIVO_INLINE U16 PackLow(U32 a, U32 b) {
+  U16 v;
+  for (size_t i = 0; i < c_uiVec / 4; ++i) {
+    v[i] = static_cast<uint16_t>(a[i]);
+    v[c_uiVec / 4 + i] = static_cast<uint16_t>(b[i]);
+  }
+  return v;
+}
+KIVO_INLINE U16 PackHigh(U32 a, U32 b) {
+  return PackLow(a >> 16, b >> 16);
+}
+
+KIVO_INLINE WordPair Widen(U8 v) {
+  WordPair s;
+  for (size_t i = 0; i < c_uiVec / 2; ++i) {
+    s.low[i] = v[i];
+    s.high[i] = v[c_uiVec / 2 + i];
+  }
+  return s;
+}
+
+// Words of a and b in turn, in two vectors that PackHighLanes makes one again.
+KIVO_INLINE WordPair ZipLanes(U16 a, U16 b) {
+  WordPair s;
+  for (size_t i = 0; i < c_uiVec / 4; ++i) {
+    s.low[2 * i] = a[i];
+    s.low[2 * i + 1] = b[i];
+    s.high[2 * i] = a[c_uiVec / 4 + i];
+    s.high[2 * i + 1] = b[c_uiVec / 4 + i];
+  }
+  return s;
+}
+KIVO_INLINE U16 PackHighLanes(I32 a, I32 b) {
+  return PackHigh(reinterpret_cast<U32>(a), reinterpret_cast<U32>(b));
+}
+
+KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
+  I32 v;
+  for (size_t i = 0; i < c_uiVec / 4; ++i) v[i] = a[2 * i] * b[2 * i] + a[2 * i + 1] * b[2 * i + 1];
+  return v;
+}
+
+// Lanes last to first.
+KIVO_INLINE U8 Reverse(U8 v) {
+  U8 r;
+  for (size_t i = 0; i < c_uiVec; ++i) r[i] = v[c_uiVec - 1 - i];
+  return r;
+}
+KIVO_INLINE U16 Reverse(U16 v) {
+  U16 r;
+  for (size_t i = 0; i < c_uiVec / 2; ++i) r[i] = v[c_uiVec / 2 - 1 - i];
+  return r;
+}
+
 // The one lane from p.
 template <ptrdiff_t iStride>
 KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
@@ -120,6 +177,41 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
     p[3 * i] = b[i];
     p[3 * i + 1] = g[i];
     p[3 * i + 2] = r[i];
+  }
+}
+
+// The same for words.
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  for (size_t i = 0; i < c_uiVec / 2; ++i) {
+    const uint16_t aus[] = {b[i], g[i], r[i], 0xFFFF};
+    memcpy(p + 8 * i, aus, 8);
+  }
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGR(uint8_t *p, U16 b, U16 g, U16 r) {
+  for (size_t i = 0; i < c_uiVec / 2; ++i) {
+    const uint16_t aus[] = {b[i], g[i], r[i]};
+    memcpy(p + 6 * i, aus, 6);
+  }
+}
+
+// Pixels of three bytes, or of three words, to planes.
+KIVO_INLINE void LoadBGR(const uint8_t *p, U8 &b, U8 &g, U8 &r) {
+  for (size_t i = 0; i < c_uiVec; ++i) {
+    b[i] = p[3 * i];
+    g[i] = p[3 * i + 1];
+    r[i] = p[3 * i + 2];
+  }
+}
+KIVO_INLINE void LoadBGR(const uint8_t *p, U16 &b, U16 &g, U16 &r) {
+  for (size_t i = 0; i < c_uiVec / 2; ++i) {
+    uint16_t aus[3];
+    memcpy(aus, p + 6 * i, 6);
+    b[i] = aus[0];
+    g[i] = aus[1];
+    r[i] = aus[2];
   }
 }
 

@@ -9,7 +9,9 @@ namespace Kivo::KIVO_TARGET {
 namespace {
 
 constexpr bool c_bLookup = true;
+constexpr bool c_bLookupClears = true;
 constexpr size_t c_uiLane = 16;
+constexpr bool c_bWordPixels = false;
 
 template <class V>
 KIVO_INLINE V Pin(V v) {
@@ -118,6 +120,44 @@ KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
   return reinterpret_cast<I32>(vpaddq_s32(low, high));
 }
 
+// The upper word of each product.
+KIVO_INLINE U16 MulHigh(U16 a, U16 b) {
+  const uint32x4_t low = vmull_u16(vget_low_u16(Raw(a)), vget_low_u16(Raw(b)));
+  const uint32x4_t high = vmull_high_u16(Raw(a), Raw(b));
+  return reinterpret_cast<U16>(vuzp2q_u16(vreinterpretq_u16_u32(low), vreinterpretq_u16_u32(high)));
+}
+
+// Low words, and high words, of two doubleword vectors, in order.
+KIVO_INLINE U16 PackLow(U32 a, U32 b) {
+  return reinterpret_cast<U16>(vuzp1q_u16(reinterpret_cast<uint16x8_t>(a), reinterpret_cast<uint16x8_t>(b)));
+}
+KIVO_INLINE U16 PackHigh(U32 a, U32 b) {
+  return reinterpret_cast<U16>(vuzp2q_u16(reinterpret_cast<uint16x8_t>(a), reinterpret_cast<uint16x8_t>(b)));
+}
+
+KIVO_INLINE WordPair Widen(U8 v) {
+  return {reinterpret_cast<U16>(vmovl_u8(vget_low_u8(Raw(v)))), reinterpret_cast<U16>(vmovl_high_u8(Raw(v)))};
+}
+
+// Words of a and b in turn, in two vectors that PackHighLanes makes one again.
+KIVO_INLINE WordPair ZipLanes(U16 a, U16 b) {
+  return {reinterpret_cast<U16>(vzip1q_u16(Raw(a), Raw(b))),
+          reinterpret_cast<U16>(vzip2q_u16(Raw(a), Raw(b)))};
+}
+KIVO_INLINE U16 PackHighLanes(I32 a, I32 b) {
+  return PackHigh(reinterpret_cast<U32>(a), reinterpret_cast<U32>(b));
+}
+
+// Lanes last to first.
+KIVO_INLINE U8 Reverse(U8 v) {
+  const uint8x16_t halves = vrev64q_u8(Raw(v));
+  return reinterpret_cast<U8>(vextq_u8(halves, halves, 8));
+}
+KIVO_INLINE U16 Reverse(U16 v) {
+  const uint16x8_t halves = vrev64q_u16(Raw(v));
+  return reinterpret_cast<U16>(vextq_u16(halves, halves, 4));
+}
+
 // The one lane from p.
 template <ptrdiff_t iStride>
 KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
@@ -128,6 +168,12 @@ KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
 template <size_t uiStride>
 KIVO_INLINE void StoreLanes(uint8_t *p, U8 v) {
   Store(p, v);
+}
+
+// The same as a store that bypasses the caches, for lanes at addresses aligned to their size.
+template <size_t uiStride>
+KIVO_INLINE void StreamLanes(uint8_t *p, U8 v) {
+  Stream(p, v);
 }
 
 // Bytes of the lane by index below 16.
@@ -143,6 +189,31 @@ KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
 template <bool bStream>
 KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   vst3q_u8(p, uint8x16x3_t{{Raw(b), Raw(g), Raw(r)}});
+}
+
+// The same for words.
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  vst4q_u16(reinterpret_cast<uint16_t *>(p), uint16x8x4_t{{Raw(b), Raw(g), Raw(r), vdupq_n_u16(0xFFFF)}});
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGR(uint8_t *p, U16 b, U16 g, U16 r) {
+  vst3q_u16(reinterpret_cast<uint16_t *>(p), uint16x8x3_t{{Raw(b), Raw(g), Raw(r)}});
+}
+
+// Pixels of three bytes, or of three words, to planes.
+KIVO_INLINE void LoadBGR(const uint8_t *p, U8 &b, U8 &g, U8 &r) {
+  const uint8x16x3_t v = vld3q_u8(p);
+  b = reinterpret_cast<U8>(v.val[0]);
+  g = reinterpret_cast<U8>(v.val[1]);
+  r = reinterpret_cast<U8>(v.val[2]);
+}
+KIVO_INLINE void LoadBGR(const uint8_t *p, U16 &b, U16 &g, U16 &r) {
+  const uint16x8x3_t v = vld3q_u16(reinterpret_cast<const uint16_t *>(p));
+  b = reinterpret_cast<U16>(v.val[0]);
+  g = reinterpret_cast<U16>(v.val[1]);
+  r = reinterpret_cast<U16>(v.val[2]);
 }
 
 // Pixels whose channels are all v.

@@ -18,7 +18,9 @@ constexpr bool c_bLookup = true;
 #else
 constexpr bool c_bLookup = false;
 #endif
+constexpr bool c_bLookupClears = c_bLookup;
 constexpr size_t c_uiLane = 16;
+constexpr bool c_bWordPixels = false;
 
 template <class V>
 KIVO_INLINE __m128i Raw(V v) {
@@ -117,6 +119,44 @@ KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
   return reinterpret_cast<I32>(_mm_madd_epi16(Raw(a), Raw(b)));
 }
 
+// The upper word of each product.
+KIVO_INLINE U16 MulHigh(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm_mulhi_epu16(Raw(a), Raw(b)));
+}
+
+// Low words, and high words, of two doubleword vectors, in order.
+KIVO_INLINE U16 PackHigh(U32 a, U32 b) {
+  return reinterpret_cast<U16>(_mm_packs_epi32(_mm_srai_epi32(Raw(a), 16), _mm_srai_epi32(Raw(b), 16)));
+}
+KIVO_INLINE U16 PackLow(U32 a, U32 b) {
+  return PackHigh(a << 16, b << 16);
+}
+
+KIVO_INLINE WordPair Widen(U8 v) {
+  const __m128i zero = _mm_setzero_si128();
+  return {reinterpret_cast<U16>(_mm_unpacklo_epi8(Raw(v), zero)),
+          reinterpret_cast<U16>(_mm_unpackhi_epi8(Raw(v), zero))};
+}
+
+// Words of a and b in turn, in two vectors that PackHighLanes makes one again.
+KIVO_INLINE WordPair ZipLanes(U16 a, U16 b) {
+  return {reinterpret_cast<U16>(_mm_unpacklo_epi16(Raw(a), Raw(b))),
+          reinterpret_cast<U16>(_mm_unpackhi_epi16(Raw(a), Raw(b)))};
+}
+KIVO_INLINE U16 PackHighLanes(I32 a, I32 b) {
+  return PackHigh(reinterpret_cast<U32>(a), reinterpret_cast<U32>(b));
+}
+
+// Lanes last to first.
+KIVO_INLINE U16 Reverse(U16 v) {
+  const __m128i halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(Raw(v), 0x1B), 0x1B);
+  return reinterpret_cast<U16>(_mm_shuffle_epi32(halves, 0x4E));
+}
+KIVO_INLINE U8 Reverse(U8 v) {
+  const U16 words = Reverse(reinterpret_cast<U16>(v));
+  return reinterpret_cast<U8>(words << 8 | words >> 8);
+}
+
 // The one lane from p.
 template <ptrdiff_t iStride>
 KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
@@ -129,6 +169,12 @@ KIVO_INLINE void StoreLanes(uint8_t *p, U8 v) {
   Store(p, v);
 }
 
+// The same as a store that bypasses the caches, for lanes at addresses aligned to their size.
+template <size_t uiStride>
+KIVO_INLINE void StreamLanes(uint8_t *p, U8 v) {
+  Stream(p, v);
+}
+
 template <bool bStream>
 KIVO_INLINE void StoreVec(uint8_t *p, __m128i v) {
   if constexpr (bStream) {
@@ -136,6 +182,28 @@ KIVO_INLINE void StoreVec(uint8_t *p, __m128i v) {
   } else {
     _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v);
   }
+}
+
+// Three vectors of one lane each, one behind the other.
+template <bool bStream>
+KIVO_INLINE void StoreTriple(uint8_t *p, __m128i v0, __m128i v1, __m128i v2) {
+  StoreVec<bStream>(p, v0);
+  StoreVec<bStream>(p + 16, v1);
+  StoreVec<bStream>(p + 32, v2);
+}
+
+// The same for words.
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  const __m128i alpha = _mm_set1_epi8(-1);
+  const __m128i bgLow = _mm_unpacklo_epi16(Raw(b), Raw(g));
+  const __m128i bgHigh = _mm_unpackhi_epi16(Raw(b), Raw(g));
+  const __m128i raLow = _mm_unpacklo_epi16(Raw(r), alpha);
+  const __m128i raHigh = _mm_unpackhi_epi16(Raw(r), alpha);
+  StoreVec<bStream>(p, _mm_unpacklo_epi32(bgLow, raLow));
+  StoreVec<bStream>(p + 16, _mm_unpackhi_epi32(bgLow, raLow));
+  StoreVec<bStream>(p + 32, _mm_unpacklo_epi32(bgHigh, raHigh));
+  StoreVec<bStream>(p + 48, _mm_unpackhi_epi32(bgHigh, raHigh));
 }
 
 template <bool bStream>
@@ -165,6 +233,11 @@ KIVO_INLINE U16 RepeatOdd(U16 v) {
 
 KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
   return reinterpret_cast<I16>(_mm_mulhrs_epi16(Raw(a), Raw(b)));
+}
+
+// a where the mask is set, else b.
+KIVO_INLINE U8 Blend(U8 mask, U8 a, U8 b) {
+  return reinterpret_cast<U8>(SelectBytes(Raw(mask), Raw(a), Raw(b)));
 }
 
 // Bytes of the lane by index below 16.
@@ -230,6 +303,37 @@ KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
   StoreBGR<bStream>(p, v, v, v);
 }
 
+// Pixels of three words, and of three bytes or words to planes, one at a time.
+template <bool bStream>
+KIVO_INLINE void StoreBGR(uint8_t *p, U16 b, U16 g, U16 r) {
+  uint16_t aus[3 * c_uiVec / 2];
+  for (size_t i = 0; i < c_uiVec / 2; ++i) {
+    aus[3 * i] = b[i];
+    aus[3 * i + 1] = g[i];
+    aus[3 * i + 2] = r[i];
+  }
+  const uint8_t *const puc = reinterpret_cast<const uint8_t *>(aus);
+  StoreTriple<bStream>(p, Raw(Load<U8>(puc)), Raw(Load<U8>(puc + 16)), Raw(Load<U8>(puc + 32)));
+}
+
+template <class Lane, class V>
+KIVO_INLINE void LoadTriples(const uint8_t *p, V &b, V &g, V &r) {
+  constexpr size_t c_uiPixels = c_uiVec / sizeof(Lane);
+  Lane at[3 * c_uiPixels];
+  Lane atPlanes[3][c_uiPixels];
+  memcpy(at, p, sizeof at);
+  for (size_t i = 0; i < 3 * c_uiPixels; ++i) atPlanes[i % 3][i / 3] = at[i];
+  b = Load<V>(atPlanes[0]);
+  g = Load<V>(atPlanes[1]);
+  r = Load<V>(atPlanes[2]);
+}
+KIVO_INLINE void LoadBGR(const uint8_t *p, U8 &b, U8 &g, U8 &r) {
+  LoadTriples<uint8_t>(p, b, g, r);
+}
+KIVO_INLINE void LoadBGR(const uint8_t *p, U16 &b, U16 &g, U16 &r) {
+  LoadTriples<uint16_t>(p, b, g, r);
+}
+
 #endif
 
 // Pixels whose channels are all v; StoreGreyBGR above is its sibling.
@@ -240,5 +344,9 @@ KIVO_INLINE void StoreGreyBGRA(uint8_t *p, U8 v) {
 
 }  // namespace
 }  // namespace Kivo::KIVO_TARGET
+
+#ifdef __SSE4_1__
+#include "simd/vec_lanes.h"
+#endif
 
 #endif  // KIVO_SIMD_VEC_SSE_H

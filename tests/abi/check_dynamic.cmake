@@ -1,12 +1,13 @@
 # SPDX-License-Identifier: Apache-2.0
 cmake_minimum_required(VERSION 3.21)
-# The soname of LIBRARY and the libraries that it needs.
+# The soname of LIBRARY is SONAME, and it needs nothing but what every C++ program has.
 execute_process(COMMAND ${READELF} -d ${LIBRARY} OUTPUT_VARIABLE dynamic RESULT_VARIABLE result)
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "${READELF} failed on ${LIBRARY}")
 endif()
-if(NOT dynamic MATCHES "\\(SONAME\\)[^\n]*\\[libKivoCamUtl\\.so\\.1\\]")
-  message(SEND_ERROR "the soname is not libKivoCamUtl.so.1:\n${dynamic}")
+string(REPLACE "." "\\." soname "${SONAME}")
+if(NOT dynamic MATCHES "\\(SONAME\\)[^\n]*\\[${soname}\\]")
+  message(SEND_ERROR "the soname is not ${SONAME}:\n${dynamic}")
 endif()
 string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*" needed "${dynamic}")
 foreach(line IN LISTS needed)

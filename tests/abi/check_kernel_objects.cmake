@@ -2,7 +2,8 @@
 cmake_minimum_required(VERSION 3.21)
 # Code compiled for one target must not leak into common code. Each object of a kernel shows one symbol, its table
 # of functions; it shares nothing with other objects and takes nothing from them but what every processor has: the
-# block functions of the C library and, in the portable kernels, the colour lookup tables.
+# block functions of the C library, also as distributions fortify them, and, in the portable kernels, the colour lookup
+# tables.
 string(REGEX MATCHALL "[^,]+" objects "${OBJECTS}")
 list(LENGTH objects count)
 if(count EQUAL 0)
@@ -27,7 +28,7 @@ foreach(object IN LISTS objects)
       math(EXPR tables "${tables} + 1")
     elseif(type MATCHES "^[a-z]$" AND NOT type MATCHES "^[uvw]$")
       # Local to the object.
-    elseif(type STREQUAL "U" AND name MATCHES "^(memcpy|memmove|memset|_GLOBAL_OFFSET_TABLE_|__stack_chk_fail)$")
+    elseif(type STREQUAL "U" AND name MATCHES "^(mem(cpy|move|set)|__mem(cpy|move|set)_chk|_GLOBAL_OFFSET_TABLE_|__stack_chk_fail)$")
     elseif(type STREQUAL "U" AND KERNEL_TARGET STREQUAL "Baseline" AND name MATCHES "^Kivo::au[ic][A-Za-z0-9_]+$")
     else()
       message(SEND_ERROR "${object} shows ${line}")

@@ -134,10 +134,8 @@ void Check::RunOnce(const Case &sample, const std::vector<std::uint8_t> &source,
   std::memcpy(dst_.Writable(offset), fill_.data() + fill_offset_, size);
   std::memcpy(dst_.Writable(offset + size), fill_.data() + kMargin, after);
 
-  g_running = &sample;
-  const CamUtlStatus status = tested(dst_.Writable(offset), src_.ReadOnly(src_offset));
-  g_running = nullptr;
-  ++runs_;
+  CamUtlStatus status = CAMUTL_STS_SUCCESS;
+  Run(sample, [&] { status = tested(dst_.Writable(offset), src_.ReadOnly(src_offset)); });
 
   if (status != CAMUTL_STS_SUCCESS) return Fail(sample, "status " + std::to_string(static_cast<int>(status)));
   if (std::memcmp(dst_.ReadOnly(offset - before), fill_.data(), before) != 0)
@@ -154,6 +152,13 @@ void Check::RunOnce(const Case &sample, const std::vector<std::uint8_t> &source,
                    ", byte " + std::to_string(wrong % sample.pixel_bytes) + "): expected " +
                    std::to_string(expected_[wrong]) + ", got " + std::to_string(result[wrong]) + ", was " +
                    std::to_string(fill_[fill_offset_ + wrong]));
+}
+
+void Check::Run(const Case &sample, const std::function<void()> &call) {
+  g_running = &sample;
+  call();
+  g_running = nullptr;
+  ++runs_;
 }
 
 void Check::Fail(const Case &sample, const std::string &what) {

@@ -56,13 +56,17 @@ class Check {
   void Single(const Case &sample, const std::vector<std::uint8_t> &source, std::size_t dst_bytes,
               const Call &reference, const Call &tested);
 
+  // For checks with buffers of their own: counts a call, names it if it crashes, reports what is wrong with
+  // it.
+  void Run(const Case &sample, const std::function<void()> &call);
+  void Fail(const Case &sample, const std::string &what);
+
   // The contents in turn, so that neighbouring sizes get different ones.
   Content NextContent();
 
  private:
   void Expect(const std::vector<std::uint8_t> &source, std::size_t dst_bytes, const Call &reference);
   void RunOnce(const Case &sample, const std::vector<std::uint8_t> &source, const Call &tested);
-  void Fail(const Case &sample, const std::string &what);
 
   Random random_;
   bool quick_;
@@ -83,6 +87,17 @@ struct Plan {
 };
 
 const std::vector<Plan> &AllPlans();
+
+// The plans that have a file of their own.
+void CheckRows(Check &check);
+void CheckUnpack(Check &check);
+void CheckPlanes(Check &check);
+void CheckHalf(Check &check);
+void CheckRange(Check &check);
+void CheckPicture(Check &check);
+void CheckPictureExhaustive(Check &check);
+void CheckYuvFrames(Check &check);
+void CheckYuvFramesExhaustive(Check &check);
 
 // Prints the running call if the process gets a fatal signal, as an access to a guard page raises.
 void InstallCrashReport();

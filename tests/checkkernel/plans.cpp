@@ -280,6 +280,15 @@ const std::vector<Plan> &AllPlans() {
                                        {"mono_rgb16", CheckMonoRgb16},
                                        {"bayer16", CheckBayer16},
                                        {"reverse", CheckReverse},
+                                       {"rows", CheckRows},
+                                       {"unpack", CheckUnpack},
+                                       {"planes", CheckPlanes},
+                                       {"half", CheckHalf},
+                                       {"range", CheckRange},
+                                       {"picture", CheckPicture},
+                                       {"picture_exhaustive", CheckPictureExhaustive},
+                                       {"yuv_frames", CheckYuvFrames},
+                                       {"yuv_frames_exhaustive", CheckYuvFramesExhaustive},
                                        {"yuv8_exhaustive", CheckYuv8Exhaustive},
                                        {"shifts_exhaustive", CheckShiftsExhaustive}};
   return plans;

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "simd/yuv_frame_kernels.h"
 #include "support/converters.h"
 
 namespace KivoTest::Reference {
@@ -43,8 +44,16 @@ std::uint8_t Red(int v, int y);
 std::uint8_t Blue(int u, int y);
 Pixel FromYuv(int y, int u, int v);
 
+// A pixel by the tables of YUV or by a matrix of YCbCr, and a run of groups.
+Pixel FromYcbcr(Kivo::YuvMatrix matrix, int y, int u, int v);
+std::size_t YuvGroupPixels(Kivo::YuvLayout layout);
+std::size_t YuvGroupBytes(Kivo::YuvLayout layout);
+void YuvFrame(Kivo::YuvLayout layout, Kivo::YuvMatrix matrix, Output output, std::uint8_t *dst,
+              const std::uint8_t *src, std::size_t groups);
+
 // Units that a reversal moves, with the bytes it reads and writes.
-enum class Unit { kByte1, kByte2, kByte3, kByte6, kYuv422, kYuv411 };
+enum class Unit { kByte1, kByte2, kByte3, kByte4, kByte6, kByte8, kYuv422, kYuv411 };
+std::size_t UnitBytes(Unit unit);
 struct ReverseFormat {
   std::uint32_t code;
   Unit unit;
@@ -65,6 +74,8 @@ std::size_t FrameBytes(Unit unit, std::size_t width, std::size_t height);
 // number of YUV groups.
 std::size_t ReverseSourceBytes(Unit unit, std::size_t width, std::size_t height, bool horizontal,
                                bool vertical);
+// One row of units, last unit first.
+void ReverseUnits(Unit unit, std::uint8_t *dst, const std::uint8_t *src, std::size_t units);
 void Reverse(Unit unit, std::uint8_t *dst, const std::uint8_t *src, std::size_t width, std::size_t height,
              bool horizontal, bool vertical);
 

@@ -19,8 +19,12 @@ UnitShape Shape(Unit unit) {
       return {2, 1};
     case Unit::kByte3:
       return {3, 1};
+    case Unit::kByte4:
+      return {4, 1};
     case Unit::kByte6:
       return {6, 1};
+    case Unit::kByte8:
+      return {8, 1};
     case Unit::kYuv422:
       return {4, 2};
     case Unit::kYuv411:
@@ -43,6 +47,15 @@ std::size_t MirrorStep(Unit unit, std::size_t width) {
 }
 
 }  // namespace
+
+std::size_t UnitBytes(Unit unit) {
+  return Shape(unit).bytes;
+}
+
+void ReverseUnits(Unit unit, std::uint8_t *dst, const std::uint8_t *src, std::size_t units) {
+  const std::size_t bytes = UnitBytes(unit);
+  for (std::size_t k = 0; k < units; ++k) PutUnit(unit, dst + k * bytes, src + (units - 1 - k) * bytes);
+}
 
 std::size_t FrameBytes(Unit unit, std::size_t width, std::size_t height) {
   if (unit == Unit::kYuv411) return 3 * width * height / 2;

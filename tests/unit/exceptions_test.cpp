@@ -6,8 +6,8 @@
 #include <functional>
 #include <new>
 
-#include "imageio/bmp_file.h"
-#include "imageio/rwh_file.h"
+#include "camutl/bmp_file.h"
+#include "camutl/rwh_file.h"
 #include "support/temp_dir.h"
 #include "support/unit.h"
 

@@ -2,10 +2,18 @@
 // Which kernels are chosen, told with invented processors.
 #include "simd/targets.h"
 
+#include <algorithm>
+#include <fstream>
+#include <initializer_list>
 #include <set>
+#include <sstream>
 #include <string>
 
 #include "support/unit.h"
+
+#if defined(__aarch64__)
+#include <sys/auxv.h>
+#endif
 
 namespace KivoTest {
 namespace {
@@ -182,28 +190,75 @@ TEST(Targets, TheActiveTargetIsTheSelectedOneUntilPinned) {
   EXPECT_TRUE(Kivo::PinTarget(selected));
 }
 
-TEST(Targets, StreamingIsForFramesThatNoCacheHolds) {
-  EXPECT_FALSE(Kivo::StreamingPays(0));
-  // One core does not keep all of a very large cache, which many share.
-  const std::size_t cache = std::min(Kivo::LargestCacheBytes(), std::size_t{16} << 20);
-  if (cache != 0) {
-    EXPECT_FALSE(Kivo::StreamingPays(cache));
+#if defined(__x86_64__)
+
+// What the system has found this processor to have, and keeps for every program; empty where it does not say.
+std::set<std::string> FlagsOfThisMachine() {
+  std::ifstream file("/proc/cpuinfo");
+  for (std::string line; std::getline(file, line);) {
+    if (line.rfind("flags", 0) != 0) continue;
+    std::istringstream words(line.substr(line.find(':') + 1));
+    std::set<std::string> flags;
+    for (std::string word; words >> word;) flags.insert(word);
+    return flags;
   }
-  EXPECT_TRUE(Kivo::StreamingPays(std::size_t{10240} * 7680 * 4));
-  bool before = false;
-  for (std::size_t bytes = 1; bytes < std::size_t{1} << 34; bytes += bytes / 16 + 1) {
-    const bool now = Kivo::StreamingPays(bytes);
-    EXPECT_TRUE(now || !before) << "streaming stops paying at " << bytes;
-    before = now;
-  }
+  return {};
 }
 
-TEST(Targets, TheStreamingThresholdCanBePinned) {
-  Kivo::PinStreamingThreshold(0);
-  EXPECT_TRUE(Kivo::StreamingPays(3));
-  Kivo::PinStreamingThreshold(std::numeric_limits<std::size_t>::max());
-  EXPECT_FALSE(Kivo::StreamingPays(std::size_t{1} << 42));
+// A bit that is misread makes its target one that is neither used nor tested, and every test of it is
+// skipped.
+TEST(Targets, ThisMachineRunsWhatTheSystemSaysItCan) {
+  const std::set<std::string> flags = FlagsOfThisMachine();
+  if (flags.empty()) GTEST_SKIP() << "/proc/cpuinfo has no flags";
+  const auto all = [&](std::initializer_list<const char *> names) {
+    return std::all_of(names.begin(), names.end(), [&](const char *name) { return flags.count(name) != 0; });
+  };
+  const bool sse = all({"ssse3", "sse4_1"});
+  const bool avx2 = all({"avx", "avx2"});
+  const bool avx512 = avx2 && all({"avx512f", "avx512bw", "avx512dq", "avx512vl", "avx512vbmi"});
+  const CpuFeatures cpu = Kivo::DetectCpu();
+  EXPECT_EQ(Kivo::TargetRuns(Target::Sse41, cpu), sse);
+  EXPECT_EQ(Kivo::TargetRuns(Target::Avx2, cpu), avx2);
+  EXPECT_EQ(Kivo::TargetRuns(Target::Avx512, cpu), avx512);
+  EXPECT_FALSE(Kivo::TargetRuns(Target::Neon, cpu));
+  const Target best = BestUpTo(avx512 ? Target::Avx512
+                               : avx2 ? Target::Avx2
+                               : sse  ? Target::Sse41
+                                      : Target::Baseline);
+  EXPECT_STREQ(Kivo::TargetName(Kivo::SelectTarget(cpu)), Kivo::TargetName(best));
+  EXPECT_EQ(&Kivo::ActiveKernels(), Kivo::TargetKernels(best));
 }
+
+// Bit by bit against the compiler's own detection. That answers for what can be used: a feature whose
+// registers the system does not save it denies.
+TEST(Targets, FeaturesAreThoseThatTheCompilerDetects) {
+  __builtin_cpu_init();
+  const CpuFeatures cpu = Kivo::DetectCpu();
+  const bool ymm = cpu.bOsXSave && (cpu.uiXcr0 & (kSse | kYmm)) == (kSse | kYmm);
+  constexpr std::uint64_t kZmm = kSse | kYmm | kMask | kZmmLow | kZmmHigh;
+  const bool zmm = cpu.bOsXSave && (cpu.uiXcr0 & kZmm) == kZmm;
+  EXPECT_EQ(cpu.bSsse3, __builtin_cpu_supports("ssse3") != 0);
+  EXPECT_EQ(cpu.bSse41, __builtin_cpu_supports("sse4.1") != 0);
+  EXPECT_EQ(cpu.bAvx && ymm, __builtin_cpu_supports("avx") != 0);
+  EXPECT_EQ(cpu.bAvx2 && ymm, __builtin_cpu_supports("avx2") != 0);
+  EXPECT_EQ(cpu.bAvx512F && zmm, __builtin_cpu_supports("avx512f") != 0);
+  EXPECT_EQ(cpu.bAvx512BW && zmm, __builtin_cpu_supports("avx512bw") != 0);
+  EXPECT_EQ(cpu.bAvx512DQ && zmm, __builtin_cpu_supports("avx512dq") != 0);
+  EXPECT_EQ(cpu.bAvx512VL && zmm, __builtin_cpu_supports("avx512vl") != 0);
+  EXPECT_EQ(cpu.bAvx512Vbmi && zmm, __builtin_cpu_supports("avx512vbmi") != 0);
+}
+
+#elif defined(__aarch64__)
+
+TEST(Targets, ThisMachineRunsWhatTheSystemSaysItCan) {
+  constexpr unsigned long kAdvancedSimd = 1UL << 1;
+  const bool neon = (getauxval(AT_HWCAP) & kAdvancedSimd) != 0;
+  EXPECT_EQ(Kivo::TargetRuns(Target::Neon, Kivo::DetectCpu()), neon);
+  const Target best = neon && Built(Target::Neon) ? Target::Neon : Target::Baseline;
+  EXPECT_STREQ(Kivo::TargetName(Kivo::SelectTarget(Kivo::DetectCpu())), Kivo::TargetName(best));
+}
+
+#endif
 
 }  // namespace
 }  // namespace KivoTest

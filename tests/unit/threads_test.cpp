@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "catalogue/luts.h"
+#include "camutl/luts.h"
 #include "support/content.h"
 #include "support/unit.h"
 
@@ -45,6 +45,27 @@ unsigned Work(const std::vector<Job> &jobs, unsigned thread) {
     }
   }
   return wrong;
+}
+
+// Every thread prepares for itself, again and again, while the others convert. The portable kernels are the
+// ones that read the tables, so that a thread sanitizer sees who writes them.
+TEST(Threads, PrepareWhileOthersConvert) {
+  ASSERT_TRUE(Kivo::PinTarget(Kivo::Target::Baseline));
+  const std::vector<Job> jobs = AllJobs();
+  std::atomic<unsigned> wrong{0}, waiting{kThreads};
+  std::vector<std::thread> threads;
+  for (unsigned t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (--waiting; waiting != 0;) std::this_thread::yield();
+      for (unsigned round = 0; round < 3; ++round) {
+        wrong += PrepareLUT() != CAMUTL_STS_SUCCESS;
+        wrong += Work(jobs, t);
+      }
+    });
+  }
+  for (std::thread &thread : threads) thread.join();
+  EXPECT_EQ(wrong, 0u);
+  ASSERT_TRUE(Kivo::PinTarget(Kivo::SelectTarget(Kivo::DetectCpu())));
 }
 
 TEST(Threads, ConvertAtOnce) {

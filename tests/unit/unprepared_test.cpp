@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "catalogue/luts.h"
+#include "camutl/luts.h"
 #include "support/unit.h"
 
 namespace KivoTest {

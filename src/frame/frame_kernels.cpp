@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: Apache-2.0
+// Gathers the engine's own tables of one target; compiled once per target, with no instructions of it.
+#include "simd/frame_kernels.h"
+
+namespace Kivo::KIVO_TARGET {
+
+extern const FrameKernels c_sFrameKernels;
+const FrameKernels c_sFrameKernels = {&c_sMosaicPlanesKernels, &c_sUnpackKernels,  &c_sPlanesKernels,
+                                      &c_sHalfKernels,         &c_sPictureKernels, &c_sRangeKernels,
+                                      &c_sYuvFrameKernels};
+
+}  // namespace Kivo::KIVO_TARGET

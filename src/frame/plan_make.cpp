@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: Apache-2.0
+// Making a plan: the checks in the order that the interface promises, then the course of samples and pixels.
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "frame/plan.h"
+
+namespace Kivo {
+namespace {
+
+constexpr PixelsOf c_asPixels[] = {
+    {4, 8, false, false, true},    // KIVO_BGRA8
+    {3, 8, false, false, false},   // KIVO_BGR8
+    {4, 8, false, true, true},     // KIVO_RGBA8
+    {3, 8, false, true, false},    // KIVO_RGB8
+    {1, 8, true, false, false},    // KIVO_GRAY8
+    {8, 16, false, false, true},   // KIVO_BGRA16
+    {6, 16, false, false, false},  // KIVO_BGR16
+    {8, 16, false, true, true},    // KIVO_RGBA16
+    {6, 16, false, true, false},   // KIVO_RGB16
+    {2, 16, true, false, false},   // KIVO_GRAY16
+    {0, 0, false, false, false},   // KIVO_SAMPLES: those of the format
+};
+
+constexpr std::uint32_t c_uiKnownFlags = KIVO_MIRROR | KIVO_FLIP | KIVO_WITH_SHIFT | KIVO_WITH_RANGE;
+constexpr std::uint32_t c_uiLargestShift = 15;
+
+// The options of the caller in the layout of this version.
+kivo_status ReadOptions(const kivo_options *psGiven, kivo_options &sOptions) noexcept {
+  sOptions = KIVO_OPTIONS_INIT;
+  if (psGiven == nullptr) return KIVO_OK;
+  std::size_t uiSize;
+  std::memcpy(&uiSize, psGiven, sizeof uiSize);
+  if (uiSize < sizeof sOptions) return KIVO_BAD_STRUCT;
+  // A later version's structure is longer. What it means by its fields is unknown here unless it means
+  // nothing.
+  constexpr std::size_t c_uiLargest = 4096;
+  if (uiSize > c_uiLargest) return KIVO_BAD_STRUCT;
+  const auto *const puc = reinterpret_cast<const unsigned char *>(psGiven);
+  for (std::size_t i = sizeof sOptions; i < uiSize; ++i)
+    if (puc[i] != 0) return KIVO_BAD_STRUCT;
+  std::memcpy(&sOptions, psGiven, sizeof sOptions);
+  return KIVO_OK;
+}
+
+bool KnowsValues(const kivo_options &s) noexcept {
+  return s.pixels <= KIVO_SAMPLES && s.bayer <= KIVO_BAYER_HALF && s.levels <= KIVO_LEVELS_SPREAD &&
+         s.hint <= KIVO_HINT_STREAMED && s.byte_order <= KIVO_BIG_ENDIAN && (s.flags & ~c_uiKnownFlags) == 0;
+}
+
+bool IsAdaptiveSize(std::uint32_t uiSize) noexcept {
+  return uiSize >= 4 && uiSize % 2 == 0;
+}
+
+// The demosaic that is used; KIVO_BAYER_OFF where there is none.
+std::uint32_t Resolve(std::uint32_t uiBayer, const kivo_plan &s) noexcept {
+  if (s.psFormat->family != KIVO_BAYER || s.uiPixels == KIVO_SAMPLES) return KIVO_BAYER_OFF;
+  if (uiBayer != KIVO_BAYER_BEST) return uiBayer;
+  return IsAdaptiveSize(s.uiWidth) && IsAdaptiveSize(s.uiHeight) ? KIVO_BAYER_ACPI : KIVO_BAYER_STANDARD;
+}
+
+// Everything that needs no memory of a frame, from the format on.
+kivo_status Check(const kivo_options &o, kivo_plan &s) noexcept {
+  if (s.psFormat == nullptr) return KIVO_UNKNOWN_FORMAT;
+  if (!KnowsValues(o)) return KIVO_UNKNOWN_OPTION;
+  const bool bCropped = (o.crop_x | o.crop_y | o.crop_width | o.crop_height) != 0;
+  s.uiX = o.crop_x;
+  s.uiY = o.crop_y;
+  s.uiWidth = bCropped ? o.crop_width : s.uiFrameWidth;
+  s.uiHeight = bCropped ? o.crop_height : s.uiFrameHeight;
+  if (s.uiFrameWidth == 0 || s.uiFrameHeight == 0 || s.uiWidth == 0 || s.uiHeight == 0)
+    return KIVO_EMPTY_IMAGE;
+
+  const kivo_format &sFormat = *s.psFormat;
+  const bool bRange = (o.flags & KIVO_WITH_RANGE) != 0;
+  s.uiPixels = o.pixels;
+  s.psPlain = &Exchanged(PlainFormat(sFormat), s.uiX % 2 != 0, s.uiY % 2 != 0);
+  const std::uint32_t uiDepth = s.psPlain->plain_depth;
+  const bool bWide = uiDepth > 8;
+  if (bRange) s.psPlain = &EightBitFormat(*s.psPlain);
+  s.sPixels = c_asPixels[o.pixels];
+  s.uiBayer = Resolve(o.bayer, s);
+  const bool bHalf = s.uiBayer == KIVO_BAYER_HALF;
+  s.uiPictureWidth = bHalf ? s.uiWidth / 2 : s.uiWidth;
+  s.uiPictureHeight = bHalf ? s.uiHeight / 2 : s.uiHeight;
+  constexpr std::uint64_t c_uiMost = std::numeric_limits<std::ptrdiff_t>::max();
+  const std::uint64_t uiFrame = FrameBytes(sFormat, s.uiFrameWidth, s.uiFrameHeight);
+  const std::uint64_t uiRow = o.pixels == KIVO_SAMPLES ? RowBytes(*s.psPlain, s.uiWidth)
+                                                       : std::uint64_t{s.uiPictureWidth} * s.sPixels.uiBytes;
+  if (uiFrame > c_uiMost || (s.uiPictureHeight != 0 && uiRow > c_uiMost / s.uiPictureHeight))
+    return KIVO_TOO_LARGE;
+  s.uiFrameBytes = static_cast<std::size_t>(uiFrame);
+  s.uiFrameRow = static_cast<std::size_t>(RowBytes(sFormat, s.uiFrameWidth));
+  s.uiPictureRow = static_cast<std::size_t>(uiRow);
+  s.uiPictureBytes = s.uiPictureRow * s.uiPictureHeight;
+
+  const bool bWords = sFormat.packing == KIVO_PLAIN || sFormat.packing == KIVO_PLANAR;
+  if (o.byte_order == KIVO_BIG_ENDIAN && !(bWords && sFormat.plain_bytes == 2)) return KIVO_NO_BYTE_ORDER;
+  const std::uint32_t uiGroup = sFormat.family == KIVO_YUV ? sFormat.group_pixels : 1;
+  if (s.uiFrameWidth % uiGroup != 0) return KIVO_PARTIAL_GROUP;
+  if (s.uiWidth > s.uiFrameWidth || s.uiX > s.uiFrameWidth - s.uiWidth || s.uiHeight > s.uiFrameHeight ||
+      s.uiY > s.uiFrameHeight - s.uiHeight)
+    return KIVO_CROP_OUTSIDE;
+  if (s.uiX % uiGroup != 0 || s.uiWidth % uiGroup != 0) return KIVO_SPLIT_GROUP;
+  if (s.uiBayer == KIVO_BAYER_ACPI && !(IsAdaptiveSize(s.uiWidth) && IsAdaptiveSize(s.uiHeight)))
+    return KIVO_ACPI_SIZE;
+  if (bHalf && (s.uiPictureWidth == 0 || s.uiPictureHeight == 0)) return KIVO_HALF_SIZE;
+  s.uiShift = uiDepth - 8;
+  if ((o.flags & KIVO_WITH_SHIFT) != 0) {
+    if (o.shift > c_uiLargestShift || !bWide || s.sPixels.uiBits != 8) return KIVO_BAD_SHIFT;
+    s.uiShift = o.shift;
+  }
+  if (bRange) {
+    if (sFormat.family == KIVO_YUV || (o.flags & KIVO_WITH_SHIFT) != 0 || s.sPixels.uiBits == 16)
+      return KIVO_BAD_RANGE;
+    s.uiShift = 0;
+  }
+  if (o.levels == KIVO_LEVELS_SPREAD && s.sPixels.uiBits != 16) return KIVO_BAD_LEVELS;
+  s.bSpread = o.levels == KIVO_LEVELS_SPREAD;
+  s.bMirror = (o.flags & KIVO_MIRROR) != 0;
+  s.bFlip = (o.flags & KIVO_FLIP) != 0;
+  s.uiHint = o.hint;
+  return KIVO_OK;
+}
+
+// The kernel that a packing takes; Unpack::Count where it takes none.
+Unpack UnpackOf(const kivo_format &s) noexcept {
+  switch (s.packing) {
+    case KIVO_P:
+      switch (s.depth) {
+        case 1:
+          return Unpack::Bits1;
+        case 2:
+          return Unpack::Bits2;
+        case 4:
+          return Unpack::Bits4;
+        case 10:
+          return Unpack::P10;
+        case 12:
+          return Unpack::P12;
+        default:
+          return Unpack::P14;
+      }
+    case KIVO_PACKED:
+      return s.depth == 10 ? Unpack::Packed10 : Unpack::Packed12;
+    case KIVO_P32:
+      return Unpack::P32;
+    case KIVO_SIGNED:
+      return Unpack::Signed;
+    case KIVO_ALPHA:
+      return Unpack::DropAlpha;
+    case KIVO_LUMA_FIRST:
+      return s.group_pixels == 4 ? Unpack::Yyuyyv : Unpack::Yuyv;
+    default:
+      return Unpack::Count;
+  }
+}
+
+void AddStage(kivo_plan &s, Stage::Kind eKind, Unpack eUnpack = Unpack::Count) noexcept {
+  s.asStages[s.uiStages++] = {eKind, eUnpack};
+}
+
+bool MakeStages(const kivo_options &o, kivo_plan &s) noexcept {
+  const Unpack eUnpack = UnpackOf(*s.psFormat);
+  // The kernels take YUV in either order; only samples as such, and groups to be turned round, have chroma
+  // first.
+  const bool bEitherOrder = s.psFormat->family == KIVO_YUV && s.eCourse != Course::Copy && !s.bMirrorSamples;
+  if (eUnpack != Unpack::Count && !bEitherOrder) AddStage(s, Stage::Kind::Unpack, eUnpack);
+  if (s.psFormat->packing == KIVO_PLANAR) AddStage(s, Stage::Kind::Interleave);
+  if (o.byte_order == KIVO_BIG_ENDIAN) AddStage(s, Stage::Kind::Unpack, Unpack::Swap);
+  s.uiStagesToPlain = s.uiStages;
+  if ((o.flags & KIVO_WITH_RANGE) != 0) {
+    const std::size_t uiEntries = s.psFormat->plain_bytes == 2 ? 0x10000 : 0x100;
+    s.pucTable.reset(new (std::nothrow) std::uint8_t[uiEntries]);
+    if (s.pucTable == nullptr) return false;
+    const std::uint64_t uiSpan = o.range_high > o.range_low ? o.range_high - o.range_low : 0;
+    for (std::uint64_t i = 0; i < uiEntries; ++i) {
+      s.pucTable[i] = i <= o.range_low ? std::uint8_t{0}
+                      : i >= o.range_high || uiSpan == 0
+                          ? std::uint8_t{255}
+                          : static_cast<std::uint8_t>((510 * (i - o.range_low) + uiSpan) / (2 * uiSpan));
+    }
+    AddStage(s, Stage::Kind::Table);
+  }
+  if (s.bMirrorSamples) AddStage(s, Stage::Kind::Reverse);
+  return true;
+}
+
+Course ChooseCourse(const kivo_plan &s) noexcept {
+  const bool bBytes = s.sPixels.uiBits == 8 && !s.sPixels.bGrey;
+  switch (s.uiBayer) {
+    case KIVO_BAYER_STANDARD:
+      return bBytes ? Course::Mosaic : Course::MosaicPlanes;
+    case KIVO_BAYER_ACPI:
+      return bBytes && !IsWords(s) ? Course::Mosaic : Course::MosaicPlanes;
+    case KIVO_BAYER_HALF:
+      return Course::Half;
+    default:
+      break;
+  }
+  if (s.uiPixels == KIVO_SAMPLES) return Course::Copy;
+  const bool bMono = s.psPlain->channels == 1;
+  // Grey bytes of grey bytes, and words of words, are the samples.
+  if (bMono && s.sPixels.bGrey && !s.bSpread && s.sPixels.uiBits == 8 * s.psPlain->plain_bytes)
+    return Course::Copy;
+  if (!bBytes) return Course::Planes;
+  return s.psPlain->family == KIVO_YUV && s.sPixels.bRedFirst ? Course::Swapped : Course::Fused;
+}
+
+}  // namespace
+
+BayerOrder OrderOf(const kivo_plan &s) noexcept {
+  const bool bExchange = s.bMirrorSamples && s.uiWidth % 2 == 0;
+  switch (Exchanged(*s.psPlain, bExchange, false).order) {
+    case KIVO_ORDER_GR:
+      return BayerOrder::GR;
+    case KIVO_ORDER_GB:
+      return BayerOrder::GB;
+    case KIVO_ORDER_BG:
+      return BayerOrder::BG;
+    default:
+      return BayerOrder::RG;
+  }
+}
+
+}  // namespace Kivo
+
+using namespace Kivo;
+
+kivo_status kivo_plan_make(uint32_t code, uint32_t width, uint32_t height, const kivo_options *options,
+                           kivo_plan **plan) KIVO_NOEXCEPT {
+  if (plan == nullptr) return KIVO_NULL_POINTER;
+  *plan = nullptr;
+  kivo_options sOptions;
+  kivo_status eStatus = ReadOptions(options, sOptions);
+  if (eStatus != KIVO_OK) return eStatus;
+  kivo_plan sPlan = {};
+  sPlan.psFormat = FindFormat(code);
+  sPlan.uiFrameWidth = width;
+  sPlan.uiFrameHeight = height;
+  eStatus = Check(sOptions, sPlan);
+  if (eStatus != KIVO_OK) return eStatus;
+  sPlan.eCourse = ChooseCourse(sPlan);
+  // The adaptive rules know left from right, and half pictures of odd width leave out the last column.
+  sPlan.bMirrorSamples =
+      sPlan.bMirror && sPlan.uiBayer != KIVO_BAYER_ACPI && sPlan.uiBayer != KIVO_BAYER_HALF;
+  if (!MakeStages(sOptions, sPlan)) return KIVO_OUT_OF_MEMORY;
+  sPlan.sScratch = LayOut(sPlan);
+  *plan = new (std::nothrow) kivo_plan(std::move(sPlan));
+  return *plan == nullptr ? KIVO_OUT_OF_MEMORY : KIVO_OK;
+}
+
+void kivo_plan_free(kivo_plan *plan) KIVO_NOEXCEPT {
+  delete plan;
+}
+
+uint32_t kivo_plan_width(const kivo_plan *plan) KIVO_NOEXCEPT {
+  return plan == nullptr ? 0 : plan->uiPictureWidth;
+}
+
+uint32_t kivo_plan_height(const kivo_plan *plan) KIVO_NOEXCEPT {
+  return plan == nullptr ? 0 : plan->uiPictureHeight;
+}
+
+size_t kivo_plan_row_bytes(const kivo_plan *plan) KIVO_NOEXCEPT {
+  return plan == nullptr ? 0 : plan->uiPictureRow;
+}
+
+size_t kivo_plan_picture_bytes(const kivo_plan *plan) KIVO_NOEXCEPT {
+  return plan == nullptr ? 0 : plan->uiPictureBytes;
+}
+
+uint32_t kivo_plan_samples_format(const kivo_plan *plan) KIVO_NOEXCEPT {
+  if (plan == nullptr || plan->uiPixels != KIVO_SAMPLES) return 0;
+  return Exchanged(*plan->psPlain, plan->bMirror && plan->uiWidth % 2 == 0,
+                   plan->bFlip && plan->uiHeight % 2 == 0)
+      .code;
+}
+
+uint32_t kivo_plan_bayer(const kivo_plan *plan) KIVO_NOEXCEPT {
+  return plan == nullptr ? static_cast<uint32_t>(KIVO_BAYER_OFF) : plan->uiBayer;
+}
+
+size_t kivo_plan_scratch(const kivo_plan *plan) KIVO_NOEXCEPT {
+  return plan == nullptr ? 0 : plan->sScratch.uiTotal;
+}

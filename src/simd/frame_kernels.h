@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a target offers beyond kernels.h, for the engine alone, under the same contract. include/KivoFrame.h
+// has the layouts and formulas. Pointers to words are aligned to their two bytes.
+//
+// A family is a struct of kernels, its table in a kernel object that CMake makes with
+// `kivo_kernels(<family> <source> ENGINE)`, a pointer in FrameKernels, and one in
+// src/frame/frame_kernels.cpp.
+#ifndef KIVO_SIMD_FRAME_KERNELS_H
+#define KIVO_SIMD_FRAME_KERNELS_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "simd/kernels.h"
+#include "simd/yuv_frame_kernels.h"
+
+namespace Kivo {
+
+// From the samples of a frame to plain ones: bytes, or words in the processor's order. n counts
+//   P10, P12, P14, Packed10, Packed12  samples, the first at the start of a group -> words
+//   P32                                samples of 10 bits, three in 4 bytes, a multiple of three -> words
+//   Swap                               words whose bytes are exchanged
+//   Bits1, Bits2, Bits4                samples, the first at bit 0 -> bytes, times 255, 85 and 17
+//   Signed                             bytes in two's complement -> 128 more
+//   DropAlpha                          pixels of 4 bytes -> their first 3
+//   Yuyv                               groups Y0 U Y1 V -> U Y0 V Y1
+//   Yyuyyv                             groups Y0 Y1 Cb Y2 Y3 Cr -> Cb Y0 Y1 Cr Y2 Y3
+// The bytes read end with the one that holds the last bit of the last sample.
+enum class Unpack : unsigned {
+  P10,
+  P12,
+  P14,
+  Packed10,
+  Packed12,
+  P32,
+  Swap,
+  Bits1,
+  Bits2,
+  Bits4,
+  Signed,
+  DropAlpha,
+  Yuyv,
+  Yyuyyv,
+  Count
+};
+using UnpackKernel = void (*)(uint8_t *pucDst, const uint8_t *pucSrc, size_t n);
+
+struct UnpackKernels {
+  UnpackKernel apfn[static_cast<unsigned>(Unpack::Count)];
+};
+
+// n pixels of three samples; plane i gets sample i of each.
+using PlanesKernel = void (*)(uint16_t *const *apusPlanes, const uint8_t *pucSrc, size_t n);
+// n pixels of three samples, sample i of each from plane i.
+using InterleaveKernel = void (*)(uint8_t *pucDst, const uint8_t *const *apucPlanes, size_t n);
+// n bytes to words.
+using WidenKernel = void (*)(uint16_t *pusDst, const uint8_t *pucSrc, size_t n);
+
+struct PlanesKernels {
+  PlanesKernel pfnBytes, pfnWords;
+  InterleaveKernel pfnInterleaveBytes, pfnInterleaveWords;
+  WidenKernel pfnWiden;
+};
+
+// Two rows of a mosaic, 2 n samples each, the upper one with the colours of row 0 of the order, to n pixels
+// in planes blue, green, red: green is floor((a + b) / 2) of the two.
+using HalfKernel = void (*)(uint16_t *const *apusPlanes, const uint8_t *pucRow0, const uint8_t *pucRow1,
+                            size_t n, BayerOrder eOrder);
+
+struct HalfKernels {
+  HalfKernel pfnBytes, pfnWords;
+};
+
+// A row of a picture from planes of words. Colours are named in the order of blue-first pictures; red-first
+// ones exchange the planes. Mono is one plane, Gray the luma of three: blue, green, red.
+enum class PictureKind : unsigned { Bgra8, Bgr8, Mono8, Gray8, Bgra16, Bgr16, Mono16, Gray16, Count };
+
+struct PictureJob {
+  uint8_t *pucDst;                // pixels of 4, 3, 1, 1, 8, 6, 2, 2 bytes
+  const uint16_t *apusPlanes[3];  // Mono uses the first alone
+  size_t n;                       // pixels
+  unsigned uiShift;               // 8-bit kinds, at most 15: a value v becomes (v >> uiShift) & 255
+  unsigned uiDepth;               // 16-bit kinds with bSpread, 8 to 16: the low bits of v that count
+  bool bSpread;                   // 16-bit kinds: repeats these bits to fill the word; else v stays
+  bool bMirror;                   // pixel n - 1 of the planes becomes pixel 0 of the row
+  bool bStream;                   // whole lines bypass the caches if pixels can begin at the start of a line
+};
+using PictureKernel = void (*)(const PictureJob &s);
+
+struct PictureKernels {
+  PictureKernel apfn[static_cast<unsigned>(PictureKind::Count)];
+};
+
+// Lowers *puiLeast and raises *puiMost to the smallest and largest of n samples and themselves.
+using ExtremesKernel = void (*)(const uint8_t *pucSrc, size_t n, uint32_t *puiLeast, uint32_t *puiMost);
+// n samples, each replaced by its byte in a table of 256 or 65536.
+using TableKernel = void (*)(uint8_t *pucDst, const uint8_t *pucSrc, size_t n, const uint8_t *pucTable);
+
+struct RangeKernels {
+  ExtremesKernel pfnExtremeBytes, pfnExtremeWords;
+  TableKernel pfnTableBytes, pfnTableWords;
+};
+
+// Both demosaics of 16-bit samples to c_ePlanes, at the samples' own depth and without a shift.
+struct MosaicPlanesKernels {
+  MosaicKernel pfnStandard, pfnAdaptive;
+};
+
+// All families of one target that only the engine has.
+struct FrameKernels {
+  const MosaicPlanesKernels *psMosaicPlanes;
+  const UnpackKernels *psUnpack;
+  const PlanesKernels *psPlanes;
+  const HalfKernels *psHalf;
+  const PictureKernels *psPicture;
+  const RangeKernels *psRange;
+  const YuvFrameKernels *psYuvFrames;
+};
+
+}  // namespace Kivo
+
+// The one symbol that each kernel object defines.
+#ifdef KIVO_TARGET
+namespace Kivo::KIVO_TARGET {
+extern const MosaicPlanesKernels c_sMosaicPlanesKernels;
+extern const UnpackKernels c_sUnpackKernels;
+extern const PlanesKernels c_sPlanesKernels;
+extern const HalfKernels c_sHalfKernels;
+extern const PictureKernels c_sPictureKernels;
+extern const RangeKernels c_sRangeKernels;
+extern const YuvFrameKernels c_sYuvFrameKernels;
+}  // namespace Kivo::KIVO_TARGET
+#endif
+
+#endif  // KIVO_SIMD_FRAME_KERNELS_H

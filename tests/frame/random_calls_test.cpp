@@ -1,0 +1,484 @@
+// SPDX-License-Identifier: Apache-2.0
+// Any number of random calls of all functions, with arguments as a careless or hostile caller has them, on
+// buffers exactly as large as they are said to be. What each has to answer, and often to write, says the
+// model.
+//
+//   frame_random_calls [CALLS [SEED]]
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "frame/model.h"
+#include "support/random.h"
+
+namespace {
+
+using KivoTest::Random;
+using KivoTest::Model::Format;
+namespace Model = KivoTest::Model;
+
+constexpr std::size_t kMaxBuffer = 60000;
+
+struct FreePlan {
+  void operator()(kivo_plan *plan) const { kivo_plan_free(plan); }
+};
+struct FreePool {
+  void operator()(kivo_pool *pool) const { kivo_pool_free(pool); }
+};
+
+// A plan, and what the model knows of it.
+struct Live {
+  std::unique_ptr<kivo_plan, FreePlan> plan;
+  Model::Plan judged;
+};
+
+// Memory of an exact size, so that tools that watch memory see every byte too many.
+class Buffer {
+ public:
+  Buffer(std::size_t size, Random &random) : size_(size), bytes_(new std::uint8_t[size]) {
+    std::uint64_t word = 0;
+    for (std::size_t i = 0; i < size; ++i, word >>= 8) {
+      if (i % 8 == 0) word = random.Next();
+      bytes_[i] = static_cast<std::uint8_t>(word);
+    }
+  }
+  std::uint8_t *data() { return bytes_.get(); }
+  std::size_t size() const { return size_; }
+  std::vector<std::uint8_t> Copy() const { return {bytes_.get(), bytes_.get() + size_}; }
+
+ private:
+  std::size_t size_;
+  std::unique_ptr<std::uint8_t[]> bytes_;
+};
+
+class Caller {
+ public:
+  explicit Caller(std::uint64_t seed) : random_(seed), plans_(6) {}
+
+  bool Call(std::uint64_t number) {
+    number_ = number;
+    switch (random_.Below(16)) {
+      case 0:
+      case 1:
+      case 2:
+      case 3:
+        MakePlan();
+        break;
+      case 4:
+        Ask();
+        break;
+      case 5:
+        AskOfPlan();
+        break;
+      case 6:
+        Pool();
+        break;
+      default:
+        Run();
+    }
+    return failures_ < 10;
+  }
+  std::size_t failures() const { return failures_; }
+  void Tell() const {
+    std::printf("%zu plans made, %zu pictures compared, %zu calls of answers other than 0, %zu wrong\n",
+                made_, compared_, refused_, failures_);
+  }
+
+ private:
+  bool OneIn(std::uint32_t n) { return random_.Below(n) == 0; }
+  std::uint32_t Any() { return static_cast<std::uint32_t>(random_.Next()); }
+  // A number that is interesting to somebody.
+  std::uint32_t Odd() {
+    static constexpr std::array<std::uint32_t, 14> kNumbers{
+        0, 1, 2, 3, 4, 5, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu, 0xFFFFFFFEu, 0x10000, 0xFFFF, 255, 256};
+    return OneIn(4) ? Any() : kNumbers[random_.Below(kNumbers.size())];
+  }
+  std::uint32_t Code() {
+    const std::vector<Format> &formats = Model::Formats();
+    if (OneIn(40)) return Odd();
+    const std::uint32_t code = formats[random_.Below(static_cast<std::uint32_t>(formats.size()))].code;
+    return OneIn(60) ? code ^ 1u << random_.Below(32) : code;
+  }
+  std::uint32_t Size() {
+    if (OneIn(30)) return Odd();
+    const std::uint32_t size = 1 + random_.Below(OneIn(3) ? 200 : 24);
+    return OneIn(2) ? (size + 3) / 4 * 4 : size;
+  }
+
+  void Expect(bool good, const char *what, std::uint64_t got, std::uint64_t wanted) {
+    if (good) return;
+    ++failures_;
+    std::fprintf(stderr, "call %llu: %s gives %llu and should give %llu\n",
+                 static_cast<unsigned long long>(number_), what, static_cast<unsigned long long>(got),
+                 static_cast<unsigned long long>(wanted));
+    if (about_ == nullptr) return;
+    const Model::Plan &p = about_->judged;
+    const kivo_options &o = p.options;
+    std::fprintf(stderr,
+                 "  %s %ux%u pixels %u bayer %u levels %u hint %u order %u flags %u shift %u range %u..%u "
+                 "crop %u,%u %ux%u\n",
+                 p.format->name.c_str(), p.frame_width, p.frame_height, o.pixels, o.bayer, o.levels, o.hint,
+                 o.byte_order, o.flags, o.shift, o.range_low, o.range_high, o.crop_x, o.crop_y, o.crop_width,
+                 o.crop_height);
+  }
+  void Same(const char *what, std::uint64_t got, std::uint64_t wanted) {
+    Expect(got == wanted, what, got, wanted);
+    if (wanted != 0) ++refused_;
+  }
+
+  // Options, most of which are good.
+  kivo_options Options(const Format *format, std::uint32_t width, std::uint32_t height) {
+    kivo_options o = KIVO_OPTIONS_INIT;
+    o.pixels = OneIn(80) ? Odd() : random_.Below(11);
+    o.bayer = OneIn(80) ? Odd() : random_.Below(5);
+    o.hint = OneIn(80) ? Odd() : random_.Below(3);
+    const bool sixteen = o.pixels >= KIVO_BGRA16 && o.pixels <= KIVO_GRAY16;
+    o.levels = OneIn(80) ? Odd() : sixteen ? random_.Below(2) : 0;
+    if (format != nullptr && format->words()) o.byte_order = random_.Below(2);
+    if (OneIn(80)) o.byte_order = Odd();
+    o.flags = random_.Below(4);
+    if (OneIn(80)) o.flags = Odd();
+    if (!sixteen && OneIn(4)) o.flags |= KIVO_WITH_RANGE;
+    if (o.pixels <= KIVO_GRAY8 && format != nullptr && format->depth > 8 && OneIn(4))
+      o.flags |= KIVO_WITH_SHIFT;
+    o.shift = OneIn(20) ? Odd() : random_.Below(16);
+    o.range_low = OneIn(20) ? Odd() : random_.Below(4096);
+    o.range_high = OneIn(20) ? Odd() : random_.Below(65536);
+    if (OneIn(3) && width != 0 && height != 0) {
+      o.crop_x = random_.Below(width) & ~3u;
+      o.crop_y = random_.Below(height);
+      o.crop_width = std::max(random_.Below(width - o.crop_x + 1) & ~3u, 1u);
+      o.crop_height = 1 + random_.Below(height - o.crop_y);
+    }
+    if (OneIn(60)) (&o.crop_x)[0] = Odd();
+    if (OneIn(60)) o.crop_width = Odd();
+    if (OneIn(60)) o.crop_height = Odd();
+    return o;
+  }
+
+  void MakePlan() {
+    Live &live = plans_[random_.Below(static_cast<std::uint32_t>(plans_.size()))];
+    live.plan.reset();
+    about_ = nullptr;
+    const std::uint32_t code = Code(), width = Size(), height = Size();
+    const kivo_options good = Options(Model::FormatOfCode(code), width, height);
+    if (OneIn(50)) {
+      Same("plan without a place", kivo_plan_make(code, width, height, &good, nullptr), KIVO_NULL_POINTER);
+      return;
+    }
+    // The structure in memory of its own; now and then of another size.
+    std::size_t size = sizeof good;
+    if (OneIn(30)) size = random_.Below(4) * 8 + (OneIn(2) ? sizeof good : 0);
+    Buffer memory(std::max<std::size_t>(size, sizeof(std::size_t)), random_);
+    kivo_options given = good;
+    given.size = size;
+    std::memcpy(memory.data(), &given, std::min(memory.size(), sizeof given));
+    if (size > sizeof given) std::memset(memory.data() + sizeof given, 0, size - sizeof given);
+    if (size > sizeof given && OneIn(2)) memory.data()[sizeof given + random_.Below(8)] = 1;
+    const kivo_options *const options =
+        OneIn(40) ? nullptr : reinterpret_cast<const kivo_options *>(memory.data());
+    const bool readable = options == nullptr || size >= sizeof given;
+    if (readable) {
+      live.judged = Model::MakePlan(code, width, height, options);
+    } else {
+      live.judged = {};
+      live.judged.status = KIVO_BAD_STRUCT;
+    }
+    kivo_plan *made = nullptr;
+    Same("kivo_plan_make", kivo_plan_make(code, width, height, options, &made), live.judged.status);
+    live.plan.reset(made);
+    Expect((made != nullptr) == (live.judged.status == KIVO_OK), "plan", made != nullptr, made == nullptr);
+    if (made == nullptr || live.judged.status != KIVO_OK) {
+      live.plan.reset();
+      return;
+    }
+    ++made_;
+    about_ = &live;
+    Same("kivo_plan_width", kivo_plan_width(made), live.judged.width);
+    Same("kivo_plan_picture_bytes", kivo_plan_picture_bytes(made),
+         static_cast<std::uint64_t>(live.judged.picture_bytes()));
+    Same("kivo_plan_samples_format", kivo_plan_samples_format(made), live.judged.samples_format);
+    Same("kivo_plan_bayer", kivo_plan_bayer(made), live.judged.bayer);
+  }
+
+  void AskOfPlan() {
+    const Live &live = plans_[random_.Below(static_cast<std::uint32_t>(plans_.size()))];
+    const kivo_plan *const plan = live.plan.get();
+    about_ = plan == nullptr ? nullptr : &live;
+    Same("rows", kivo_plan_height(plan), plan == nullptr ? 0 : live.judged.height);
+    Same("row", kivo_plan_row_bytes(plan),
+         plan == nullptr ? 0 : static_cast<std::uint64_t>(live.judged.row_bytes));
+    const std::size_t scratch = kivo_plan_scratch(plan);
+    Expect(scratch <= std::size_t{256} << 10, "scratch", scratch, 0);
+    if (OneIn(100)) kivo_plan_free(nullptr);
+  }
+
+  // A name, changed at random: any bytes but 0.
+  std::string Text() {
+    const std::vector<Format> &formats = Model::Formats();
+    std::string text =
+        OneIn(8) ? "" : formats[random_.Below(static_cast<std::uint32_t>(formats.size()))].name;
+    if (OneIn(8)) text = "V4L2_PIX_FMT_" + text;
+    for (std::uint32_t i = random_.Below(4); i > 0; --i) {
+      const auto letter = static_cast<char>(1 + random_.Below(255));
+      const std::size_t at = random_.Below(static_cast<std::uint32_t>(text.size() + 1));
+      if (OneIn(2)) {
+        text.insert(text.begin() + static_cast<std::ptrdiff_t>(at), letter);
+      } else if (at < text.size()) {
+        text.erase(at, 1);
+      }
+    }
+    if (OneIn(200)) text.append(5000, 'x');
+    return text;
+  }
+
+  void Ask() {
+    about_ = nullptr;
+    const std::uint32_t code = Code(), width = Size(), height = Size();
+    const Format *const format = Model::FormatOfCode(code);
+    const Model::Wide bytes = format == nullptr ? 0 : Model::FrameBytes(*format, width, height);
+    const Model::Wide row = format == nullptr ? 0 : Model::RowBytes(*format, width);
+    Same("kivo_frame_bytes", kivo_frame_bytes(code, width, height),
+         bytes > UINT64_MAX ? UINT64_MAX : static_cast<std::uint64_t>(bytes));
+    Same("kivo_row_bytes", kivo_row_bytes(code, width), static_cast<std::uint64_t>(row));
+    const kivo_format *const found = kivo_format_of_code(code);
+    Expect((found != nullptr) == (format != nullptr), "kivo_format_of_code", found != nullptr,
+           format != nullptr);
+    const int columns = static_cast<int>(Odd()), rows = static_cast<int>(random_.Below(2));
+    Same("kivo_format_exchanged", kivo_format_exchanged(code, columns, rows),
+         format == nullptr ? code : Model::Exchanged(*format, columns != 0, rows != 0));
+    const std::size_t index = OneIn(4) ? SIZE_MAX - random_.Below(3) : random_.Below(200);
+    Expect((kivo_format_at(index) != nullptr) == (index < kivo_format_count()), "kivo_format_at", index, 0);
+    const int value = static_cast<int>(random_.Below(32));
+    Expect(kivo_message(static_cast<kivo_status>(value)) != nullptr, "kivo_message", 0, 1);
+
+    const std::string text = Text();
+    const std::unique_ptr<char[]> exact(new char[text.size() + 1]);
+    std::memcpy(exact.get(), text.c_str(), text.size() + 1);
+    kivo_format_find(OneIn(50) ? nullptr : exact.get());
+    const std::size_t most = random_.Below(6);
+    const std::unique_ptr<const kivo_format *[]> formats(new const kivo_format *[most]);
+    const std::size_t count = kivo_format_suggest(exact.get(), formats.get(), most);
+    Expect(count <= most, "kivo_format_suggest", count, most);
+    for (std::size_t i = 0; i < std::min(count, most); ++i)
+      Expect(kivo_format_of_code(formats[i]->code) == formats[i], "suggestion", i, 0);
+  }
+
+  void Pool() {
+    about_ = nullptr;
+    if (!OneIn(20)) return;
+    kivo_pool *pool = nullptr;
+    const std::uint32_t threads = OneIn(3) ? 1025 + random_.Below(5) : 1 + random_.Below(4);
+    const kivo_status status = kivo_pool_make(threads, &pool);
+    Same("kivo_pool_make", status, threads > 1024 ? KIVO_UNKNOWN_OPTION : KIVO_OK);
+    if (pool == nullptr) return;
+    pool_.reset(pool);
+    Same("kivo_pool_threads", kivo_pool_threads(pool), threads);
+  }
+
+  std::ptrdiff_t Stride(std::uint64_t row) {
+    const auto near = static_cast<std::ptrdiff_t>(std::min<std::uint64_t>(row, kMaxBuffer));
+    const std::ptrdiff_t sign = OneIn(2) ? 1 : -1;
+    if (OneIn(30)) {
+      static constexpr std::array<std::ptrdiff_t, 8> kStrides{1,
+                                                              -1,
+                                                              PTRDIFF_MIN,
+                                                              PTRDIFF_MAX,
+                                                              PTRDIFF_MIN + 1,
+                                                              std::ptrdiff_t{1} << 62,
+                                                              -(std::ptrdiff_t{1} << 62),
+                                                              2};
+      return kStrides[random_.Below(kStrides.size())];
+    }
+    if (OneIn(3)) return 0;
+    return sign * (near + static_cast<std::ptrdiff_t>(random_.Below(40)) - (OneIn(20) ? 1 : 0));
+  }
+
+  // A size near the one that is needed.
+  std::size_t Near(Model::Wide needed) {
+    const std::size_t size = needed > kMaxBuffer ? random_.Below(100) : static_cast<std::size_t>(needed);
+    if (OneIn(20)) return size / 2;
+    if (OneIn(20)) return size == 0 ? 0 : size - 1;
+    return size + (OneIn(4) ? random_.Below(50) : 0);
+  }
+
+  static Model::Wide Extent(const Model::Plan &plan, std::ptrdiff_t stride) {
+    if (stride == 0) return plan.picture_bytes();
+    const Model::Wide step =
+        stride < 0 ? -static_cast<Model::Wide>(stride) : static_cast<Model::Wide>(stride);
+    return step * (plan.height - 1) + plan.row_bytes;
+  }
+
+  void Run() {
+    const Live &live = plans_[random_.Below(static_cast<std::uint32_t>(plans_.size()))];
+    about_ = live.plan == nullptr ? nullptr : &live;
+    if (live.plan == nullptr) {
+      Same("nothing run", kivo_run(nullptr, nullptr, nullptr, nullptr, 0), KIVO_NULL_POINTER);
+      return;
+    }
+    const Model::Plan &plan = live.judged;
+    const std::ptrdiff_t in =
+        Stride(static_cast<std::uint64_t>(Model::RowBytes(*plan.format, plan.frame_width)));
+    const std::ptrdiff_t out = Stride(static_cast<std::uint64_t>(plan.row_bytes));
+    const std::size_t from = Near(Model::FrameExtent(*plan.format, plan.frame_width, plan.frame_height, in));
+    const std::size_t to = Near(Extent(plan, out));
+    if (OneIn(12)) return RunOverlapping(live, in, out, from, to);
+    Buffer source(from, random_), target(to, random_);
+    const kivo_frame frame{OneIn(60) ? nullptr : source.data(), from, in};
+    const kivo_picture picture{OneIn(60) ? nullptr : target.data(), to, out};
+    RunOn(live, OneIn(60) ? nullptr : &frame, OneIn(60) ? nullptr : &picture, source, target);
+  }
+
+  // Frame and picture in one buffer, beside each other or not.
+  void RunOverlapping(const Live &live, std::ptrdiff_t in, std::ptrdiff_t out, std::size_t from,
+                      std::size_t to) {
+    const std::size_t size = from + to;
+    Buffer both(size, random_);
+    const bool apart = OneIn(3), picture_first = OneIn(2);
+    const std::size_t a =
+        apart ? (picture_first ? to : 0) : random_.Below(static_cast<std::uint32_t>(to + 1));
+    const std::size_t b =
+        apart ? (picture_first ? 0 : from) : random_.Below(static_cast<std::uint32_t>(from + 1));
+    const kivo_frame frame{both.data() + a, from, in};
+    const kivo_picture picture{both.data() + b, to, out};
+    const std::size_t needed = kivo_plan_scratch(live.plan.get());
+    const kivo_status wanted =
+        Model::RunStatus(live.judged, &frame, &picture, {0, live.judged.height}, nullptr, 0, needed);
+    const std::vector<std::uint8_t> before = both.Copy();
+    Same("kivo_run, one buffer", kivo_run(live.plan.get(), &frame, &picture, nullptr, 0), wanted);
+    if (wanted != KIVO_OK) Expect(before == both.Copy(), "bytes written in spite of a refusal", 1, 0);
+  }
+
+  static int OnOneThread(void *, kivo_job job, void *context, std::size_t jobs) {
+    for (std::size_t i = jobs; i > 0; --i) job(context, i - 1);
+    return 0;
+  }
+  static int OnNone(void *, kivo_job, void *, std::size_t) { return 3; }
+
+  void RunOn(const Live &live, const kivo_frame *frame, const kivo_picture *picture, Buffer &source,
+             Buffer &target) {
+    const kivo_plan *const plan = live.plan.get();
+    const std::size_t needed = kivo_plan_scratch(plan);
+    const std::vector<std::uint8_t> before = target.Copy();
+    Model::Rows rows{0, live.judged.height};
+    kivo_status status = KIVO_OK, wanted = KIVO_OK;
+    bool written = true;
+    const auto judge = [&](const void *scratch, std::size_t size) {
+      return Model::RunStatus(live.judged, frame, picture, rows, scratch, size, needed);
+    };
+    switch (random_.Below(4)) {
+      case 0: {
+        Buffer scratch(OneIn(4) && needed != 0 ? random_.Below(static_cast<std::uint32_t>(needed)) : needed,
+                       random_);
+        wanted = judge(scratch.data(), scratch.size());
+        status = kivo_run(plan, frame, picture, scratch.data(), scratch.size());
+        break;
+      }
+      case 1:
+        rows.first = OneIn(10) ? Odd() : random_.Below(live.judged.height);
+        rows.count = OneIn(10)
+                         ? Odd()
+                         : random_.Below(live.judged.height - std::min(rows.first, live.judged.height) + 1);
+        if (rows.count == 0 && rows.first > live.judged.height) rows.count = 1;
+        wanted = judge(nullptr, 5);
+        status = kivo_run_rows(plan, frame, picture, rows.first, rows.count, nullptr, 5);
+        break;
+      case 2: {
+        const std::uint32_t which = random_.Below(3);
+        const kivo_scheduler scheduler = which == 0 ? OnOneThread : which == 1 ? OnNone : kivo_pool_run;
+        if (which == 2 && pool_ == nullptr) return;
+        wanted = judge(nullptr, 0);
+        if (wanted == KIVO_OK && which == 1) wanted = KIVO_SCHEDULER_FAILED;
+        status = kivo_run_on(plan, frame, picture, scheduler, pool_.get());
+        break;
+      }
+      default: {
+        std::uint32_t least = 5, most = 6;
+        written = false;
+        const kivo_picture elsewhere{target.data(), SIZE_MAX, 0};
+        if (frame == nullptr || frame->data == nullptr) {
+          wanted = KIVO_NULL_POINTER;
+        } else {
+          wanted = Model::RunStatus(live.judged, frame, &elsewhere, {0, 0}, nullptr, 0, 0);
+          if (wanted >= KIVO_SHORT_PICTURE_STRIDE) wanted = KIVO_OK;  // those of the frame alone
+        }
+        status = kivo_sample_range(plan, frame, &least, &most);
+        if (status == KIVO_OK && wanted == KIVO_OK && OneIn(4)) {
+          const std::array<std::uint32_t, 2> range =
+              Model::SampleRange(live.judged, Plain(live, *frame, source));
+          Same("smallest sample", least, range[0]);
+          Same("largest sample", most, range[1]);
+        }
+      }
+    }
+    Same("a run", status, wanted);
+    if (status != wanted) return;
+    if (wanted != KIVO_OK || !written) {
+      Expect(before == target.Copy(), "bytes written that should not be", 1, 0);
+    } else if (OneIn(4)) {
+      Compare(live, *frame, *picture, rows, source, target, before);
+    }
+  }
+
+  static Model::Plain Plain(const Live &live, const kivo_frame &frame, Buffer &source) {
+    const Model::Plan &p = live.judged;
+    return Model::Decode({p.format, p.frame_width, p.frame_height, source.data(), frame.stride,
+                          p.options.byte_order == KIVO_BIG_ENDIAN});
+  }
+
+  void Compare(const Live &live, const kivo_frame &frame, const kivo_picture &picture, Model::Rows rows,
+               Buffer &source, Buffer &target, std::vector<std::uint8_t> wanted) {
+    const Model::Plan &p = live.judged;
+    // Its matrices may differ by one from the real numbers, which makes 257 of 16 spread bits; samples do
+    // not.
+    const bool about =
+        p.format->yuv() && p.format->matrix != Model::Matrix::kInteger && p.options.pixels != KIVO_SAMPLES;
+    if (about) return;
+    ++compared_;
+    const std::vector<std::uint8_t> packed = Model::MakeAny(p, Plain(live, frame, source));
+    const auto row = static_cast<std::size_t>(p.row_bytes);
+    for (std::uint32_t y = rows.first; y < rows.first + rows.count; ++y) {
+      const std::size_t line = picture.stride < 0 ? p.height - 1 - y : y;
+      const auto stride = static_cast<std::size_t>(picture.stride);
+      const std::size_t step = picture.stride == 0 ? row : picture.stride < 0 ? 0 - stride : stride;
+      std::memcpy(wanted.data() + line * step, packed.data() + y * row, row);
+    }
+    const std::vector<std::uint8_t> got = target.Copy();
+    const auto at =
+        static_cast<std::size_t>(std::mismatch(got.begin(), got.end(), wanted.begin()).first - got.begin());
+    Expect(at == got.size(), "a byte of a picture", at < got.size() ? got[at] : 0,
+           at < got.size() ? wanted[at] : 0);
+  }
+
+  Random random_;
+  std::vector<Live> plans_;
+  std::unique_ptr<kivo_pool, FreePool> pool_;
+  const Live *about_ = nullptr;
+  std::uint64_t number_ = 0;
+  std::size_t failures_ = 0;
+  std::size_t made_ = 0;
+  std::size_t compared_ = 0;
+  std::size_t refused_ = 0;
+};
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  const std::uint64_t calls = argc > 1 ? std::strtoull(argv[1], nullptr, 0) : 100000;
+  const std::uint64_t seed = argc > 2 ? std::strtoull(argv[2], nullptr, 0) : 1;
+  Caller caller(seed);
+  std::uint64_t done = 0;
+  while (done < calls && caller.Call(done)) ++done;
+  std::printf("%llu calls, seed %llu: ", static_cast<unsigned long long>(done),
+              static_cast<unsigned long long>(seed));
+  caller.Tell();
+  return caller.failures() == 0 ? 0 : 1;
+}

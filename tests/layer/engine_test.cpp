@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: Apache-2.0
+// kivo/frame.hpp: what it passes on arrives at the engine, and what the engine answers comes back.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <kivo/frame.hpp>
+#include <random>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <vector>
+
+// Types of users, as visible as they make them, which hold those of the header.
+struct Stage {
+  kivo::engine::Plan plan;
+  kivo::engine::Pool pool;
+  kivo::engine::Options options;
+  kivo::engine::Result<kivo::engine::Plan> made;
+};
+
+namespace {
+
+using namespace kivo::engine;
+
+static_assert(!std::is_copy_constructible_v<Plan> && std::is_nothrow_move_constructible_v<Plan>);
+static_assert(!std::is_copy_constructible_v<Pool> && std::is_nothrow_move_assignable_v<Pool>);
+
+using Buffer = std::vector<std::uint8_t>;
+
+constexpr std::uint32_t kWidth = 150, kHeight = 1500;
+constexpr std::ptrdiff_t kFrameStride = 240, kPictureStride = 640;
+constexpr std::uint8_t kUntouched = 0xA5;
+
+Buffer randomBytes(std::size_t size) {
+  std::mt19937 generator(7);
+  Buffer bytes(size);
+  for (std::uint8_t &byte : bytes) byte = static_cast<std::uint8_t>(generator() >> 11);
+  return bytes;
+}
+
+// A frame of BayerRG12p with padded rows, exactly as long as it must be, and its picture.
+struct Work {
+  Buffer from = randomBytes(static_cast<std::size_t>(kFrameStride) * (kHeight - 1) + kWidth * 3 / 2);
+  Buffer to = Buffer(static_cast<std::size_t>(kPictureStride) * (kHeight - 1) + kWidth * 4, kUntouched);
+  Frame frame{from.data(), from.size(), kFrameStride};
+  Picture picture{to.data(), to.size(), kPictureStride};
+};
+
+Options rgba() {
+  Options options;
+  options.pixels = Pixels::Rgba8;
+  return options;
+}
+
+Result<Plan> makePlan(const Options &options = rgba()) {
+  return Plan::make(findFormat("BayerRG12p"), kWidth, kHeight, options);
+}
+
+// The same by the C functions, in one piece.
+Buffer expectedPicture(Work &work) {
+  kivo_options options = KIVO_OPTIONS_INIT;
+  options.pixels = KIVO_RGBA8;
+  kivo_plan *plan = nullptr;
+  EXPECT_EQ(kivo_plan_make(0x010C0059, kWidth, kHeight, &options, &plan), KIVO_OK);
+  Buffer pixels(work.to.size(), kUntouched);
+  const kivo_frame frame = {work.from.data(), work.from.size(), kFrameStride};
+  const kivo_picture picture = {pixels.data(), pixels.size(), kPictureStride};
+  EXPECT_EQ(kivo_run(plan, &frame, &picture, nullptr, 0), KIVO_OK);
+  kivo_plan_free(plan);
+  return pixels;
+}
+
+TEST(Engine, ConvertsOnTwoThreads) {
+  Work work;
+  const auto plan = makePlan();
+  auto pool = Pool::make(2);
+  ASSERT_TRUE(plan) << plan.message();
+  ASSERT_TRUE(pool) << pool.message();
+  EXPECT_EQ(pool->threads(), 2U);
+  ASSERT_TRUE(plan->runOn(*pool, work.frame, work.picture).ok());
+  EXPECT_EQ(work.to, expectedPicture(work));
+  EXPECT_EQ(work.to[kWidth * 4], kUntouched);
+  EXPECT_NE(work.to, Buffer(work.to.size(), kUntouched));
+}
+
+TEST(Engine, ConvertsWholeAndByRows) {
+  Work work;
+  const Buffer expected = expectedPicture(work);
+  const auto plan = makePlan();
+  ASSERT_TRUE(plan);
+  EXPECT_EQ(plan->width(), kWidth);
+  EXPECT_EQ(plan->height(), kHeight);
+  EXPECT_EQ(plan->rowBytes(), kWidth * 4U);
+  EXPECT_EQ(plan->pictureBytes(), kWidth * 4U * kHeight);
+  ASSERT_TRUE(plan->run(work.frame, work.picture).ok());
+  EXPECT_EQ(work.to, expected);
+  work.to.assign(work.to.size(), kUntouched);
+  Buffer scratch(plan->scratchBytes());
+  ASSERT_TRUE(plan->runRows(work.frame, work.picture, 71, kHeight - 71, scratch.data(), scratch.size()).ok());
+  EXPECT_EQ(work.to[0], kUntouched);
+  ASSERT_TRUE(plan->runRows(work.frame, work.picture, 0, 71).ok());
+  EXPECT_EQ(work.to, expected);
+  ASSERT_FALSE(scratch.empty());
+  EXPECT_EQ(plan->run(work.frame, work.picture, scratch.data(), scratch.size() - 1).code(),
+            KIVO_SHORT_SCRATCH);
+}
+
+TEST(Engine, TakesAnyScheduler) {
+  Work work;
+  const Buffer expected = expectedPicture(work);
+  const auto plan = makePlan();
+  ASSERT_TRUE(plan);
+  std::size_t called = 0;
+  const auto threads = [&called](std::size_t jobs, const auto &job) {
+    called = jobs;
+    std::atomic<std::size_t> next{0};
+    const auto share = [&] {
+      for (std::size_t i = next++; i < jobs; i = next++) job(i);
+    };
+    std::thread other(share);
+    share();
+    other.join();
+  };
+  ASSERT_TRUE(plan->runOn(threads, work.frame, work.picture).ok());
+  EXPECT_EQ(work.to, expected);
+  EXPECT_GT(called, 1U);
+
+  work.to.assign(work.to.size(), kUntouched);
+  int calls = 0;  // of one that is no constant, from the last piece to the first
+  const auto backwards = [calls](std::size_t jobs, auto job) mutable {
+    for (std::size_t i = jobs; i-- > 0;) job(i);
+    return ++calls == 1;
+  };
+  auto mutableScheduler = backwards;
+  EXPECT_TRUE(plan->runOn(mutableScheduler, work.frame, work.picture).ok());
+  EXPECT_EQ(work.to, expected);
+  EXPECT_EQ(plan->runOn(mutableScheduler, work.frame, work.picture).code(), KIVO_SCHEDULER_FAILED);
+}
+
+TEST(Engine, PassesEveryOptionOn) {
+  Options options;
+  options.pixels = Pixels::Gray16;
+  options.bayer = Bayer::Half;
+  options.levels = Levels::Spread;
+  options.hint = Hint::Streamed;
+  options.byteOrder = ByteOrder::Big;
+  options.mirror = true;
+  options.shift = 3;
+  options.range = Range{5, 6};
+  options.crop = {1, 2, 30, 40};
+  kivo_options c = options.c();
+  EXPECT_EQ(c.size, sizeof(kivo_options));
+  EXPECT_EQ(c.pixels, std::uint32_t{KIVO_GRAY16});
+  EXPECT_EQ(c.bayer, std::uint32_t{KIVO_BAYER_HALF});
+  EXPECT_EQ(c.levels, std::uint32_t{KIVO_LEVELS_SPREAD});
+  EXPECT_EQ(c.hint, std::uint32_t{KIVO_HINT_STREAMED});
+  EXPECT_EQ(c.byte_order, std::uint32_t{KIVO_BIG_ENDIAN});
+  EXPECT_EQ(c.flags, std::uint32_t{KIVO_MIRROR | KIVO_WITH_SHIFT | KIVO_WITH_RANGE});
+  EXPECT_EQ(c.shift, 3U);
+  EXPECT_EQ(c.range_low, 5U);
+  EXPECT_EQ(c.range_high, 6U);
+  EXPECT_EQ(c.crop_x, 1U);
+  EXPECT_EQ(c.crop_y, 2U);
+  EXPECT_EQ(c.crop_width, 30U);
+  EXPECT_EQ(c.crop_height, 40U);
+  options = {};
+  options.flip = true;
+  c = options.c();
+  EXPECT_EQ(c.flags, std::uint32_t{KIVO_FLIP});
+  EXPECT_EQ(c.pixels, std::uint32_t{KIVO_BGRA8});
+}
+
+TEST(Engine, DescribesWhatAPlanMakes) {
+  Options options;
+  options.pixels = Pixels::Samples;
+  options.crop = {1, 0, 8, 6};
+  const auto samples = makePlan(options);
+  ASSERT_TRUE(samples) << samples.message();
+  EXPECT_EQ(samples->samplesFormat(), findFormat("BayerGR12")->code);
+  EXPECT_EQ(samples->bayer(), Bayer::Off);
+  Work work;
+  const auto range = samples->sampleRange(work.frame);
+  ASSERT_TRUE(range) << range.message();
+  EXPECT_LT(range->low, range->high);
+  EXPECT_LT(range->high, 4096U);
+  const kivo_frame frame = {work.from.data(), work.from.size(), kFrameStride};
+  std::uint32_t least = 0, most = 0;
+  ASSERT_EQ(kivo_sample_range(samples->c(), &frame, &least, &most), KIVO_OK);
+  EXPECT_EQ(range->low, least);
+  EXPECT_EQ(range->high, most);
+  EXPECT_EQ(samples->sampleRange({work.from.data(), 8}).status().code(), KIVO_SHORT_BUFFER);
+}
+
+TEST(Engine, Refuses) {
+  Work work;
+  const auto plan = makePlan();
+  ASSERT_TRUE(plan);
+  const Frame shorter{work.from.data(), work.from.size() - 1, kFrameStride};
+  const Status status = plan->run(shorter, work.picture);
+  EXPECT_FALSE(status.ok());
+  EXPECT_EQ(status.code(), KIVO_SHORT_BUFFER);
+  EXPECT_STREQ(status.message(), kivo_message(KIVO_SHORT_BUFFER));
+  const Picture small{work.to.data(), work.to.size() - 1, kPictureStride};
+  EXPECT_EQ(plan->run(work.frame, small).code(), KIVO_SHORT_PICTURE);
+  EXPECT_EQ(plan->runRows(work.frame, work.picture, kHeight, 1).code(), KIVO_ROWS_OUTSIDE);
+  EXPECT_EQ(work.to, Buffer(work.to.size(), kUntouched));
+
+  const auto unknown = Plan::make(findFormat("Mono9"), 8, 8);
+  EXPECT_FALSE(unknown);
+  EXPECT_EQ(unknown.status().code(), KIVO_UNKNOWN_FORMAT);
+  EXPECT_EQ(unknown->width(), 0U);
+  EXPECT_EQ(unknown->run(work.frame, work.picture).code(), KIVO_NULL_POINTER);
+  EXPECT_EQ(Plan::make(0x12345678U, 8, 8).status().code(), KIVO_UNKNOWN_FORMAT);
+  EXPECT_EQ(Plan::make(0x01080001U, 0, 8).status().code(), KIVO_EMPTY_IMAGE);
+  Options options;
+  options.pixels = static_cast<Pixels>(99);
+  EXPECT_EQ(makePlan(options).status().code(), KIVO_UNKNOWN_OPTION);
+  EXPECT_EQ(Pool::make(1025).status().code(), KIVO_UNKNOWN_OPTION);
+}
+
+TEST(Engine, MovesPlansAndPools) {
+  Work work;
+  auto made = makePlan();
+  auto pool = Pool::make(1);
+  ASSERT_TRUE(made && pool);
+  Stage stage{*std::move(made), *std::move(pool), rgba(), {Plan(), KIVO_OK}};
+  EXPECT_EQ(made->c(), nullptr);
+  EXPECT_EQ(made->run(work.frame, work.picture).code(), KIVO_NULL_POINTER);
+  EXPECT_EQ(stage.plan.runOn(*pool, work.frame, work.picture).code(), KIVO_NULL_POINTER);
+  EXPECT_TRUE(stage.plan.runOn(stage.pool, work.frame, work.picture).ok());
+  EXPECT_EQ(work.to, expectedPicture(work));
+  Plan other = std::move(stage.plan);
+  stage.plan = std::move(other);
+  EXPECT_EQ(stage.plan.height(), kHeight);
+}
+
+TEST(Engine, FindsFormats) {
+  EXPECT_EQ(findFormat("bayerrg12p"), findFormat(0x010C0059U));
+  EXPECT_EQ(findFormat("BayrRG12p"), nullptr);
+  const Suggestions found = suggestFormats("BayrRG12p");
+  ASSERT_GT(found.count, 0U);
+  EXPECT_STREQ(found.formats[0]->name, "BayerRG12p");
+  EXPECT_EQ(suggestFormats("nothing like a name of a format").count, 0U);
+}
+
+}  // namespace
