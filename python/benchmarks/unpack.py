@@ -39,7 +39,7 @@ def main() -> None:
     width, height = map(int, arguments.size.split("x"))
     print(f"{width} x {height}: {'':8} {'Mpx/s':>8} {'of a copy':>10}")
     for name in ("Mono10p", "Mono12p", "Mono10Packed", "Mono12Packed"):
-        size = kivo.find_packed_format(name).buffer_bytes(width * height)
+        size = kivo.find_format(name).frame_bytes(width, height)
         data = np.random.default_rng(1).integers(0, 256, size, dtype=np.uint8)
         samples = kivo.unpack(data, name, width, height)
         copied = best(lambda: samples.copy(), arguments.rounds)

@@ -9,8 +9,10 @@ Everything works on numpy arrays through the installed shared library; no compil
 called from several threads at once, and the interpreter lock is released while the library converts.
 """
 
-from .conversion import convert, reverse
+from .conversion import convert, reverse, unpack
 from .errors import (
+    ClusterError,
+    FileReadError,
     FileWriteError,
     FrameSizeError,
     KivoError,
@@ -22,16 +24,7 @@ from .errors import (
     UnknownFormatError,
 )
 from .files import RawFrame, RwhHeader, read_rwh, read_rwh_header, write_bmp, write_rwh
-from .pixel_formats import (
-    Format,
-    PackedFormat,
-    find_format,
-    find_packed_format,
-    formats,
-    packed_formats,
-    reversed_format,
-)
-from .unpacking import unpack
+from .pixel_formats import Format, find_format, formats, reversed_format
 
 __version__ = "1.0.0"
 
@@ -45,11 +38,8 @@ __all__ = [
     "write_rwh",
     "write_bmp",
     "formats",
-    "packed_formats",
     "find_format",
-    "find_packed_format",
     "Format",
-    "PackedFormat",
     "RawFrame",
     "RwhHeader",
     "KivoError",
@@ -60,6 +50,8 @@ __all__ = [
     "RwhError",
     "StatusError",
     "LibraryNotFoundError",
+    "FileReadError",
     "FileWriteError",
+    "ClusterError",
     "__version__",
 ]

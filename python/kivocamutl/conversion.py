@@ -1,234 +1,193 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Conversion of frames to BGRA and BGR, and their reversal."""
+"""Frames to pictures and to plain samples."""
 
 from __future__ import annotations
 
-from typing import Any, Callable, Optional, Sequence
+from typing import Any, Optional, Sequence, get_args
 
 import numpy as np
 import numpy.typing as npt
 
+from ._engine import EMPTY_IMAGE, FLIP, MIRROR, SAMPLES, WITH_RANGE, WITH_SHIFT, Plan, cached_plan, check, memory
 from ._frames import Frame, FrameLike, as_frame
-from ._library import function
 from ._sizes import size_argument
-from .errors import FrameSizeError, OptionError, SampleTypeError, StatusError
-from .pixel_formats import Format, FormatLike, exchanged, narrowed
+from .errors import FrameSizeError, OptionError, SampleTypeError
+from .options import Bayer, Levels, Output
+from .pixel_formats import FormatLike, find_format
 
-__all__ = ["convert", "reverse"]
+__all__ = ["check_frame", "convert", "pixels_of", "reverse", "unpack"]
 
-_CHANNELS = {"BGRA": 4, "BGR": 3}
-_BAYER = ("standard", "acpi", "off")
-_MAX_SHIFT = 15
-
-# Converters without neighbourhoods take a frame as one run of pixels and count its bytes in 32 bits, so a
-# run is handed over in blocks. Both block sizes are whole numbers of YUV groups; that of a source that is
-# re-spaced first stays in the processor's cache.
-_BLOCK = 1 << 26
-_SPACED_BLOCK = 1 << 15
-
-# Group bytes that a YUV converter reads, where a camera delivers fewer.
-_SPACED = {("YUV8_UYV", "BGRA"): 4, ("YUV8_UYV", "BGR"): 4, ("YUV422_8_UYVY", "BGR"): 5}
-_YUV = {"YUV411_8_UYYVYY": "YUV411", "YUV422_8_UYVY": "YUV422", "YUV8_UYV": "YUV444"}
-
-# What the library reverses a format as, where it does not know the format itself: another one whose pixels
-# have as many bytes.
-_REVERSED_AS = {"RGB12": 0x0230001B, "YUV8_UYV": 0x02180014}
-_MONO16 = 0x01100007
+_OUTPUT, _BAYER, _LEVELS = get_args(Output), get_args(Bayer), get_args(Levels)
+_WHOLE = (0, 0, 0, 0)
 
 
-def _converter(format: Format, bayer: str, output: str, shift: Optional[int]) -> tuple[str, Optional[int]]:
-    """Name of the function that converts, and its shift when it takes one."""
-    demosaic = format.family == "bayer" and bayer != "off"
-    if format.family == "yuv":
-        return f"Conv{_YUV[format.name]}PTo{output}", None
-    if format.family == "rgb":
-        source, packed = format.name[:3], "P"
-    else:
-        source, packed = (f"Byr{format.order}" if demosaic else "Mono"), ""
-    if format.depth == 8:
-        adaptive = "ACPI" if demosaic and bayer == "acpi" else ""
-        return f"Conv{source}8{packed}To{output}{adaptive}", None
-    natural = format.depth - 8
-    if shift is None and (format.depth in (10, 12) or (format.depth == 16 and source == "Mono")):
-        return f"Conv{source}{format.depth}{packed}To{output}", None
-    return f"Conv{source}NTo{output}", natural if shift is None else shift
+def _choice(label: str, value: object, words: tuple[str, ...]) -> int:
+    """The place of a word among those that may stand here."""
+    for place, word in enumerate(words):
+        if isinstance(value, str) and value.lower() == word.lower():
+            return place
+    raise OptionError(f"{label} is one of {', '.join(map(repr, words))}, not {value!r}")
 
 
-def _call(name: str, destination: int, source: int, width: int, height: int, shift: Optional[int]) -> None:
-    if shift is None:
-        status = function(name)(destination, source, width, height)
-    else:
-        status = function(name, worker=True)(destination, source, width, height, shift)
-    if status != 0:
-        raise StatusError(name, status)
+def _number(label: str, value: object) -> int:
+    try:
+        return size_argument(label, value)
+    except FrameSizeError as error:
+        raise OptionError(str(error)) from None
 
 
-def _convert_run(frame: Frame, name: str, shift: Optional[int], result: npt.NDArray[np.uint8]) -> None:
-    """Pixels (or YUV groups) one after the other, rows play no part."""
-    group_pixels, group_bytes = frame.format.group_pixels, frame.format.group_bytes
-    channels = result.shape[2]
-    pixels = frame.width * frame.height
-    wider = _SPACED.get((frame.format.name, "BGRA" if channels == 4 else "BGR"))
-    source, destination = frame.address, int(result.ctypes.data)
-    if wider is None:
-        for first in range(0, pixels, _BLOCK):
-            count = min(_BLOCK, pixels - first)
-            _call(name, destination + first * channels, source + first // group_pixels * group_bytes, count, 1, shift)
-        return
-    groups = frame.pixels.reshape(-1, group_bytes)
-    spaced = np.zeros((min(_SPACED_BLOCK, pixels) // group_pixels, wider), np.uint8)
-    for first in range(0, pixels, _SPACED_BLOCK):
-        count = min(_SPACED_BLOCK, pixels - first)
-        block = groups[first // group_pixels : (first + count) // group_pixels]
-        spaced[: len(block), :group_bytes] = block
-        _call(name, destination + first * channels, int(spaced.ctypes.data), count, 1, shift)
-
-
-def _overlap(a: npt.NDArray[Any], b: npt.NDArray[Any]) -> bool:
-    return bool(np.may_share_memory(a, b))
-
-
-def _destination(out: Optional[npt.NDArray[Any]], shape: tuple[int, ...],
-                 dtype: "np.dtype[Any]") -> npt.NDArray[Any]:
-    """`out` when the library can write into it, else a new array."""
-    if out is None:
-        return np.empty(shape, dtype)
-    if not isinstance(out, np.ndarray):
-        raise SampleTypeError(f"out is an array, not {type(out).__name__}")
-    if out.dtype != dtype:
-        raise SampleTypeError(f"out has dtype {out.dtype}, the result {dtype}")
-    if out.shape != shape:
-        raise FrameSizeError(f"out has shape {out.shape}, the result {shape}")
-    if not out.flags.writeable:
-        raise SampleTypeError("out is read-only")
-    return out if out.flags.c_contiguous else np.empty(shape, dtype)
-
-
-def _cropped(frame: Frame, crop: Sequence[int]) -> Frame:
-    """The region as if the camera had sent no more; a Bayer order follows its first pixel."""
+def _region(crop: Sequence[int], frame: Frame) -> tuple[int, ...]:
     try:
         x, y, width, height = (size_argument("crop", value) for value in crop)
     except (TypeError, ValueError):
         raise OptionError(f"crop is (x, y, width, height) in pixels, not {crop!r}") from None
-    if not (width and height and x + width <= frame.width and y + height <= frame.height):
-        raise FrameSizeError(f"crop {tuple(crop)} does not lie within {frame.width} x {frame.height} pixels")
-    group = frame.format.group_pixels
-    if x % group or width % group:
-        raise FrameSizeError(f"crop {tuple(crop)} cuts a group of {group} {frame.format.name} pixels in two")
-    words = frame.format.group_bytes // frame.format.word_bytes
-    rows = frame.pixels.reshape(frame.height, -1)[y : y + height, x // group * words : (x + width) // group * words]
-    format = exchanged(frame.format, columns=x % 2 == 1, rows=y % 2 == 1)
-    return Frame(format, width, height, np.ascontiguousarray(rows).reshape(format.shape(width, height)))
+    if not (width and height):
+        check(EMPTY_IMAGE, f"region of {width} x {height} of {frame.width} x {frame.height}")
+    return x, y, width, height
 
 
-def _stretched(frame: Frame) -> Frame:
-    """The frame in 8 bits, its smallest sample at 0 and its largest at 255, rounded to nearest, halves up."""
-    format = narrowed(frame.format)
-    if format is None:
-        raise OptionError(f"auto_range=True is not for YUV, and the frame is {frame.format.name}")
-    if frame.pixels.size == 0:
-        return Frame(format, frame.width, frame.height, frame.pixels.astype(np.uint8))
-    least, most = int(frame.pixels.min()), int(frame.pixels.max())
-    span = most - least
-    steps = np.arange(span + 1, dtype=np.int64)
-    table = ((steps * 510 + span) // (2 * span) if span else steps).astype(np.uint8)
-    return Frame(format, frame.width, frame.height, table[frame.pixels - frame.pixels.dtype.type(least)])
+def _plan(frame: Frame, options: tuple[int, ...]) -> Plan:
+    return cached_plan(frame.format.name, frame.format.code, frame.width, frame.height, options)
+
+
+def _result(out: Optional[npt.NDArray[Any]], shape: tuple[int, ...], dtype: str) -> npt.NDArray[Any]:
+    """`out` if it can be the result, else a new array."""
+    if out is None:
+        return np.empty(shape, dtype)
+    if not isinstance(out, np.ndarray):
+        raise SampleTypeError(f"out is an array, not {type(out).__name__}")
+    if out.dtype != np.dtype(dtype):
+        raise SampleTypeError(f"out has dtype {out.dtype}, the result {np.dtype(dtype)}")
+    if out.shape != shape:
+        raise FrameSizeError(f"out has shape {out.shape}, the result {shape}")
+    if not out.flags.writeable:
+        raise SampleTypeError("out is read-only")
+    return out
+
+
+def _made(plan: Plan, frame: Frame, shape: tuple[int, ...], dtype: str, out: Optional[npt.NDArray[Any]],
+          threads: int) -> npt.NDArray[Any]:
+    """The picture, in `out` or a new array."""
+    if out is None:
+        plan.check_frame(frame.memory)
+    result = _result(out, shape, dtype)
+    where = memory(result)
+    if where is not None:
+        plan.run(frame.memory, where, threads)
+    else:
+        result[...] = _made(plan, frame, shape, dtype, None, threads)
+    return result
+
+
+def _samples_plan(frame: Frame, flags: int = 0, region: tuple[int, ...] = _WHOLE) -> Plan:
+    return _plan(frame, (SAMPLES, 0, 0, 0, frame.big_endian, flags, 0, 0, 0, *region))
+
+
+def _samples(frame: Frame, flags: int = 0, out: Optional[npt.NDArray[Any]] = None) -> npt.NDArray[Any]:
+    """The plain samples of a frame, mirrored and flipped."""
+    plain = find_format(frame.format.plain)
+    shape = plain.shape(frame.width, frame.height)
+    if not (frame.width and frame.height):
+        return _result(out, shape, plain.dtype)
+    return _made(_samples_plan(frame, flags), frame, shape, plain.dtype, out, 1)
+
+
+def check_frame(frame: Frame) -> None:
+    """Refuses a frame that is too short, or whose width its format does not have."""
+    if frame.width and frame.height:
+        _samples_plan(frame).check_frame(frame.memory)
+
+
+def pixels_of(frame: Frame) -> npt.NDArray[Any]:
+    """The plain samples of a frame; where it holds them in packed rows, without a copy."""
+    format, size = frame.format, (frame.width, frame.height)
+    packed = frame.memory.stride in (0, format.row_bytes(frame.width)) and frame.array.flags.c_contiguous
+    if format.packing != "plain" or frame.big_endian or not packed or 0 in size:
+        return _samples(frame)
+    check_frame(frame)
+    flat = frame.array.reshape(-1).view(np.uint8)[: format.frame_bytes(*size)]
+    return flat.view(format.dtype).reshape(format.shape(*size))
 
 
 def convert(
     array: FrameLike,
     format: FormatLike,
     *,
-    bayer: str = "standard",
-    output: str = "BGRA",
-    out: Optional[npt.NDArray[np.uint8]] = None,
+    bayer: Bayer = "standard",
+    output: Output = "BGRA",
+    levels: Levels = "own",
+    out: Optional[npt.NDArray[Any]] = None,
     width: Optional[int] = None,
     height: Optional[int] = None,
     stride: Optional[int] = None,
     crop: Optional[Sequence[int]] = None,
     auto_range: bool = False,
     shift: Optional[int] = None,
-) -> npt.NDArray[np.uint8]:
-    """Converts a raw camera frame to 8-bit colour.
+    threads: int = 1,
+) -> npt.NDArray[Any]:
+    """Converts a raw camera frame to a picture.
 
-    :param array: The frame: an array of shape ``(height, width)`` for mono and Bayer formats,
-        ``(height, width, 3)`` for RGB, BGR and YUV 4:4:4, ``(height, width, 2)`` for YUV 4:2:2 and
-        ``(height, 3 * width / 2)`` for YUV 4:1:1, of dtype uint8, or uint16 for formats of more than 8 bits.
-        Or a flat array or buffer of bytes with `width` and `height`, and with `stride` where rows are padded;
-        bytes behind the frame are ignored. Rows may have any strides: what is not contiguous is copied first,
-        everything else is read where it is. Samples of packed formats (``"BayerRG12p"``, ``"Mono10Packed"``)
-        are unpacked first, as :func:`unpack` does. Words with the high byte first are of dtype ``">u2"``, as
-        ``numpy.frombuffer(buffer, ">u2")`` makes them.
+    :param array: The frame: an array of the shape and dtype of :meth:`Format.shape` and :attr:`Format.dtype`, or a
+        flat array or buffer of bytes with `width` and `height`, and with `stride` where rows are padded; bytes
+        behind the frame are ignored. Rows may have any strides, and are read where they are as long as the bytes of
+        each are one behind the other. Samples that share bytes (``"BayerRG12p"``, ``"Mono10Packed"``) come in a
+        flat buffer too, or in an array of uint8 with two dimensions, each of its rows a row of the frame. Words
+        with the high byte first are of dtype ``">u2"``, as ``numpy.frombuffer(buffer, ">u2")`` makes them.
         A buffer that knows the type and the shape of its items, as a memoryview of an array does, is taken as that
         array; a masked array may have no masked sample.
-    :param format: PFNC name, in any case, or PFNC code of the frame; of :func:`formats` or
-        :func:`packed_formats`.
-    :param bayer: ``"standard"`` (mean of the neighbours), ``"acpi"`` (adaptive; for 8-bit Bayer frames of
-        even size from 4 x 4 up, all others are converted as with ``"standard"``, so that one call suits
-        every frame of a mixed archive; `auto_range` makes 8 bits of wider ones) or ``"off"`` (the mosaic as grey).
-        Without effect on other formats.
-    :param output: ``"BGRA"`` (alpha 255) or ``"BGR"``.
-    :param out: Array for the result, of shape ``(height, width, 4)`` or ``(height, width, 3)`` and dtype uint8.
-        It may not overlap the frame. It may be a part of a larger picture.
-    :param width: Pixels per row, for a flat buffer.
+    :param format: Name, in any case, or PFNC code of the frame, see :func:`find_format`.
+    :param bayer: ``"standard"`` (mean of the neighbours), ``"acpi"`` (adaptive, for even sizes from 4 x 4 up),
+        ``"best"`` (``"acpi"`` for such sizes, ``"standard"`` for others, so that one call suits every frame of a
+        mixed archive), ``"off"`` (the mosaic as grey) or ``"half"`` (a pixel for each 2 x 2 of the frame). Without
+        effect on other formats.
+    :param output: ``"BGRA"``, ``"RGBA"`` (alpha 255), ``"BGR"``, ``"RGB"`` or ``"GRAY"``, of 8 bits a channel; with 16
+        behind it (``"BGR16"``) of 16 (alpha 65535).
+    :param levels: For 16 bits: ``"own"``, the values of the samples, or ``"spread"``, those over 0 to 65535.
+    :param out: Array for the result, of its shape and dtype. It may not overlap the frame. It may be a part of a
+        larger picture.
+    :param width: Pixels per row, for a flat buffer and for rows of bytes.
     :param height: Rows, for a flat buffer.
-    :param stride: Bytes from one row of a flat buffer to the next, when rows are padded.
+    :param stride: Bytes from one row of a flat buffer to the next, when rows are padded; 0 as without it.
     :param crop: ``(x, y, width, height)`` in pixels: this region only, as if the camera had sent no more. The
         Bayer order follows an odd x or y.
     :param auto_range: Spread the samples from the smallest to the largest of the frame (or region) linearly over
-        0 to 255 before conversion. The frame then has 8 bits, so that ``"acpi"`` is possible. Not for YUV.
+        0 to 255 before conversion. Not for YUV, nor for 16 bits.
     :param shift: Bits, 0 to 15, to drop from the right of 16-bit samples instead of the format's own count (2 for 10
         bits, 4 for 12, 8 for 16). The low 8 bits of what remains are kept: a sample above the nominal range
         wraps.
-    :returns: uint8 array of shape ``(height, width, 4)`` or ``(height, width, 3)``, channels B, G, R(, A).
+    :param threads: How many threads to use, 1 to 1024; 0 for one a processor. They wait for the next frame.
+    :returns: uint8 or uint16 array of shape ``(height, width, 4)``, ``(height, width, 3)`` or, for grey,
+        ``(height, width)``.
+
+    Words are checked first, then format and frame, options, the length of the frame, and `out`:
+
     :raises UnknownFormatError: the format is not known.
-    :raises FrameSizeError: shape, size or length do not fit the format, the region does not lie within the frame,
-        or `out` has another shape than the result or overlaps the frame.
+    :raises FrameSizeError: shape, size or length do not fit the format or the way to convert it, the region does
+        not lie within the frame, or `out` has another shape than the result or overlaps the frame.
     :raises SampleTypeError: a dtype does not fit the format, `out` is read-only, or an argument is no array.
     :raises OptionError: an option has a value that is not listed here, or does not go with the format.
-    :raises StatusError: the library answered with a status other than success.
 
-    Safe to call from several threads at once; the interpreter lock is released while the library converts.
+    Safe to call from several threads at once; the interpreter lock is released while the engine converts.
     """
-    kind = output.upper() if isinstance(output, str) else ""
-    if kind not in _CHANNELS:
-        raise OptionError(f"output is 'BGRA' or 'BGR', not {output!r}")
-    if bayer not in _BAYER:
-        raise OptionError(f"bayer is 'standard', 'acpi' or 'off', not {bayer!r}")
+    how = (_choice("output", output, _OUTPUT), _choice("bayer", bayer, _BAYER), _choice("levels", levels, _LEVELS), 0)
+    kind = _OUTPUT[how[0]]
+    shift_by = 0 if shift is None else _number("shift", shift)
+    threads = _number("threads", threads)
     frame = as_frame(array, format, width, height, stride)
-    if shift is not None and auto_range:
-        raise OptionError(f"shift={shift!r} does not go with auto_range=True")
-    if crop is not None:
-        frame = _cropped(frame, crop)
+    channels = len(kind.replace("16", ""))
+    inner, dtype = () if kind.startswith("GRAY") else (channels,), "u2" if "16" in kind else "u1"
+    if crop is None and not (frame.width and frame.height):
+        return _result(out, (frame.height, frame.width, *inner), dtype)
+    region = _WHOLE if crop is None else _region(crop, frame)
+    flags, big_endian = 0 if shift is None else WITH_SHIFT, int(frame.big_endian)
     if auto_range:
-        frame = _stretched(frame)
-    if shift is not None:
-        if frame.format.word_bytes == 1:
-            raise OptionError(f"shift={shift!r} goes with 16-bit samples, not with {frame.format.name}")
-        if isinstance(shift, bool) or not hasattr(shift, "__index__") or not 0 <= shift <= _MAX_SHIFT:
-            raise OptionError(f"shift is 0 to {_MAX_SHIFT}, not {shift!r}")
-    result = _destination(out, (frame.height, frame.width, _CHANNELS[kind]), np.dtype(np.uint8))
-    if result.size == 0:
-        return result if out is None else out
-    if _overlap(result, frame.pixels):
-        raise FrameSizeError("out overlaps the frame")
-    name, taken = _converter(frame.format, bayer, kind, shift)
-    if "Byr" in name:
-        _call(name, int(result.ctypes.data), frame.address, frame.width, frame.height, taken)
-        if name == "ConvByrBG8ToBGRAACPI" and _is_adaptive(frame):
-            # The library leaves the red byte of this red sample as the destination held it.
-            result[1, -1, 2] = frame.pixels[1, -1]
+        low, high = _samples_plan(frame, region=region).sample_range(frame.memory)
+        options = (*how, big_endian, flags | WITH_RANGE, shift_by, low, high, *region)
+        # The range is that of this frame: nothing for the cache.
+        plan = Plan(frame.format.name, frame.format.code, frame.width, frame.height, options)
     else:
-        _convert_run(frame, name, taken, result)
-    if out is not None and result is not out:
-        out[...] = result
-        return out
-    return result
-
-
-def _is_adaptive(frame: Frame) -> bool:
-    """Whether the library runs ACPI on a frame of this size."""
-    return frame.width % 2 == 0 and frame.height % 2 == 0 and min(frame.width, frame.height) >= 4
+        plan = _plan(frame, (*how, big_endian, flags, shift_by, 0, 0, *region))
+    return _made(plan, frame, (plan.height, plan.width, *inner), dtype, out, threads)
 
 
 def reverse(
@@ -242,52 +201,48 @@ def reverse(
     height: Optional[int] = None,
     stride: Optional[int] = None,
 ) -> npt.NDArray[Any]:
-    """Mirrors (`horizontal`) or flips (`vertical`) a raw frame, or turns it half round with both.
+    """Mirrors (`horizontal`) or flips (`vertical`) a raw frame, or turns it half round with both; copies with neither.
 
     Pixels keep the order of their bytes; the luma samples of a YUV group change places, its chroma stays.
     The format of the result is that of :func:`kivocamutl.reversed_format`.
 
-    :param array: The frame, as :func:`convert` takes it. Samples of packed formats are unpacked first.
-    :param format: PFNC name, in any case, or PFNC code of the frame; of :func:`formats` or
-        :func:`packed_formats`.
-    :param horizontal: Exchange left and right.
-    :param vertical: Exchange top and bottom. With neither, the result is a copy of the frame.
+    The arguments are those of :func:`convert`. Samples that are not plain are unpacked on the way.
+
     :param out: Array for the result, of the shape and dtype that is returned. It may not overlap the frame. It
         may be a part of a larger frame.
-    :param width: Pixels per row, for a flat buffer and for rows of bytes that are longer than the frame's.
-    :param height: Rows, for a flat buffer.
-    :param stride: Bytes from one row of a flat buffer to the next, when rows are padded.
-    :returns: `out`, or a new array: of shape ``(height, width)`` for mono and Bayer formats,
-        ``(height, width, 3)`` for RGB, BGR and YUV 4:4:4, ``(height, width, 2)`` for YUV 4:2:2 and
-        ``(height, 3 * width / 2)`` for YUV 4:1:1, of dtype uint8, or uint16 for formats of more than 8 bits.
+    :returns: `out`, or a new array, of the shape and dtype of the plain format.
 
-    The format is checked first, then the frame, then `out`:
-
-    :raises UnknownFormatError: the format is not known.
-    :raises FrameSizeError: shape, size or length do not fit the format, or `out` has another shape than the
-        result or overlaps the frame.
-    :raises SampleTypeError: a dtype does not fit the format, `out` is read-only, or an argument is no array.
-    :raises StatusError: the library answered with a status other than success.
-
-    Safe to call from several threads at once; the interpreter lock is released while the library works.
+    Errors are those of :func:`convert`: the format is checked first, then the frame, then `out`. Safe to call from
+    several threads at once; the interpreter lock is released while the engine works.
     """
     frame = as_frame(array, format, width, height, stride)
-    result = _destination(out, frame.pixels.shape, frame.pixels.dtype)
-    if result.size == 0:
-        return result if out is None else out
-    if _overlap(result, frame.pixels):
-        raise FrameSizeError("out overlaps the frame")
-    code = frame.format.code
-    if frame.format.name in _REVERSED_AS:
-        code = _REVERSED_AS[frame.format.name]
-    elif frame.format.word_bytes == 2 and frame.format.family != "rgb":
-        code = _MONO16
-    call: Callable[..., int] = function("ReverseImg")
-    status = call(int(result.ctypes.data), frame.address, code, frame.width, frame.height, 1 if horizontal else 0,
-                  1 if vertical else 0)
-    if status != 0:
-        raise StatusError("ReverseImg", status)
-    if out is not None and result is not out:
-        out[...] = result
-        return out
-    return result
+    return _samples(frame, (MIRROR if horizontal else 0) | (FLIP if vertical else 0), out)
+
+
+def unpack(
+    buffer: FrameLike,
+    format: FormatLike,
+    width: Optional[int] = None,
+    height: Optional[int] = None,
+    *,
+    stride: Optional[int] = None,
+) -> npt.NDArray[Any]:
+    """The plain samples of a frame: a byte or a 16-bit word for each, value in the low bits, as an array of its own.
+
+    Samples that share bytes, planes, and luma in front of chroma become what the format ``find_format(format).plain``
+    has. Values stay what they are, but for samples of 1, 2 and 4 bits, which are spread over 0 to 255, and those of
+    Mono8s, to which 128 is added; a fourth byte of alpha is left out. The two families of layouts look alike in a
+    buffer and differ in every third byte:
+
+    * ``Mono10p``, ``Mono12p``, ``BayerRG10p``, ...: a little-endian stream of bits, 4 samples in 5 bytes or 2
+      in 3; a sample's low bits come first.
+    * ``Mono10Packed``, ``Mono12Packed``, ``BayerRG12Packed``, ...: 2 samples in 3 bytes; bytes 0 and 2 hold
+      their high 8 bits, byte 1 the low bits of the first sample from bit 0 and those of the second from bit 4.
+
+    The arguments and errors are those of :func:`convert`. Where samples share bytes, the rows of a flat buffer follow
+    each other without a gap, one in the middle of a byte where the one before ends there, unless there is a stride;
+    those of an array of bytes each begin on a byte.
+
+    :returns: uint8 or uint16 array of the shape of the plain format.
+    """
+    return _samples(as_frame(buffer, format, width, height, stride), 0, None)

@@ -1,12 +1,15 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Exceptions of the package.
+"""Exceptions of the package: all of them are below :class:`KivoError`.
 
 Everything that is wrong with an argument or with the contents of a file is a :class:`ValueError` as well,
-everything that is wrong with the system is an :class:`OSError` as well. Plain failures to open a file stay
-the exceptions that Python raises for them (:class:`FileNotFoundError`, :class:`PermissionError`, ...).
+everything that is wrong with the system is an :class:`OSError` as well. What the system says of a file is also the
+exception that Python has for it: a :class:`FileReadError` of a file that is not there is a
+:class:`FileNotFoundError`. Only :class:`MemoryError` stays what it is.
 """
 
 from __future__ import annotations
+
+from typing import Any
 
 __all__ = [
     "KivoError",
@@ -17,12 +20,14 @@ __all__ = [
     "RwhError",
     "StatusError",
     "LibraryNotFoundError",
+    "FileReadError",
     "FileWriteError",
+    "ClusterError",
 ]
 
 
 class KivoError(Exception):
-    """Base of every exception that the package raises itself."""
+    """Base of every exception that the package raises."""
 
 
 class UnknownFormatError(KivoError, ValueError):
@@ -38,7 +43,7 @@ class SampleTypeError(KivoError, ValueError):
 
 
 class OptionError(KivoError, ValueError):
-    """A keyword whose value is not one of those documented."""
+    """An argument whose value is not one of those documented."""
 
 
 class RwhError(KivoError, ValueError):
@@ -61,5 +66,36 @@ class LibraryNotFoundError(KivoError, OSError):
     """The shared library is not installed, or is not this library."""
 
 
-class FileWriteError(KivoError, OSError):
+class _FileError(KivoError, OSError):
+    """An error that has a number of the system is the class that Python has for the number, too."""
+
+    def __new__(cls, *arguments: Any) -> "_FileError":
+        plain = type(OSError(*arguments[:2]))
+        if issubclass(cls, plain):
+            return super().__new__(cls, *arguments)
+        return super().__new__(_CLASSES.get((cls, plain)) or _both(cls, plain), *arguments)
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        arguments = self.args if self.filename is None else (*self.args, self.filename)
+        return (getattr(type(self), "_general", type(self)), arguments)
+
+
+_CLASSES: dict[tuple[type, type], type[_FileError]] = {}
+
+
+def _both(general: type[_FileError], plain: type[OSError]) -> type[_FileError]:
+    """The class below both, the same one for each pair."""
+    body = {"__module__": general.__module__, "__doc__": general.__doc__, "_general": general}
+    return _CLASSES.setdefault((general, plain), type(general.__name__, (general, plain), body))
+
+
+class FileReadError(_FileError):
+    """A file could not be opened or read."""
+
+
+class FileWriteError(_FileError):
     """A file could not be written whole; nothing is left of it, and what stood in its place still does."""
+
+
+class ClusterError(KivoError, OSError):
+    """There is no cluster to convert an archive, or none of its workers is of use."""

@@ -1,19 +1,12 @@
 # SPDX-License-Identifier: Apache-2.0
-"""RWH raw frames and BMP pictures on disk.
-
-Writers fill a temporary file beside the target and rename it when it is whole and on the disk: a reader, or
-a run that is killed, never sees half a file.
-"""
+"""RWH raw frames and BMP pictures on disk. What is written is whole or absent, see :mod:`._whole_file`."""
 
 from __future__ import annotations
 
 import contextlib
 import errno
-import fcntl
 import io
-import itertools
 import os
-import secrets
 import stat
 import struct
 from typing import Any, Iterator, NamedTuple, Optional, Union
@@ -21,21 +14,29 @@ from typing import Any, Iterator, NamedTuple, Optional, Union
 import numpy as np
 import numpy.typing as npt
 
-from ._frames import FrameLike, as_frame, byte_rows, packed_source, refuse_masked
+from ._engine import Memory
+from ._frames import Frame, FrameLike, as_frame, refuse_masked
 from ._library import function
 from ._sizes import size_argument
-from .errors import FileWriteError, FrameSizeError, RwhError, SampleTypeError, StatusError
-from .pixel_formats import Format, FormatLike, PackedFormat, find_any_format
+from ._whole_file import PathLike, atomic_file, file_name, write_all
+from .conversion import check_frame, pixels_of
+from .errors import (
+    FileReadError,
+    FileWriteError,
+    FrameSizeError,
+    KivoError,
+    RwhError,
+    SampleTypeError,
+    StatusError,
+    UnknownFormatError,
+)
+from .pixel_formats import Format, FormatLike, find_format
 
 __all__ = ["RawFrame", "RwhHeader", "read_rwh", "read_rwh_header", "write_rwh", "write_bmp", "bmp_bytes"]
-
-PathLike = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 
 _HEADER = struct.Struct("<4I")
 _BMP_HEADER = {1: 1078, 3: 54, 4: 54}
 _BMP_WRITER = {1: "SaveBmpMono_S", 3: "SaveBmpRGB_S", 4: "SaveBmpARGB_S"}
-TEMPORARY_SUFFIX = ".kivo-part"
-_ATTEMPTS = 100
 
 
 class RawFrame(NamedTuple):
@@ -50,7 +51,7 @@ class RawFrame(NamedTuple):
 class RwhHeader(NamedTuple):
     """The 16 bytes at the start of an RWH file, checked against its length."""
 
-    format: Union[Format, PackedFormat]
+    format: Format
     width: int
     height: int
     line_bytes: int
@@ -62,41 +63,81 @@ class RwhHeader(NamedTuple):
         return self.line_bytes * self.height
 
 
-def _open(path: PathLike) -> "io.FileIO":
-    """Opens for reading. A pipe is refused before opening it would wait for a writer."""
-    if not stat.S_ISREG(os.stat(path).st_mode):
-        raise RwhError(f"{os.fsdecode(path)}: not a regular file")
-    return io.FileIO(os.fsdecode(path), "r")
+def _open_now(name: str, flags: int) -> int:
+    """Without O_NONBLOCK, opening a pipe waits for somebody who writes into it."""
+    return os.open(name, flags | os.O_NONBLOCK | os.O_NOCTTY)
 
 
-def _header(file: "io.FileIO", shown: str) -> RwhHeader:
-    info = os.fstat(file.fileno())
+@contextlib.contextmanager
+def opened(path: PathLike) -> Iterator[tuple["io.FileIO", str]]:
+    """A regular file for reading, and its name. What the system says of it in the block is a FileReadError."""
+    name = file_name(path)
+    try:
+        with io.FileIO(name, "r", opener=_open_now) as file:
+            if not stat.S_ISREG(os.fstat(file.fileno()).st_mode):
+                raise RwhError(f"{name}: not a regular file")
+            yield file, name
+    except IsADirectoryError:
+        raise RwhError(f"{name}: is a directory") from None
+    except OSError as error:
+        if isinstance(error, KivoError):
+            raise
+        raise FileReadError(error.errno, os.strerror(error.errno or 0), name) from None
+
+
+def read_header(file: "io.FileIO", name: str) -> RwhHeader:
+    """The header of an open RWH file, checked against its length."""
+    length = os.fstat(file.fileno()).st_size
     head = file.read(_HEADER.size)
     if len(head) < _HEADER.size:
-        raise RwhError(f"{shown}: {len(head)} bytes are too short for the {_HEADER.size}-byte RWH header")
+        raise RwhError(f"{name}: the file is shorter than the {_HEADER.size}-byte RWH header")
     code, width, height, line_bytes = _HEADER.unpack(head)
+    expected = _HEADER.size + line_bytes * height
     try:
-        format = find_any_format(code)
-    except ValueError as error:
-        raise RwhError(f"{shown}: {error}") from None
-    header = RwhHeader(format, width, height, line_bytes)
+        format = find_format(code)
+    except UnknownFormatError:
+        if length == expected and line_bytes:
+            raise UnknownFormatError(f"{name}: pixel format 0x{code:08X} is not supported") from None
+        raise RwhError(f"{name}: is not a whole RWH file: 0x{code:08X} at its start is no known pixel format") from None
     if line_bytes < format.row_bytes(width):
-        raise RwhError(f"{shown}: the header gives {line_bytes} bytes to a row, but {format.name} of width {width} "
-                       f"takes {format.row_bytes(width)}")
-    if info.st_size != _HEADER.size + header.data_bytes:
-        raise RwhError(f"{shown}: {info.st_size} bytes long, but {format.name} of {width} x {height} with rows of "
-                       f"{line_bytes} bytes makes {_HEADER.size + header.data_bytes}")
-    return header
+        raise RwhError(f"{name}: is not a whole RWH file: {line_bytes} bytes a row are too few for {width} pixels of "
+                       f"{format.name}")
+    if length != expected:
+        raise RwhError(f"{name}: is not a whole RWH file: it holds {length} bytes, its header says {expected}")
+    return RwhHeader(format, width, height, line_bytes)
+
+
+def read_bytes(file: "io.FileIO", name: str, size: int) -> npt.NDArray[np.uint8]:
+    """The next `size` bytes of an open file."""
+    data = np.empty(size, np.uint8)
+    view, filled = data.data, 0
+    while filled < size:
+        count = file.readinto(view[filled:])
+        if not count:
+            raise RwhError(f"{name}: cannot be read completely")
+        filled += count
+    return data
+
+
+def as_raw_frame(data: npt.NDArray[np.uint8], name: str, header: RwhHeader) -> RawFrame:
+    """The bytes behind a header as a frame."""
+    try:
+        pixels = pixels_of(as_frame(data, header.format, header.width, header.height, header.line_bytes))
+    except FrameSizeError as error:
+        raise RwhError(f"{name}: {error}") from None
+    return RawFrame(pixels, header.format.plain)
 
 
 def read_rwh_header(path: PathLike) -> RwhHeader:
     """The header of an RWH file, without its pixels.
 
-    :raises OSError: the file cannot be opened or read.
+    :raises FileReadError: the file cannot be opened or read; FileNotFoundError, PermissionError and so on as well.
     :raises RwhError: the file is no RWH file, or not whole.
+    :raises UnknownFormatError: it is one as far as its length tells, of a pixel format that is not known.
+    :raises OptionError: `path` cannot be the name of a file.
     """
-    with _open(path) as file:
-        return _header(file, os.fsdecode(path))
+    with opened(path) as (file, name):
+        return read_header(file, name)
 
 
 def read_rwh(path: PathLike, *, mmap: bool = False) -> RawFrame:
@@ -106,134 +147,22 @@ def read_rwh(path: PathLike, *, mmap: bool = False) -> RawFrame:
     :param mmap: Map the pixels read-only instead of reading them: they come from the disk when they are used,
         and the file may not be changed before that.
     :returns: ``(array, format)``: the pixels in the shape and dtype of :meth:`kivocamutl.Format.shape`, and the
-        PFNC name. Samples that share bytes are unpacked, and the name is that of the unpacked format;
+        PFNC name. Samples that are not plain are unpacked, and the name is that of the plain format;
         :func:`read_rwh_header` tells the file's own.
-    :raises OSError: the file cannot be opened or read.
+    :raises FileReadError: the file cannot be opened or read; FileNotFoundError, PermissionError and so on as well.
     :raises RwhError: the file is no RWH file, or not whole; checked before memory is taken for it.
+    :raises UnknownFormatError: it is one as far as its length tells, of a pixel format that is not known.
+    :raises OptionError: `path` cannot be the name of a file.
     """
-    shown = os.fsdecode(path)
-    with _open(path) as file:
-        header = _header(file, shown)
+    with opened(path) as (file, name):
+        header = read_header(file, name)
         size = header.data_bytes
         data: npt.NDArray[np.uint8]
         if mmap and size:
             data = np.memmap(file, np.uint8, "r", _HEADER.size, (size,))
         else:
-            data = np.empty(size, np.uint8)
-            view, filled = data.data, 0
-            while filled < size:
-                count = file.readinto(view[filled:])
-                if not count:
-                    raise RwhError(f"{shown}: ends after {filled} of {size} bytes of pixels")
-                filled += count
-    try:
-        frame = as_frame(data, header.format, header.width, header.height, header.line_bytes)
-    except FrameSizeError as error:
-        raise RwhError(f"{shown}: {error}") from None
-    return RawFrame(frame.pixels, frame.format.name)
-
-
-def _shortened(name: str) -> str:
-    """The start of a name, so that one of the greatest length has room for more: whole characters, 64 bytes."""
-    name = name[:64]
-    while len(os.fsencode(name)) > 64:
-        name = name[:-1]
-    return name
-
-
-def _write_error(error: OSError, path: PathLike) -> FileWriteError:
-    """What the system said about the temporary file, said of the file that the caller named."""
-    return FileWriteError(error.errno, os.strerror(error.errno or 0), os.fsdecode(path))
-
-
-def _new_temporary(target: str, tag: str) -> tuple[str, int]:
-    """Name and descriptor of an empty file beside the target, locked where the file system has locks.
-
-    The lock tells a file that is written from one whose writer died.
-    """
-    folder, name = os.path.split(target)
-    for attempt in itertools.count():
-        temporary = os.path.join(folder, f".{_shortened(name)}.{tag}{secrets.token_hex(6)}{TEMPORARY_SUFFIX}")
-        descriptor = os.open(temporary, os.O_RDWR | os.O_CREAT | os.O_EXCL | getattr(os, "O_CLOEXEC", 0), 0o666)
-        # Between its creation and its lock another run may have taken the file for a leftover.
-        ours = _lock(descriptor) is not False and os.fstat(descriptor).st_nlink != 0
-        if ours or attempt >= _ATTEMPTS:
-            break
-        os.close(descriptor)
-        with contextlib.suppress(OSError):
-            os.unlink(temporary)
-    return temporary, descriptor
-
-
-def _lock(descriptor: int) -> Optional[bool]:
-    """Whether the file is locked now for this descriptor alone; None where the file system has no locks."""
-    try:
-        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
-    except BlockingIOError:
-        return False
-    except OSError:
-        return None
-    return True
-
-
-@contextlib.contextmanager
-def atomic_file(path: PathLike, tag: str = "") -> Iterator[tuple[str, int]]:
-    """Name and descriptor of an empty file that takes the place of `path` when the block ends well.
-
-    A symbolic link keeps pointing where it does: the file behind it is replaced. `tag` becomes part of the
-    temporary name, which ends in ``.kivo-part``.
-    """
-    target = os.path.realpath(os.fsdecode(path))
-    with contextlib.suppress(FileNotFoundError):
-        if not stat.S_ISREG(os.stat(target).st_mode):
-            raise FileWriteError(errno.EINVAL, "not a regular file", os.fsdecode(path))
-    temporary, descriptor = _new_temporary(target, tag)
-    try:
-        try:
-            yield temporary, descriptor
-            try:
-                os.fsync(descriptor)
-                os.replace(temporary, target)
-            except OSError as error:
-                raise _write_error(error, path) from None
-        finally:
-            os.close(descriptor)
-    except BaseException:
-        with contextlib.suppress(OSError):
-            os.unlink(temporary)
-        raise
-
-
-def remove_unwritten(temporary: str, untold: bool) -> bool:
-    """Deletes a temporary file that no writer has locked; says whether it did.
-
-    Where no lock can tell, `untold` decides: on a file system without locks, or for a file of another user.
-
-    :raises OSError: the file cannot be deleted, or is gone.
-    """
-    try:
-        descriptor = os.open(temporary, os.O_RDWR | getattr(os, "O_CLOEXEC", 0))
-    except OSError:
-        descriptor = -1
-    try:
-        # The lock is held until the file is gone, so that no writer can lock it in between.
-        locked = _lock(descriptor) if descriptor >= 0 else None
-        if locked is False or (locked is None and not untold):
-            return False
-        os.unlink(temporary)
-        return True
-    finally:
-        if descriptor >= 0:
-            os.close(descriptor)
-
-
-def _write_all(descriptor: int, data: Any, path: PathLike) -> None:
-    view = memoryview(data).cast("B") if len(data) else memoryview(b"")
-    while view.nbytes:
-        try:
-            view = view[os.write(descriptor, view) :]
-        except OSError as error:
-            raise _write_error(error, path) from None
+            data = read_bytes(file, name, size)
+    return as_raw_frame(data, name, header)
 
 
 def write_rwh(
@@ -244,50 +173,53 @@ def write_rwh(
     width: Optional[int] = None,
     height: Optional[int] = None,
     stride: Optional[int] = None,
+    force: bool = False,
+    no_clobber: bool = False,
 ) -> None:
     """Writes a raw frame with packed rows.
 
-    :param path: The RWH file; replaced when it exists, untouched when the write fails.
-    :param array: The frame, as :func:`kivocamutl.convert` takes it. Written from where it is when contiguous. The
-        bytes of a packed format are written as they are, if a row ends on a byte.
-    :param format: PFNC name, in any case, or PFNC code; of :func:`kivocamutl.formats` or
-        :func:`kivocamutl.packed_formats`.
+    :param path: The RWH file; replaced when it exists, untouched when the write fails. What replaces a file has its
+        permissions and, where the system allows it, its owner and group.
+    :param array: The frame, as :func:`kivocamutl.convert` takes it. Written from where it is when contiguous. Bytes
+        are written as they are; where samples share them, a row has to end on a byte.
+    :param format: Name, in any case, or PFNC code, see :func:`kivocamutl.find_format`.
     :param width: Pixels per row, for a flat buffer and for rows of bytes that are longer than the frame's.
     :param height: Rows, for a flat buffer.
     :param stride: Bytes from one row of a flat buffer to the next, when rows are padded.
+    :param force: Replace a read-only file, too.
+    :param no_clobber: Replace no file at all.
     :raises UnknownFormatError: the format is not known.
     :raises FrameSizeError: shape, size or length do not fit the format, or its packed rows end within a byte.
     :raises SampleTypeError: a dtype does not fit the format, or the array is none.
-    :raises FileWriteError: the file could not be written whole, as on a full disk, or is no regular file.
-    :raises OSError: the folder does not exist or may not be written to.
+    :raises OptionError: `path` cannot be the name of a file, or `force` and `no_clobber` contradict each other.
+    :raises FileWriteError: the file could not be written whole, as on a full disk, may not be replaced, is no regular
+        file, or its folder is not there; FileNotFoundError, FileExistsError, PermissionError and so on as well.
     """
-    known = find_any_format(format)
-    if isinstance(known, PackedFormat):
-        _write_packed(path, array, known, width, height, stride)
-        return
-    frame = as_frame(array, known, width, height, stride)
-    line_bytes = size_argument("the length of a row", frame.format.row_bytes(frame.width))
-    pixels = frame.pixels.reshape(-1).view(np.uint8) if frame.pixels.size else np.empty(0, np.uint8)
-    _write_frame(path, (frame.format.code, frame.width, frame.height, line_bytes), pixels)
-
-
-def _write_packed(path: PathLike, array: FrameLike, format: PackedFormat, width: Optional[int],
-                  height: Optional[int], stride: Optional[int]) -> None:
-    """A frame whose samples share bytes, as it is."""
-    flat, width, height, stride = packed_source(array, format, width, height, stride)
-    row = format.row_bytes(width)
-    if row * 8 != width * format.bits_per_pixel:
-        raise FrameSizeError(f"a row of {width} {format.name} pixels does not end on a byte, as a row of an RWH "
-                             "file does: unpack() the frame first")
-    rows = byte_rows(format, flat, width, height, stride)
-    _write_frame(path, (format.code, width, height, row), np.ascontiguousarray(rows).reshape(-1))
-
-
-def _write_frame(path: PathLike, header: tuple[int, int, int, int], data: npt.NDArray[np.uint8]) -> None:
-    with atomic_file(path) as (_, descriptor):
-        _write_all(descriptor, _HEADER.pack(*header), path)
+    frame = as_frame(array, format, width, height, stride)
+    known, row = frame.format, frame.format.row_bytes(frame.width)
+    if row * 8 != frame.width * known.bits_per_pixel:
+        raise FrameSizeError(f"a row of {frame.width} {known.name} pixels does not end on a byte in one plane, as a "
+                             "row of an RWH file does: unpack() the frame first")
+    header = _HEADER.pack(known.code, frame.width, frame.height, size_argument("the length of a row", row))
+    check_frame(frame)
+    data = _packed_rows(frame, row)
+    with atomic_file(path, force=force, no_clobber=no_clobber) as (_, descriptor):
+        write_all(descriptor, header, path)
         if data.size:
-            _write_all(descriptor, data, path)
+            write_all(descriptor, data, path)
+
+
+def _packed_rows(frame: Frame, row: int) -> npt.NDArray[np.uint8]:
+    """The bytes of a frame; where they are, if nothing is between them."""
+    if not (row and frame.height):
+        return np.empty(0, np.uint8)
+    if not frame.big_endian:
+        # Whatever a row holds, its bytes are the samples of a grey frame.
+        stride = frame.memory.stride or row
+        where = Memory(frame.memory.data, frame.memory.size, stride)
+        frame = Frame(find_format("Mono8"), row, frame.height, frame.array, where)
+    flat: npt.NDArray[np.uint8] = pixels_of(frame).reshape(-1).view(np.uint8)
+    return flat
 
 
 def bmp_bytes(width: int, height: int, channels: int) -> int:
@@ -295,19 +227,25 @@ def bmp_bytes(width: int, height: int, channels: int) -> int:
     return _BMP_HEADER[channels] + (width * channels + 3) // 4 * 4 * height
 
 
-def write_bmp(path: PathLike, image: npt.NDArray[np.uint8], *, tag: str = "") -> None:
+def write_bmp(path: PathLike, image: npt.NDArray[np.uint8], *, force: bool = False, no_clobber: bool = False,
+              tag: str = "", sync: bool = True) -> None:
     """Writes a picture as an uncompressed Windows BMP file.
 
-    :param path: The BMP file; replaced when it exists, untouched when the write fails.
+    :param path: The BMP file; replaced when it exists, untouched when the write fails. What replaces a file has its
+        permissions and, where the system allows it, its owner and group.
     :param image: uint8 array of shape ``(height, width, 4)`` (B, G, R, A), ``(height, width, 3)`` (B, G, R) or
         ``(height, width)`` (grey). Rows may be apart: they are written from where they are as long as the
         pixels of a row are contiguous.
+    :param force: Replace a read-only file, too.
+    :param no_clobber: Replace no file at all.
     :param tag: Part of the name of the temporary file, for those who look for leftovers.
+    :param sync: Wait until the file is on the disk: without, a power cut may leave one that is not whole.
     :raises FrameSizeError: the shape is none of those, or the file would exceed 4 GiB.
     :raises SampleTypeError: the image is no uint8 array, or lacks samples that are masked.
-    :raises FileWriteError: the file could not be written whole, as on a full disk, or is no regular file.
+    :raises OptionError: `path` cannot be the name of a file, or `force` and `no_clobber` contradict each other.
+    :raises FileWriteError: the file could not be written whole, as on a full disk, may not be replaced, is no regular
+        file, or its folder is not there; FileNotFoundError, FileExistsError, PermissionError and so on as well.
     :raises StatusError: the library answered with a status that is not about the file.
-    :raises OSError: the folder does not exist or may not be written to.
     """
     if not isinstance(image, np.ndarray) or image.dtype != np.uint8:
         raise SampleTypeError(f"image is an array of uint8, not {getattr(image, 'dtype', type(image).__name__)}")
@@ -326,7 +264,7 @@ def write_bmp(path: PathLike, image: npt.NDArray[np.uint8], *, tag: str = "") ->
     if not packed or not row <= image.strides[0] <= 0xFFFFFFFF:
         pixels = np.ascontiguousarray(image)
     step = pixels.strides[0] if pixels.size else row
-    with atomic_file(path, tag) as (temporary, descriptor):
+    with atomic_file(path, tag, force=force, no_clobber=no_clobber, sync=sync) as (temporary, descriptor):
         name = _BMP_WRITER[channels]
         status = function(name)(pixels.ctypes.data, width, height, step, os.fsencode(temporary))
         if status not in (0, 8194):

@@ -40,6 +40,13 @@ def make_frame(format, width, height, content="noise", seed=1, beyond=False):
     return np.ascontiguousarray(values.astype(dtype))
 
 
+def plain_formats():
+    """Those that frames can be made for, and that the model converts to the byte."""
+    import kivocamutl
+
+    return [f for f in kivocamutl.formats() if f.packing == "plain" and not f.name.startswith("YCbCr")]
+
+
 @pytest.fixture
 def frame_of():
     return make_frame

@@ -24,8 +24,24 @@ VERTICAL = ((-1, 0), (1, 0))
 
 
 def pixels(blue, green, red, output):
-    channels = [blue, green, red] + ([np.full_like(blue, 255)] if output == "BGRA" else [])
-    return np.stack([np.asarray(c) & 255 for c in channels], -1).astype(np.uint8)
+    """Channels of 8 bits, or of 16 where the name of the output ends so, as they are."""
+    deep = output.endswith("16")
+    values = {"B": blue, "G": green, "R": red, "A": np.full_like(blue, 65535 if deep else 255)}
+    channels = [values[c] for c in output.replace("16", "")]
+    return (np.stack(channels, -1) & (0xFFFF if deep else 255)).astype(np.uint16 if deep else np.uint8)
+
+
+def luma(blue, green, red):
+    return (19595 * red + 38470 * green + 7471 * blue + 32768) >> 16
+
+
+def spread(values, depth):
+    """The upper 16 bits of a value of so many bits, written as often as it takes."""
+    v = values & (1 << depth) - 1
+    total, bits = v, depth
+    while bits < 16:
+        total, bits = total << depth | v, bits + depth
+    return total >> (bits - 16)
 
 
 def sites(order, shape):
@@ -77,13 +93,14 @@ def standard(mosaic, order, output, shift=0):
     return pixels(*standard_planes(mosaic, order, shift), output)
 
 
-def clamp(values):
-    return np.clip(values, 0, 255)
+def acpi_planes(mosaic, order, depth=8):
+    """Blue, green, red of the adaptive demosaic of a frame of even size from 4 x 4 up."""
+    top = (1 << depth) - 1
+    s = np.asarray(mosaic, np.int64) & top
 
+    def clamp(values):
+        return np.clip(values, 0, top)
 
-def acpi(mosaic, order, output):
-    """The adaptive demosaic of an 8-bit frame of even size from 4 x 4 up."""
-    s = np.asarray(mosaic, np.int64)
     height, width = s.shape
     assert height % 2 == 0 and width % 2 == 0 and min(height, width) >= 4
     site = sites(order, s.shape)
@@ -147,11 +164,15 @@ def acpi(mosaic, order, output):
         # A tie of the diagonals at a red site is rounded half up and wraps.
         exact = (nw + ne + sw + se) * 0.25 + (lne + lnw) * 0.125 + 0.5
         tie = site["R"] & interior & (dne == dnw)
-        blue = np.where(tie, np.trunc(exact).astype(np.int64) & 255, blue)
+        blue = np.where(tie, np.trunc(exact).astype(np.int64) & top, blue)
     if order in ("GR", "RG"):
         column = width - 1 if order == "GR" else 0
         blue = np.where(site["R"] & inner_row & (x == column), (up + down) >> 1, blue)
-    return pixels(blue, green, planes["R"], output)
+    return blue, green, planes["R"]
+
+
+def acpi(mosaic, order, output):
+    return pixels(*acpi_planes(mosaic, order), output)
 
 
 def grey(samples, output, shift=0):
@@ -159,11 +180,15 @@ def grey(samples, output, shift=0):
     return pixels(g, g, g, output)
 
 
-def colour(samples, first, output, shift=0):
-    """(h, w, 3) samples whose first channel is "R" or "B"."""
-    c = np.asarray(samples, np.int64) >> shift
-    c = c[..., ::-1] if first == "R" else c
-    return pixels(c[..., 0], c[..., 1], c[..., 2], output)
+def half_planes(mosaic, order):
+    """Blue, green, red of the whole 2 x 2 squares."""
+    s = np.asarray(mosaic, np.int64)
+    s = s[: s.shape[0] // 2 * 2, : s.shape[1] // 2 * 2]
+    at = {}
+    for y in (0, 1):
+        for x in (0, 1):
+            at.setdefault(LAYOUT[order][y][x], []).append(s[y::2, x::2])
+    return at["B"][0], sum(at["G"]) // 2, at["R"][0]
 
 
 def _chroma_tables():
@@ -185,46 +210,63 @@ def _chroma_tables():
 RED, BLUE, OFFSET = _chroma_tables()
 
 
-def yuv(y, u, v, output):
-    """Arrays of bytes of one shape."""
-    green = np.clip(y.astype(np.int64) + 256 - OFFSET[u, v], 0, 255)
-    return pixels(BLUE[u, y], green, RED[v, y], output)
+def yuv(y, u, v):
+    """Blue, green, red of arrays of bytes of one shape."""
+    return BLUE[u, y], np.clip(y.astype(np.int64) + 256 - OFFSET[u, v], 0, 255), RED[v, y]
 
 
-def yuv444(data, output):
-    """(h, w, 3) bytes U, Y, V."""
-    return yuv(data[..., 1], data[..., 0], data[..., 2], output)
+def ycbcr(y, cb, cr, red, blue, limited):
+    """The same in real numbers, by the weights of red and blue."""
+    y, cb, cr = (np.asarray(c, np.float64) for c in (y, cb, cr))
+    y, scale = ((y - 16) * 255 / 219, 255 / 224) if limited else (y, 1.0)
+    cb, cr = (cb - 128) * scale, (cr - 128) * scale
+    r, b = y + 2 * (1 - red) * cr, y + 2 * (1 - blue) * cb
+    g = (y - red * r - blue * b) / (1 - red - blue)
+    return [np.floor(np.clip(c, 0, 255) + 0.5).astype(np.int64) for c in (b, g, r)]
 
 
-def yuv422(data, output):
-    """(h, w, 2) bytes: groups U, Y, V, Y."""
-    groups = data.reshape(-1, 4)
-    u, v = np.repeat(groups[:, 0], 2), np.repeat(groups[:, 2], 2)
-    return yuv(groups[:, (1, 3)].reshape(-1), u, v, output).reshape(*data.shape[:2], -1)
+def yuv_samples(array, group_pixels):
+    """Luma and the two chroma values of every pixel, of groups that have chroma first."""
+    height = array.shape[0]
+    if group_pixels == 1:
+        return array[..., 1], array[..., 0], array[..., 2]
+    second = group_pixels // 2 + 1
+    groups = array.reshape(-1, 2 * second)
+    lumas = [i for i in range(1, groups.shape[1]) if i != second]
+    u, v = (np.repeat(groups[:, i], group_pixels).reshape(height, -1) for i in (0, second))
+    return groups[:, lumas].reshape(height, -1), u, v
 
 
-def yuv411(data, output):
-    """(h, 3 w / 2) bytes: groups U, Y, Y, V, Y, Y."""
-    groups = data.reshape(-1, 6)
-    u, v = np.repeat(groups[:, 0], 4), np.repeat(groups[:, 3], 4)
-    flat = yuv(groups[:, (1, 2, 4, 5)].reshape(-1), u, v, output)
-    return flat.reshape(data.shape[0], data.shape[1] * 2 // 3, -1)
-
-
-def convert(array, format, output="BGRA", bayer="standard", shift=None):
-    """The picture of a whole frame; `format` is a kivocamutl.Format."""
-    shift = format.depth - 8 if shift is None else shift
-    if format.name == "YUV8_UYV":
-        return yuv444(array, output)
-    if format.name == "YUV422_8_UYVY":
-        return yuv422(array, output)
-    if format.name == "YUV411_8_UYYVYY":
-        return yuv411(array, output)
+def planes(array, format, bayer="standard"):
+    """Blue, green, red of a frame of plain samples, each as deep as they are."""
+    if format.family == "yuv":
+        samples = yuv_samples(array, format.group_pixels)
+        if format.name.startswith("YUV"):
+            return yuv(*samples)
+        weights = (0.2126, 0.0722) if "709" in format.name else (0.299, 0.114)
+        return ycbcr(*samples, *weights, "601" in format.name or "709" in format.name)
+    c = np.asarray(array, np.int64)
     if format.family == "rgb":
-        return colour(array, format.name[0], output, shift)
+        return (c[..., 2], c[..., 1], c[..., 0]) if format.name[0] == "R" else (c[..., 0], c[..., 1], c[..., 2])
     if format.family == "mono" or bayer == "off":
-        return grey(array, output, shift)
+        return c, c, c
     height, width = array.shape
-    if bayer == "acpi" and format.depth == 8 and height % 2 == 0 and width % 2 == 0 and min(height, width) >= 4:
-        return acpi(array, format.order, output)
-    return standard(array, format.order, output, shift)
+    if bayer == "best":
+        bayer = "acpi" if height % 2 == 0 and width % 2 == 0 and min(height, width) >= 4 else "standard"
+    if bayer == "acpi":
+        return acpi_planes(array, format.order, format.depth)
+    return half_planes(array, format.order) if bayer == "half" else standard_planes(array, format.order)
+
+
+def convert(array, format, output="BGRA", bayer="standard", shift=None, levels="own"):
+    """The picture of a frame of plain samples; `format` is a kivocamutl.Format."""
+    b, g, r = planes(array, format, bayer)
+    if not output.endswith("16"):
+        by = format.depth - 8 if shift is None else shift
+        b, g, r = (c >> by & 255 for c in (b, g, r))
+    elif levels == "spread":
+        b, g, r = (spread(c, format.depth) for c in (b, g, r))
+    if not output.startswith("GRAY"):
+        return pixels(b, g, r, output)
+    grey = g if format.family == "mono" or format.family == "bayer" and bayer == "off" else luma(b, g, r)
+    return grey.astype(np.uint16 if output.endswith("16") else np.uint8)

@@ -10,9 +10,9 @@ import numpy as np
 import pytest
 
 import kivocamutl as kivo
-from conftest import make_frame
+from conftest import make_frame, plain_formats
 from numpy_model import convert as model
-from test_unpack import pack
+from test_unpack import PACKED, pack
 
 
 def stretch_model(samples):
@@ -23,9 +23,9 @@ def stretch_model(samples):
     return np.array(values, np.uint8).reshape(samples.shape)
 
 
-@pytest.mark.parametrize("format", kivo.packed_formats(), ids=lambda f: f.name)
+@pytest.mark.parametrize("format", PACKED, ids=lambda f: f.name)
 def test_packed_formats(format):
-    unpacked = kivo.find_format(format.unpacked)
+    unpacked = kivo.find_format(format.plain)
     samples = make_frame(unpacked, 10, 6, seed=format.code)
     want = model(samples, unpacked)
     data = pack(samples.reshape(-1), format)
@@ -44,7 +44,7 @@ def test_packed_formats(format):
     np.testing.assert_array_equal(turned, samples[:, ::-1])
 
 
-@pytest.mark.parametrize("format", kivo.formats(), ids=lambda f: f.name)
+@pytest.mark.parametrize("format", plain_formats(), ids=lambda f: f.name)
 def test_crop(format):
     frame = make_frame(format, 16, 12)
     group = format.group_pixels
@@ -68,7 +68,7 @@ def test_crop(format):
 
 def test_wrong_crops():
     frame = np.zeros((6, 8), np.uint8)
-    for crop in ((0, 0, 9, 6), (1, 0, 8, 6), (0, 1, 8, 6), (8, 0, 1, 1), (0, 0, 0, 1)):
+    for crop in ((0, 0, 0, 0), (0, 0, 9, 6), (1, 0, 8, 6), (0, 1, 8, 6), (8, 0, 1, 1), (0, 0, 0, 1)):
         with pytest.raises(kivo.FrameSizeError, match="8 x 6"):
             kivo.convert(frame, "Mono8", crop=crop)
     for crop in ((0, 0, 8), "abcd", 7, (0, 0, -1, 1), (0, 0, True, 1)):
@@ -98,7 +98,7 @@ def test_auto_range_of_flat_frames_and_others():
     assert kivo.convert(np.empty((0, 4), np.uint16), "Mono12", auto_range=True).shape == (0, 4, 4)
     with pytest.raises(kivo.OptionError, match="YUV8_UYV"):
         kivo.convert(np.zeros((2, 2, 3), np.uint8), "YUV8_UYV", auto_range=True)
-    with pytest.raises(kivo.OptionError, match="shift=2"):
+    with pytest.raises(kivo.OptionError, match="not beside a shift"):
         kivo.convert(np.zeros((2, 2), np.uint16), "Mono12", auto_range=True, shift=2)
 
 
@@ -110,7 +110,7 @@ def test_big_endian_buffers_by_their_dtype():
 
 
 def test_packed_rwh(tmp_path):
-    format = kivo.find_packed_format("BayerGB12p")
+    format = kivo.find_format("BayerGB12p")
     samples = make_frame(kivo.find_format("BayerGB12"), 8, 4)
     data = pack(samples.reshape(-1), format)
     kivo.write_rwh(tmp_path / "a.rwh", data + b"more", format, width=8, height=4)
@@ -121,7 +121,7 @@ def test_packed_rwh(tmp_path):
     np.testing.assert_array_equal(array, samples)
     with pytest.raises(kivo.FrameSizeError, match="end on a byte"):
         kivo.write_rwh(tmp_path / "b.rwh", data, format, width=7, height=4)
-    with pytest.raises(kivo.FrameSizeError, match="takes 48"):
+    with pytest.raises(kivo.FrameSizeError, match="47 bytes: the buffer is shorter"):
         kivo.write_rwh(tmp_path / "b.rwh", data[:-1], format, width=8, height=4)
     with pytest.raises(kivo.FrameSizeError, match="width="):
         kivo.write_rwh(tmp_path / "b.rwh", data, format)
@@ -152,7 +152,7 @@ def test_buffers_keep_the_type_and_strides_of_their_items(tmp_path):
 
 
 def test_views_of_packed_rows():
-    format = kivo.find_packed_format("Mono12p")
+    format = kivo.find_format("Mono12p")
     samples = make_frame(kivo.find_format("Mono12"), 5, 4)
     rows = np.stack([np.frombuffer(pack(row, format) + b"\xa5" * 3, np.uint8) for row in samples])
     for buffer in (memoryview(rows), memoryview(np.asfortranarray(rows)), np.ctypeslib.as_ctypes(rows)):

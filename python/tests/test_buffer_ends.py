@@ -25,7 +25,7 @@ SCRIPT = textwrap.dedent("""
     if "--read-behind" in sys.argv:
         whole[size]  # dies here: the guard is in place
     done = 0
-    for format in kivo.formats():
+    for format in [f for f in kivo.formats() if not f.shares_bytes]:
         for width, height in ((4, 4), (36, 6), (100, 50)):
             frame = whole[size - format.frame_bytes(width, height) : size]
             for output in ("BGRA", "BGR"):
@@ -36,9 +36,9 @@ SCRIPT = textwrap.dedent("""
                     done += 1
             for flags in ((0, 0), (0, 1), (1, 0), (1, 1)):
                 kivo.reverse(frame, format, *flags, width=width, height=height)
-    for format in kivo.packed_formats():
+    for format in [f for f in kivo.formats() if f.shares_bytes]:
         for width, height in ((1, 1), (5, 3), (64, 9)):
-            kivo.unpack(whole[size - format.buffer_bytes(width * height) : size], format, width, height)
+            kivo.unpack(whole[size - format.frame_bytes(width, height) : size], format, width, height)
     print(done)
     """)
 
@@ -52,5 +52,5 @@ def run(*arguments):
 def test_nothing_behind_the_frame_is_read():
     done = run()
     assert done.returncode == 0, done.stderr
-    assert int(done.stdout) == len(kivo.formats()) * 3 * 2 * 3
+    assert int(done.stdout) == len([f for f in kivo.formats() if not f.shares_bytes]) * 3 * 2 * 3
     assert run("--read-behind").returncode < 0, "the page behind the frames is readable"

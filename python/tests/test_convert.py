@@ -3,14 +3,17 @@
 
 from __future__ import annotations
 
+import os
+
 import numpy as np
 import pytest
 
 import kivocamutl as kivo
 import numpy_model as model
-from conftest import make_frame
+from conftest import make_frame, plain_formats
+from test_unpack import luma_first
 
-FORMATS = kivo.formats()
+FORMATS = plain_formats()
 NAMES = [f.name for f in FORMATS]
 BAYER = [f for f in FORMATS if f.family == "bayer"]
 ORDERS = ("GR", "RG", "GB", "BG")
@@ -19,17 +22,18 @@ ORDERS = ("GR", "RG", "GB", "BG")
 def check(array, format, **options):
     got = kivo.convert(array, format, **options)
     want = model.convert(np.asarray(array), kivo.find_format(format), **options)
-    assert got.dtype == np.uint8
+    assert got.dtype == want.dtype
     np.testing.assert_array_equal(got, want)
     return got
 
 
 @pytest.mark.parametrize("output", ["BGRA", "BGR"])
-@pytest.mark.parametrize("bayer", ["standard", "acpi", "off"])
+@pytest.mark.parametrize("bayer", ["standard", "acpi", "best", "off", "half"])
 @pytest.mark.parametrize("format", FORMATS, ids=NAMES)
 def test_every_format(format, bayer, output):
     for content in ("noise", "ties", "extremes", "scene"):
-        for width, height in ((4, 4), (4, 2), (8, 6), (36, 10), (68, 34), (132, 18), (640, 24)):
+        low = () if bayer == "acpi" else ((4, 2),)
+        for width, height in ((4, 4), *low, (8, 6), (36, 10), (68, 34), (132, 18), (640, 24)):
             check(make_frame(format, width, height, content), format.name, bayer=bayer, output=output)
 
 
@@ -39,18 +43,76 @@ def test_odd_and_tiny_sizes(format, output):
     step = format.group_pixels
     for width in [step * i for i in (1, 2, 3, 5, 7, 31, 33, 65)]:
         for height in (1, 2, 3, 5):
-            for bayer in ("standard", "acpi"):
+            for bayer in ("standard", "best", "off"):
                 check(make_frame(format, width, height), format.name, bayer=bayer, output=output)
+            if width > 1 and height > 1:
+                check(make_frame(format, width, height), format.name, bayer="half", output=output)
+
+
+@pytest.mark.parametrize("levels", ["own", "spread"])
+@pytest.mark.parametrize("format", FORMATS, ids=NAMES)
+def test_every_output(format, levels):
+    frame = make_frame(format, 36, 10, beyond=True)
+    for output in ("BGRA16", "BGR16", "RGBA16", "RGB16", "GRAY16"):
+        for bayer in ("standard", "off", "half"):
+            check(frame, format.name, output=output, bayer=bayer, levels=levels)
+        check(make_frame(format, 36, 10), format.name, output=output, bayer="acpi", levels=levels)
+    for output in ("RGBA", "RGB", "GRAY"):
+        for bayer in ("standard", "acpi", "off", "half"):
+            check(make_frame(format, 36, 10), format.name, output=output, bayer=bayer)
+
+
+@pytest.mark.parametrize("format", [f for f in kivo.formats() if f.name.startswith("YCbCr")], ids=lambda f: f.name)
+def test_ycbcr(format):
+    """By one of the real-valued formula, which no integers give."""
+    for width in (4, 36):
+        frame = make_frame(kivo.find_format(format.plain), width, 10)
+        data = frame if format.packing == "plain" else luma_first(frame, format)
+        for output in ("BGRA", "RGB"):
+            got = kivo.convert(data, format, output=output)
+            want = model.convert(frame, kivo.find_format(format.plain), output)
+            assert abs(got.astype(int) - want).max() <= 1
+
+
+@pytest.mark.parametrize("threads", [0, 1, 2, 7])
+def test_threads(threads):
+    for name in ("BayerRG12", "YUV422_8_UYVY"):
+        format = kivo.find_format(name)
+        for _ in range(2):
+            check_threads(make_frame(format, 640, 100), format, threads)
+
+
+def check_threads(frame, format, threads):
+    got = kivo.convert(frame, format, threads=threads)
+    np.testing.assert_array_equal(got, model.convert(frame, format))
+
+
+def test_threads_after_a_fork():
+    """The threads of a pool are not in a child: it starts its own."""
+    format = kivo.find_format("BayerRG8")
+    frame = make_frame(format, 640, 100)
+    check_threads(frame, format, 2)
+    child = os.fork()
+    if child == 0:
+        code = 1
+        try:
+            check_threads(frame, format, 2)
+            code = 0
+        finally:
+            os._exit(code)
+    assert os.waitpid(child, 0)[1] == 0
 
 
 @pytest.mark.parametrize("output", ["BGRA", "BGR"])
 @pytest.mark.parametrize("order", ORDERS)
 def test_acpi_many_sizes(order, output):
-    for height in (4, 6, 8, 10):
-        for width in range(4, 80, 2):
-            for content in ("noise", "ties"):
-                check(make_frame(kivo.find_format(f"Bayer{order}8"), width, height, content, seed=height),
-                      f"Bayer{order}8", bayer="acpi", output=output)
+    for depth, step in ((8, 2), (12, 6), (16, 14)):
+        name = f"Bayer{order}{depth}"
+        for height in (4, 6, 8, 10):
+            for width in range(4, 80, step):
+                for content in ("noise", "ties"):
+                    check(make_frame(kivo.find_format(name), width, height, content, seed=height), name,
+                          bayer="acpi", output=output)
 
 
 @pytest.mark.parametrize("format", [f for f in FORMATS if f.word_bytes == 2], ids=lambda f: f.name)
@@ -151,6 +213,13 @@ def test_strides_of_arrays(name):
     np.testing.assert_array_equal(whole, before)
 
 
+def test_rows_that_overlap_are_copied():
+    """All rows are one in memory, or begin within the one before: no frame has such strides."""
+    row = make_frame(kivo.find_format("Mono12"), 20, 1)
+    check(np.broadcast_to(row, (6, 20)), "Mono12")
+    check(np.lib.stride_tricks.as_strided(row, (6, 15), (2, 2)), "Mono12")
+
+
 def test_padded_rows_of_bytes():
     frame = make_frame(kivo.find_format("BayerRG12"), 20, 6)
     rows = np.full((6, 50), 0xEE, np.uint8)
@@ -180,33 +249,62 @@ def test_read_only_source_is_fine_and_unchanged():
 
 
 def test_nothing_is_copied_when_nothing_needs_to_be(monkeypatch):
-    """The library gets the addresses of the caller's own arrays."""
-    from kivocamutl import conversion
+    """The engine gets the addresses of the caller's own arrays, and the strides of their rows."""
+    from kivocamutl import _engine
 
     seen = []
-    call = conversion._call
-    monkeypatch.setattr(conversion, "_call", lambda name, dst, src, *rest: (seen.append((dst, src)),
-                                                                           call(name, dst, src, *rest)))
+    run = _engine.Plan.run
+
+    def spy(plan, frame, picture, threads):
+        seen.append((picture.data, picture.stride, frame.data, frame.stride))
+        run(plan, frame, picture, threads)
+
+    monkeypatch.setattr(_engine.Plan, "run", spy)
     for name in ("Mono8", "BayerRG12", "RGB8", "YUV422_8_UYVY"):
-        frame = make_frame(kivo.find_format(name), 32, 8)
+        format = kivo.find_format(name)
+        frame = make_frame(format, 32, 8)
+        row = format.row_bytes(32)
         out = np.empty((8, 32, 4), np.uint8)
         assert kivo.convert(frame, name, out=out) is out
-        assert seen.pop() == (out.ctypes.data, frame.ctypes.data)
+        assert seen.pop() == (out.ctypes.data, 128, frame.ctypes.data, row)
         data = frame.tobytes()
         kivo.convert(data, name, width=32, height=8, out=out)
-        assert seen.pop() == (out.ctypes.data, np.frombuffer(data, np.uint8).ctypes.data)
+        assert seen.pop() == (out.ctypes.data, 128, np.frombuffer(data, np.uint8).ctypes.data, 0)
+        canvas = np.empty((8, 50, 4), np.uint8)
+        part = canvas[::-1, 3:35]
+        np.testing.assert_array_equal(kivo.convert(frame[::-1], name, out=part), model.convert(frame[::-1], format))
+        assert seen.pop() == (canvas.ctypes.data + 12, -200, frame.ctypes.data, -row)
 
 
-def test_blocks_join_without_a_seam(monkeypatch):
-    from kivocamutl import conversion
+def test_plans_are_used_again_and_freed(monkeypatch):
+    from kivocamutl import _engine
 
-    monkeypatch.setattr(conversion, "_BLOCK", 64)
-    monkeypatch.setattr(conversion, "_SPACED_BLOCK", 32)
-    for format in FORMATS:
-        if format.family == "bayer":
-            continue
-        for output in ("BGRA", "BGR"):
-            check(make_frame(format, 36, 11), format.name, output=output)
+    frame = make_frame(kivo.find_format("BayerRG8"), 32, 8)
+    made, freed = [], []
+    start, end = _engine.Plan.__init__, _engine.Plan.__del__
+    monkeypatch.setattr(_engine.Plan, "__init__", lambda plan, *rest: (made.append(rest), start(plan, *rest))[1])
+    monkeypatch.setattr(_engine.Plan, "__del__", lambda plan: (freed.append(plan.width), end(plan))[1])
+    _engine.cached_plan.cache_clear()
+    freed.clear()
+    for _ in range(3):
+        kivo.convert(frame, "BayerRG8")
+    assert len(made) == 1 and not freed
+    for width in range(1, 41):
+        kivo.convert(frame, "BayerRG8", crop=(0, 0, 1 + width % 32, 1 + width // 32))
+    assert len(made) == 41 and len(freed) == 41 - 32
+    made.clear()
+    kivo.convert(frame, "BayerRG8", auto_range=True)
+    kivo.convert(frame // 2, "BayerRG8", auto_range=True)
+    # The plan that finds the range is kept; those of one range are not.
+    assert len(made) == 3 and len(freed) == 41 - 32 + 3
+
+
+def test_frames_that_are_too_short_cost_no_memory():
+    for call in (lambda: kivo.convert(b"short", "Mono8", width=1 << 20, height=1 << 20),
+                 lambda: kivo.unpack(b"short", "Mono12p", 1 << 20, 1 << 20),
+                 lambda: kivo.reverse(b"short", "Mono8", width=1 << 20, height=1 << 20)):
+        with pytest.raises(kivo.FrameSizeError, match="5 bytes: the buffer is shorter than the frame"):
+            call()
 
 
 def test_out_as_part_of_a_larger_picture():
@@ -238,9 +336,23 @@ def test_case_and_codes_of_names():
     (kivo.UnknownFormatError, "None", lambda a: kivo.convert(a, None)),
     (kivo.UnknownFormatError, "'0xzz'", lambda a: kivo.convert(a, "0xzz")),
     (kivo.FrameSizeError, "Mono12p needs width=", lambda a: kivo.convert(a, "Mono12p")),
-    (kivo.OptionError, "'RGB'", lambda a: kivo.convert(a, "Mono8", output="RGB")),
+    (kivo.UnknownFormatError, "did you mean Mono8", lambda a: kivo.convert(a, "Mono9")),
+    (kivo.UnknownFormatError, "0x100000000", lambda a: kivo.convert(a, 1 << 32)),
+    (kivo.UnknownFormatError, "'Mono8\\x00'", lambda a: kivo.convert(a, "Mono8\0")),
+    (kivo.OptionError, "'CMYK'", lambda a: kivo.convert(a, "Mono8", output="CMYK")),
+    (kivo.OptionError, "['BGR']", lambda a: kivo.convert(a, "Mono8", output=["BGR"])),
+    (kivo.OptionError, "'max'", lambda a: kivo.convert(a, "Mono8", levels="max")),
+    (kivo.OptionError, "16 bits only", lambda a: kivo.convert(a, "Mono8", levels="spread")),
+    (kivo.OptionError, "threads", lambda a: kivo.convert(a, "Mono8", threads=-1)),
+    (kivo.OptionError, "1025 threads", lambda a: kivo.convert(a, "Mono8", threads=1025)),
+    (kivo.OptionError, "4294967296", lambda a: kivo.convert(a, "Mono8", threads=1 << 32)),
+    (kivo.OptionError, "not a whole number", lambda a: kivo.convert(a.astype(np.uint16), "Mono12", shift=1.5)),
+    (kivo.OptionError, "negative", lambda a: kivo.convert(a.astype(np.uint16), "Mono12", shift=-1)),
+    (kivo.FrameSizeError, "even width", lambda a: kivo.convert(a[:5], "BayerRG8", bayer="acpi")),
+    (kivo.FrameSizeError, "2 x 2", lambda a: kivo.convert(a[:1], "BayerRG8", bayer="half")),
+    (kivo.SampleTypeError, "big-endian", lambda a: kivo.convert(np.zeros(36, ">u2"), "Mono12p", width=8, height=6)),
     (kivo.OptionError, "'vng'", lambda a: kivo.convert(a, "Mono8", bayer="vng")),
-    (kivo.OptionError, "0 to 15, not 16", lambda a: kivo.convert(a.astype(np.uint16), "Mono12", shift=16)),
+    (kivo.OptionError, "between 0 and 15", lambda a: kivo.convert(a.astype(np.uint16), "Mono12", shift=16)),
     (kivo.OptionError, "Mono8", lambda a: kivo.convert(a, "Mono8", shift=2)),
     (kivo.SampleTypeError, "float64", lambda a: kivo.convert(a.astype(float), "Mono8")),
     (kivo.SampleTypeError, "int8", lambda a: kivo.convert(a.astype(np.int8), "Mono8")),
@@ -253,11 +365,13 @@ def test_case_and_codes_of_names():
     (kivo.FrameSizeError, "height=7", lambda a: kivo.convert(a, "Mono8", height=7)),
     (kivo.FrameSizeError, "width= and height=", lambda a: kivo.convert(a.tobytes(), "Mono8")),
     (kivo.FrameSizeError, "48", lambda a: kivo.convert(a.tobytes(), "Mono8", width=8, height=7)),
-    (kivo.FrameSizeError, "stride 7", lambda a: kivo.convert(a.tobytes(), "Mono8", width=8, height=6, stride=7)),
+    (kivo.FrameSizeError, "stride 7: the row stride",
+     lambda a: kivo.convert(a.tobytes(), "Mono8", width=8, height=6, stride=7)),
     (kivo.FrameSizeError, "-1", lambda a: kivo.convert(a.tobytes(), "Mono8", width=8, height=-1)),
     (kivo.FrameSizeError, "4294967296", lambda a: kivo.convert(a.tobytes(), "Mono8", width=1 << 32, height=0)),
     (kivo.FrameSizeError, "2.5", lambda a: kivo.convert(a.tobytes(), "Mono8", width=2.5, height=1)),
-    (kivo.FrameSizeError, "width 3", lambda a: kivo.convert(a.tobytes(), "YUV422_8_UYVY", width=3, height=2)),
+    (kivo.FrameSizeError, "3 x 2: the width is not a whole number of YUV groups",
+     lambda a: kivo.convert(a.tobytes(), "YUV422_8_UYVY", width=3, height=2)),
     (kivo.FrameSizeError, "(6, 8, 3)", lambda a: kivo.convert(a, "Mono8", out=np.empty((6, 8, 3), np.uint8))),
     (kivo.SampleTypeError, "uint16", lambda a: kivo.convert(a, "Mono8", out=np.empty((6, 8, 4), np.uint16))),
 ])

@@ -8,19 +8,48 @@ import errno
 import fcntl
 import os
 import pickle
+import signal
+import stat
 import struct
 import subprocess
 import sys
 import textwrap
+import time
 
 import numpy as np
 import pytest
 
 import kivocamutl as kivo
 from conftest import make_frame
-from kivocamutl import _library, files
+from kivocamutl import _library, _whole_file, files
+from test_unpack import stored
 
-FORMATS = kivo.formats()
+FORMATS = [f for f in kivo.formats() if f.packing == "plain"]
+
+
+@pytest.mark.parametrize("format", [f for f in kivo.formats() if f not in FORMATS], ids=lambda f: f.name)
+def test_rwh_of_other_samples(format, tmp_path):
+    """Written as they are, padded rows or not, and read as plain samples; a row of the file has all of its planes."""
+    want, data = stored(format, 16, 5)
+    path, row = tmp_path / "frame.rwh", len(data) // 5
+    if format.packing == "planar":
+        with pytest.raises(kivo.FrameSizeError, match="in one plane"):
+            kivo.write_rwh(path, data, format, width=16, height=5)
+        path.write_bytes(np.array([format.code, 16, 5, row // 3], "<u4").tobytes() + data[: len(data) // 3])
+        with pytest.raises(kivo.RwhError, match="shorter than the frame"):
+            kivo.read_rwh(path)
+        return
+    rows = np.full((5, row + 3), 0xA5, np.uint8)
+    rows[:, :row] = np.frombuffer(data, np.uint8).reshape(5, -1)
+    for frame, how in ((data, {"height": 5}), (rows.tobytes(), {"height": 5, "stride": row + 3}),
+                       (rows, {}) if format.shares_bytes else (data + b"more", {"height": 5})):
+        kivo.write_rwh(path, frame, format, width=16, **how)
+        assert path.read_bytes() == np.array([format.code, 16, 5, row], "<u4").tobytes() + data
+        array, name = kivo.read_rwh(path)
+        assert name == format.plain
+        np.testing.assert_array_equal(array, want)
+    path.write_bytes(np.array([format.code, 16, 5, row + 3], "<u4").tobytes() + rows.tobytes())
+    np.testing.assert_array_equal(kivo.read_rwh(path).array, want)
 
 
 @pytest.mark.parametrize("format", FORMATS, ids=lambda f: f.name)
@@ -66,15 +95,16 @@ def test_empty_rwh(tmp_path):
 
 
 @pytest.mark.parametrize("content, text", [
-    (b"", "0 bytes are too short"),
-    (struct.pack("<3I", 0x01080001, 4, 4), "12 bytes are too short"),
-    (struct.pack("<4I", 0xDEADBEEF, 4, 4, 4) + bytes(16), "0xDEADBEEF"),
-    (struct.pack("<4I", 0x010C0047, 3, 4, 4) + bytes(16), "4 bytes to a row"),
-    (struct.pack("<4I", 0x01080001, 4, 4, 3) + bytes(12), "3 bytes to a row"),
-    (struct.pack("<4I", 0x01080001, 4, 4, 4) + bytes(15), "31 bytes long"),
-    (struct.pack("<4I", 0x01080001, 4, 4, 4) + bytes(17), "33 bytes long"),
-    (struct.pack("<4I", 0x01080001, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF), "16 bytes long"),
-    (struct.pack("<4I", 0x0210001F, 3, 2, 6) + bytes(12), "width 3"),
+    (b"", "shorter than the 16-byte RWH header"),
+    (struct.pack("<3I", 0x01080001, 4, 4), "shorter than the 16-byte RWH header"),
+    (struct.pack("<4I", 0xDEADBEEF, 4, 4, 4) + bytes(15), "0xDEADBEEF at its start is no known pixel format"),
+    (struct.pack("<4I", 0x010C0047, 3, 4, 4) + bytes(16), "4 bytes a row are too few for 3 pixels of Mono12p"),
+    (struct.pack("<4I", 0x01080001, 4, 4, 3) + bytes(12), "3 bytes a row are too few for 4 pixels of Mono8"),
+    (struct.pack("<4I", 0x01080001, 4, 4, 4) + bytes(15), "it holds 31 bytes, its header says 32"),
+    (struct.pack("<4I", 0x01080001, 4, 4, 4) + bytes(17), "it holds 33 bytes, its header says 32"),
+    (struct.pack("<4I", 0x01080001, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF),
+     "it holds 16 bytes, its header says 18446744065119617041"),
+    (struct.pack("<4I", 0x0210001F, 3, 2, 6) + bytes(12), "3 x 2: the width is not a whole number"),
 ])
 def test_rotten_rwh(content, text, tmp_path):
     path = tmp_path / "rotten.rwh"
@@ -84,13 +114,22 @@ def test_rotten_rwh(content, text, tmp_path):
     assert text in str(caught.value) and "rotten.rwh" in str(caught.value)
 
 
+def test_rwh_of_a_format_that_is_not_known(tmp_path):
+    """As long as its header says: it may well be one."""
+    path = tmp_path / "future.rwh"
+    path.write_bytes(struct.pack("<4I", 0xDEADBEEF, 4, 4, 4) + bytes(16))
+    with pytest.raises(kivo.UnknownFormatError, match="future.rwh: pixel format 0xDEADBEEF is not supported"):
+        kivo.read_rwh(path)
+
+
 def test_reading_what_is_no_file(tmp_path):
     with pytest.raises(FileNotFoundError, match="nothing.rwh"):
         kivo.read_rwh(tmp_path / "nothing.rwh")
     os.mkfifo(tmp_path / "pipe.rwh")
-    for name in ("pipe.rwh", ""):
-        with pytest.raises(kivo.RwhError, match="not a regular file"):
-            kivo.read_rwh(tmp_path / name)
+    with pytest.raises(kivo.RwhError, match="pipe.rwh: not a regular file"):
+        kivo.read_rwh(tmp_path / "pipe.rwh")
+    with pytest.raises(kivo.RwhError, match=f"{tmp_path}: is a directory"):
+        kivo.read_rwh(tmp_path)
 
 
 def bmp_model(image):
@@ -155,7 +194,7 @@ def test_names_that_are_not_utf8_or_long(tmp_path):
 
 def test_temporary_names_are_short_and_whole_characters(tmp_path):
     for name in ("n" * 255, "a" + "\U0001F600" * 63, "ab" + "\u00e9" * 126):
-        with files.atomic_file(tmp_path / name, "0123abcd-") as (temporary, _):
+        with _whole_file.atomic_file(tmp_path / name, "0123abcd-") as (temporary, _):
             start = os.path.basename(temporary).split(".")[1]
             assert name.startswith(start) and 60 < len(start.encode()) <= 64
         assert os.listdir(tmp_path) == [name]
@@ -231,33 +270,76 @@ def test_errors_survive_pickling():
         assert type(back) is type(error) and str(back) == str(error)
 
 
-def test_a_file_that_is_written_is_no_leftover(tmp_path):
-    with files.atomic_file(tmp_path / "a.bmp") as (temporary, _):
-        assert not files.remove_unwritten(temporary, untold=True)
-        assert os.path.exists(temporary)
-    assert [p.name for p in tmp_path.iterdir()] == ["a.bmp"]
-    left = tmp_path / ".a.bmp.12.kivo-part"
-    left.write_bytes(b"half a picture")
-    assert files.remove_unwritten(str(left), untold=False) and not left.exists()
-    with pytest.raises(FileNotFoundError):
-        files.remove_unwritten(str(left), untold=True)
+@pytest.fixture
+def fresh(monkeypatch):
+    """As in a process that has not written into any folder yet."""
+    monkeypatch.setattr(_whole_file, "_swept", set())
 
 
-def test_leftovers_without_locks(tmp_path, monkeypatch):
-    """On a file system without locks the caller's word decides, and files are written all the same."""
+def leftover(folder, name="a.bmp", age=0):
+    path = folder / f".{name}.12.kivo-part"
+    path.write_bytes(b"half a picture")
+    os.utime(path, (time.time() - age,) * 2)
+    return path
+
+
+@pytest.mark.parametrize("write", [lambda path: kivo.write_rwh(path, bytes(4), "Mono8", width=2, height=2),
+                                   lambda path: kivo.write_bmp(path, np.zeros((2, 2), np.uint8))])
+def test_what_a_dead_writer_left_is_removed_by_the_next(write, tmp_path, fresh):
+    """Whatever its age; not what a living one writes, and nothing but files of such names."""
+    left, written = leftover(tmp_path), leftover(tmp_path, "b.bmp", age=7200)
+    others = [tmp_path / name for name in (".kivo-part.bmp", "a.kivo-part", ".a.bmp.kivo-partial")]
+    for path in others:
+        path.write_bytes(b"something else")
+    folder, pipe, link = (tmp_path / f".{name}.kivo-part" for name in ("folder", "pipe", "link"))
+    folder.mkdir()
+    os.mkfifo(pipe)
+    link.symlink_to(others[0])
+    kept = {path.name for path in (written, folder, pipe, link, *others)}
+    with open(written, "rb") as living:
+        fcntl.flock(living, fcntl.LOCK_EX)
+        write(tmp_path / "new")
+        assert not left.exists() and set(os.listdir(tmp_path)) == {*kept, "new"}
+    # Once for a folder in a process; the next process finds what this one has not.
+    write(tmp_path / "new")
+    assert written.exists()
+
+
+def test_a_process_that_is_killed_leaves_nothing_for_long(tmp_path, fresh):
+    script = """
+        import os, signal, sys
+        from kivocamutl import _whole_file
+        with _whole_file.atomic_file(sys.argv[1]) as (_, descriptor):
+            os.write(descriptor, b"half a picture")
+            os.kill(os.getpid(), signal.SIGKILL)
+        """
+    environment = {**os.environ, "PYTHONPATH": os.path.dirname(os.path.dirname(kivo.__file__))}
+    done = subprocess.run([sys.executable, "-c", textwrap.dedent(script), str(tmp_path / "a.bmp")], env=environment,
+                          timeout=240)
+    assert done.returncode == -signal.SIGKILL
+    left, = os.listdir(tmp_path)
+    assert _whole_file.is_temporary(left)
+    kivo.write_bmp(tmp_path / "b.bmp", np.zeros((2, 2), np.uint8))
+    assert os.listdir(tmp_path) == ["b.bmp"]
+
+
+def test_leftovers_without_locks(tmp_path, monkeypatch, fresh):
+    """On a file system without locks age and tag decide, and files are written all the same."""
 
     def flock(descriptor, operation):
         raise OSError(errno.ENOLCK, "No locks available")
 
     monkeypatch.setattr(fcntl, "flock", flock)
-    with files.atomic_file(tmp_path / "a.bmp") as (temporary, descriptor):
+    old, young = leftover(tmp_path, "old.bmp", age=3700), leftover(tmp_path, "young.bmp", age=3500)
+    with _whole_file.atomic_file(tmp_path / "a.bmp") as (temporary, descriptor):
         os.write(descriptor, b"whole")
-        assert not files.remove_unwritten(temporary, untold=False)
+        assert not old.exists() and young.exists()
+        assert not _whole_file.remove_if_stale(temporary)
     assert (tmp_path / "a.bmp").read_bytes() == b"whole"
-    left = tmp_path / ".a.bmp.12.kivo-part"
-    left.write_bytes(b"half a picture")
-    assert not files.remove_unwritten(str(left), untold=False) and left.exists()
-    assert files.remove_unwritten(str(left), untold=True) and not left.exists()
+    assert not _whole_file.remove_if_stale(str(young), tag="34") and young.exists()
+    assert _whole_file.remove_if_stale(str(young), tag="12") and not young.exists()
+    with pytest.raises(FileNotFoundError):
+        _whole_file.remove_if_stale(str(young))
 
 
 @pytest.mark.parametrize("moment", ["deleted", "locked"])
@@ -267,7 +349,7 @@ def test_a_file_that_is_swept_up_before_its_lock(moment, tmp_path, monkeypatch):
 
     def sweep(name, *arguments, **keywords):
         descriptor = real(name, *arguments, **keywords)
-        if not others and str(name).endswith(files.TEMPORARY_SUFFIX):
+        if not others and _whole_file.is_temporary(os.path.basename(name)):
             others.append(open(name, "rb"))
             fcntl.flock(others[0], fcntl.LOCK_EX)
             if moment == "deleted":
@@ -301,3 +383,115 @@ def test_trouble_at_the_end_of_a_write(call, number, write, tmp_path, monkeypatc
     assert path.read_bytes() == b"what was there"
     assert os.listdir(tmp_path) == ["target"]
 
+
+
+def grey(path, **how):
+    kivo.write_bmp(path, np.zeros((2, 2), np.uint8), **how)
+
+
+def rwh(path, **how):
+    kivo.write_rwh(path, bytes(4), "Mono8", width=2, height=2, **how)
+
+
+def packed(path, **how):
+    kivo.write_rwh(path, bytes(3), "Mono12p", width=2, height=1, **how)
+
+
+WRITERS = pytest.mark.parametrize("write", [grey, rwh, packed])
+
+
+@WRITERS
+@pytest.mark.parametrize("mode", [0o600, 0o640, 0o664, 0o755, 0o222])
+def test_a_file_that_is_replaced_passes_on_its_permissions(mode, write, tmp_path):
+    path = tmp_path / "target"
+    path.write_bytes(b"what was there")
+    path.chmod(mode)
+    (tmp_path / "link").symlink_to("target")
+    for name in ("target", "link"):
+        write(tmp_path / name)
+        assert stat.S_IMODE(path.stat().st_mode) == mode and path.read_bytes() != b"what was there"
+    assert (tmp_path / "link").is_symlink()
+
+
+def test_a_secret_is_none_for_a_moment(tmp_path):
+    path = tmp_path / "target"
+    path.write_bytes(b"what was there")
+    path.chmod(0o600)
+    with _whole_file.atomic_file(path) as (temporary, _):
+        assert stat.S_IMODE(os.stat(temporary).st_mode) == 0o600
+
+
+def test_a_file_that_is_replaced_passes_on_owner_and_group(tmp_path, monkeypatch):
+    path = tmp_path / "target"
+    path.write_bytes(b"what was there")
+    path.chmod(0o674)
+    old, asked = os.stat(path), []
+
+    class Other:
+        st_mode, st_uid, st_gid = old.st_mode, old.st_uid + 1, old.st_gid + 1
+
+    def fchown(refused):
+        def call(descriptor, owner, group):
+            asked.append((owner, group))
+            if owner in refused:
+                raise PermissionError(errno.EPERM, "Operation not permitted")
+        return call
+
+    owner, group = Other.st_uid, Other.st_gid
+    for refused, calls, mode in (((), [(owner, group)], 0o674),
+                                 ((owner,), [(owner, group), (-1, group)], 0o674),
+                                 ((owner, -1), [(owner, group), (-1, group)], 0o644)):
+        monkeypatch.setattr(os, "fchown", fchown(refused))
+        asked.clear()
+        with open(path, "r+b") as file:
+            assert _whole_file._take_over(file.fileno(), Other) == mode
+        assert asked == calls
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root may give files away")
+def test_root_replaces_the_file_of_a_user(tmp_path):
+    path = tmp_path / "target"
+    path.write_bytes(b"what was there")
+    os.chown(path, 12345, 23456)
+    grey(path)
+    info = path.stat()
+    assert (info.st_uid, info.st_gid) == (12345, 23456)
+
+
+@WRITERS
+def test_a_read_only_file_is_replaced_by_force_only(write, tmp_path):
+    path = tmp_path / "target"
+    path.write_bytes(b"what was there")
+    path.chmod(0o444)
+    with pytest.raises(kivo.FileWriteError, match="is read-only") as caught:
+        write(path)
+    assert isinstance(caught.value, PermissionError) and caught.value.filename == str(path)
+    assert path.read_bytes() == b"what was there" and os.listdir(tmp_path) == ["target"]
+    write(path, force=True)
+    assert path.read_bytes() != b"what was there" and stat.S_IMODE(path.stat().st_mode) == 0o444
+    assert os.listdir(tmp_path) == ["target"]
+
+
+@WRITERS
+@pytest.mark.parametrize("links", [True, False])
+def test_no_clobber_replaces_nothing(links, write, tmp_path, monkeypatch):
+    """Neither what is there when the write begins nor what comes in the meantime, with hard links and without."""
+    if not links:
+        def link(*arguments):
+            raise PermissionError(errno.EPERM, "Operation not permitted")
+        monkeypatch.setattr(os, "link", link)
+    path = tmp_path / "target"
+    write(path, no_clobber=True)
+    assert path.stat().st_size > 4 and os.listdir(tmp_path) == ["target"]
+    path.write_bytes(b"what was there")
+    with pytest.raises(kivo.FileWriteError, match="is there already") as caught:
+        write(path, no_clobber=True)
+    assert isinstance(caught.value, FileExistsError)
+    with pytest.raises(kivo.OptionError, match="no_clobber"):
+        write(path, no_clobber=True, force=True)
+    path.unlink()
+    with pytest.raises(kivo.FileWriteError) as caught:
+        with _whole_file.atomic_file(path, no_clobber=True):
+            path.write_bytes(b"what was there")
+    assert isinstance(caught.value, FileExistsError) and caught.value.filename == str(path)
+    assert path.read_bytes() == b"what was there" and os.listdir(tmp_path) == ["target"]

@@ -6,11 +6,12 @@ from __future__ import annotations
 import ctypes
 import pathlib
 import re
+from typing import get_args
 
 import pytest
 
 import kivocamutl as kivo
-from kivocamutl import _library
+from kivocamutl import _engine, _library, options, pixel_formats
 
 HEADER = pathlib.Path(__file__).resolve().parents[2] / "include" / "KivoCamUtl.h"
 
@@ -43,7 +44,7 @@ def test_codes_and_version_of_the_header():
 
 
 def test_names_and_codes_are_unique():
-    everything = [*kivo.formats(), *kivo.packed_formats()]
+    everything = kivo.formats()
     assert len({f.name.lower() for f in everything}) == len(everything) == len({f.code for f in everything})
 
 
@@ -54,7 +55,7 @@ def test_names_elsewhere():
     assert (gb.opencv, gb.v4l2, gb.gstreamer) == ("COLOR_BayerGR2BGR", "SGBRG12", "gbrg12le")
     assert kivo.find_format("YUV411_8_UYYVYY").gstreamer == "IYU1"
     for format in kivo.formats():
-        if format.order:
+        if format.order and format.packing == "plain":
             assert format.v4l2 == f"S{format.gstreamer[:4].upper()}{format.depth}"
 
 
@@ -67,11 +68,63 @@ def test_sizes_and_shapes():
 
 
 def test_a_library_that_is_not_there_is_named(monkeypatch, tmp_path):
-    monkeypatch.setattr(_library, "_loaded", None)
-    monkeypatch.setenv("KIVOCAMUTL_LIBRARY", str(tmp_path / "none.so"))
-    with pytest.raises(kivo.LibraryNotFoundError, match="none.so") as caught:
-        _library.library()
-    assert isinstance(caught.value, OSError)
-    monkeypatch.setenv("KIVOCAMUTL_LIBRARY", "libc.so.6")
-    with pytest.raises(kivo.LibraryNotFoundError, match="PrepareLUT"):
-        _library.library()
+    monkeypatch.setattr(_library, "_loaded", {})
+    for soname, variable, missing in ((_library.CAMUTL, "KIVOCAMUTL_LIBRARY", "SaveBmpARGB_S"),
+                                      (_library.FRAME, "KIVOFRAME_LIBRARY", "kivo_message")):
+        monkeypatch.setenv(variable, str(tmp_path / "none.so"))
+        with pytest.raises(kivo.LibraryNotFoundError, match=f"none.so.*{variable}") as caught:
+            _library.library(soname)
+        assert isinstance(caught.value, OSError)
+        monkeypatch.setenv(variable, "libc.so.6")
+        with pytest.raises(kivo.LibraryNotFoundError, match=f"libc.so.6 has no {missing}"):
+            _library.library(soname)
+        monkeypatch.delenv(variable)
+
+
+@pytest.mark.skipif(not HEADER.exists(), reason="the header is not beside the package")
+def test_structures_are_those_of_the_header():
+    """Names and order of all fields, which are pointers, sizes and 32-bit numbers."""
+    text = HEADER.with_name("KivoFrame.h").read_text()
+    for name, structure in (("kivo_format", _engine.FormatStruct), ("kivo_options", _engine.OptionsStruct),
+                            ("kivo_frame", _engine.Memory), ("kivo_picture", _engine.Memory)):
+        body = re.sub(r"/\*.*?\*/", "", text.split(f"typedef struct {name} {{")[1].split("}")[0], flags=re.S)
+        fields = re.findall(r"(\w+[\s*]+)(\w+);", body)
+        assert [field for _, field in fields] == [field for field, _ in structure._fields_]
+        sizes = {"uint32_t": 4, "size_t": 8, "ptrdiff_t": 8}
+        assert [sizes.get(kind.strip(), ctypes.sizeof(ctypes.c_void_p)) for kind, _ in fields] == \
+            [ctypes.sizeof(kind) for _, kind in structure._fields_]
+
+
+@pytest.mark.skipif(not HEADER.exists(), reason="the header is not beside the package")
+def test_words_are_those_of_the_header():
+    """The place of a word is its value in the header, and every status is one kind of error."""
+    text = HEADER.with_name("KivoFrame.h").read_text()
+    values = {name: int(value) for name, value in re.findall(r"\b(KIVO_\w+) =\s+(\d+)", text)}
+
+    def named(words, prefix, suffix=""):
+        return [values[f"KIVO_{prefix}{word.upper()}{suffix}"] for word in words] == list(range(len(words)))
+
+    outputs = [word if word.endswith("16") else f"{word}8" for word in get_args(options.Output)]
+    assert named(outputs, "") and len(outputs) == values["KIVO_SAMPLES"] == _engine.SAMPLES
+    assert named(get_args(options.Bayer), "BAYER_") and named(get_args(options.Levels), "LEVELS_")
+    assert named(pixel_formats._FAMILIES, "") 
+    assert [values[f"KIVO_ORDER_{order or 'NONE'}"] for order in pixel_formats._ORDERS] == list(range(5))
+    assert named(pixel_formats._PACKINGS, "")
+    for name in ("MIRROR", "FLIP", "WITH_SHIFT", "WITH_RANGE", "EMPTY_IMAGE"):
+        assert getattr(_engine, name) == values[f"KIVO_{name}"]
+    errors = {
+        kivo.UnknownFormatError: ["UNKNOWN_FORMAT"],
+        kivo.OptionError: ["UNKNOWN_OPTION", "BAD_SHIFT", "BAD_RANGE", "BAD_LEVELS"],
+        kivo.SampleTypeError: ["NO_BYTE_ORDER"],
+        MemoryError: ["OUT_OF_MEMORY"],
+        kivo.FrameSizeError: ["EMPTY_IMAGE", "TOO_LARGE", "PARTIAL_GROUP", "CROP_OUTSIDE", "SPLIT_GROUP", "ACPI_SIZE",
+                              "HALF_SIZE", "SHORT_STRIDE", "SHORT_BUFFER", "SHORT_PICTURE_STRIDE", "SHORT_PICTURE",
+                              "OVERLAP"],
+    }
+    kinds = {values[f"KIVO_{name}"]: kind for kind, names in errors.items() for name in names}
+    _engine.check(0, "frame")
+    for status in range(1, values["KIVO_SCHEDULER_FAILED"] + 2):
+        with pytest.raises(kinds.get(status, kivo.StatusError)) as caught:
+            _engine.check(status, "frame")
+        if status in kinds:
+            assert str(caught.value) == "frame: " + _engine.engine().kivo_message(status).decode()

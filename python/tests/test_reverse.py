@@ -8,9 +8,9 @@ import pytest
 
 import kivocamutl as kivo
 import numpy_model as model
-from conftest import make_frame
+from conftest import make_frame, plain_formats
 
-FORMATS = kivo.formats()
+FORMATS = plain_formats()
 FLAGS = [(h, v) for h in (False, True) for v in (False, True)]
 
 

@@ -1,11 +1,15 @@
 # SPDX-License-Identifier: Apache-2.0
 cmake_minimum_required(VERSION 3.21)
-# Installs every component alone: each has what it is for, together they are the whole tree, and the manifest takes
-# everything away again. OPTIONAL names the components that this build may lack.
-set(runtime "^${LIBDIR}/libKivoCamUtl\\.so\\.[0-9.]+$")
-set(development "^(include/.*\\.hp?p?|${LIBDIR}/(libKivoCamUtl\\.(so|a)|cmake/KivoCamUtl/.*|pkgconfig/KivoCamUtl\\.pc))$")
-set(tool "^(bin/kivocam|share/man/man1/kivocam.*\\.1|share/bash-completion/completions/kivocam)$")
-set(python "^lib/python3[^/]*/[a-z]+-packages/kivocamutl/[^/]*(\\.py|py\\.typed)$")
+# Installs every component alone: each has what it is for, together they are the whole tree, and the target uninstall
+# takes everything away again. OPTIONAL names the components that this build may lack.
+string(REPLACE "," "|" libraries "${LIBRARIES}")
+string(REPLACE "," "|" modules "${MODULES}")
+set(runtime "^${LIBDIR}/lib(${libraries})\\.so\\.[0-9.]+$")
+set(development
+  "^(include/.*\\.hp?p?|${LIBDIR}/(lib(${libraries})\\.(so|a)|cmake/KivoCamUtl/.*|pkgconfig/(${modules})\\.pc))$")
+set(tool "^(bin/kivocam|share/man/man1/kivocam.*\\.1|share/(bash-completion/completions/kivocam|\
+zsh/site-functions/_kivocam|fish/vendor_completions.d/kivocam.fish))$")
+set(python "^lib/python3[^/]*/[a-z]+-packages/kivocamutl(/[^/]*(\\.py|py\\.typed)|-[0-9.]+\\.dist-info/METADATA)$")
 set(documentation "^share/doc/[^/]+/")
 
 function(install_to prefix)
@@ -48,11 +52,35 @@ if(NOT parts STREQUAL all)
   message(SEND_ERROR "the components are not the whole tree: ${all} is in none, or a file is in two")
 endif()
 
-# As documented: xargs rm <install_manifest.txt
+# The target uninstall takes the files away, and the folders that were made for them, but nothing of anybody else.
+function(uninstall)
+  execute_process(COMMAND ${CMAKE_COMMAND} -DBUILD=${BUILD} -P ${SOURCE}/../../cmake/KivoUninstall.cmake RESULT_VARIABLE result
+    OUTPUT_VARIABLE output ERROR_VARIABLE output)
+  if(NOT result EQUAL 0)
+    message(SEND_ERROR "uninstall failed: ${output}")
+  endif()
+endfunction()
+
+file(REMOVE ${BUILD}/install_folders.txt)
 install_to(${WORK}/all)
-file(STRINGS ${BUILD}/install_manifest.txt installed)
-file(REMOVE ${installed})
-files_below(${WORK}/all left)
-if(left)
-  message(SEND_ERROR "the manifest leaves behind: ${left}")
+uninstall()
+if(EXISTS ${WORK}/all)
+  file(GLOB_RECURSE left LIST_DIRECTORIES true ${WORK}/all/*)
+  message(SEND_ERROR "uninstalling leaves behind: ${WORK}/all ${left}")
+endif()
+# An empty folder that was there before stays, and so does a foreign file.
+file(MAKE_DIRECTORY ${WORK}/all/include)
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/all OUTPUT_QUIET)
+file(WRITE ${WORK}/all/${LIBDIR}/cmake/foreign.txt "of another package")
+uninstall()
+file(GLOB_RECURSE left LIST_DIRECTORIES true RELATIVE ${WORK}/all ${WORK}/all/*)
+list(SORT left)
+set(foreign include ${LIBDIR} ${LIBDIR}/cmake ${LIBDIR}/cmake/foreign.txt)
+get_filename_component(above ${LIBDIR} DIRECTORY)
+if(above)
+  list(APPEND foreign ${above})
+endif()
+list(SORT foreign)
+if(NOT left STREQUAL foreign)
+  message(SEND_ERROR "uninstalling leaves behind: ${left}, not ${foreign}")
 endif()

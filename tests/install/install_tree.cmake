@@ -7,16 +7,23 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${PREFIX} R
 if(NOT result EQUAL 0)
   message(FATAL_ERROR "install failed: ${output}")
 endif()
-foreach(file include/KivoCamUtl.h include/KivoCamUtl.hpp include/kivocamutl/unpack.hpp ${LIBDIR}/libKivoCamUtl.so.1
-             ${LIBDIR}/libKivoCamUtl.so ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlConfig.cmake
-             ${LIBDIR}/pkgconfig/KivoCamUtl.pc ${DOCDIR}/LICENSE ${DOCDIR}/README.md ${DOCDIR}/docs/formats.md)
+set(libraries)
+string(REPLACE "," ";" LIBRARIES "${LIBRARIES}")
+string(REPLACE "," ";" MODULES "${MODULES}")
+foreach(library IN LISTS LIBRARIES)
+  list(APPEND libraries include/${library}.h ${LIBDIR}/lib${library}.so ${LIBDIR}/lib${library}.so.${MAJOR})
+endforeach()
+list(TRANSFORM MODULES REPLACE "(.+)" "${LIBDIR}/pkgconfig/\\1.pc")
+foreach(file ${libraries} include/KivoCamUtl.hpp include/kivocamutl/unpack.hpp include/kivo/frame.hpp
+             ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlConfig.cmake ${MODULES}
+             ${DOCDIR}/LICENSE ${DOCDIR}/README.md ${DOCDIR}/docs/formats.md)
   if(NOT EXISTS ${PREFIX}/${file})
     message(SEND_ERROR "not installed: ${file}")
   endif()
 endforeach()
 # The installed tree may be moved: it names neither its prefix nor the build tree.
 foreach(file ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlConfig.cmake ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlTargets.cmake
-             ${LIBDIR}/pkgconfig/KivoCamUtl.pc)
+             ${MODULES})
   if(EXISTS ${PREFIX}/${file})
     file(READ ${PREFIX}/${file} text)
     foreach(path ${PREFIX} ${BUILD})
@@ -35,7 +42,8 @@ if(SKIP_RPATH)
   set(ENV{LD_LIBRARY_PATH} ${PREFIX}-moved/${LIBDIR})
 endif()
 if(EXISTS ${PREFIX}/bin/kivocam AND NOT EMULATOR)
-  foreach(file share/man/man1/kivocam.1 share/man/man1/kivocam-convert.1 share/bash-completion/completions/kivocam)
+  foreach(file share/man/man1/kivocam.1 share/man/man1/kivocam-convert.1 share/bash-completion/completions/kivocam
+               share/zsh/site-functions/_kivocam share/fish/vendor_completions.d/kivocam.fish)
     if(NOT EXISTS ${PREFIX}/${file})
       message(SEND_ERROR "not installed: ${file}")
     endif()

@@ -20,3 +20,5 @@ run(${CMAKE_COMMAND} -S ${SOURCE}/consumer -B ${WORK}/build -DCMAKE_PREFIX_PATH=
 run(${CMAKE_COMMAND} --build ${WORK}/build)
 run(${EMULATOR} ${WORK}/build/consumer ${WORK})
 run(${EMULATOR} ${WORK}/build/consumer_cpp)
+run(${EMULATOR} ${WORK}/build/frame_consumer)
+run(${EMULATOR} ${WORK}/build/frame_consumer_cpp)
