@@ -2,6 +2,7 @@
 // The command line of kivocam: what can be said, and how each command ends.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <iostream>
@@ -9,9 +10,10 @@
 #include <string_view>
 #include <vector>
 
-#include "commands.h"
-#include "failure.h"
-#include "text.h"
+#include "commands/commands.h"
+#include "words/failure.h"
+#include "words/numbers.h"
+#include "words/text.h"
 
 namespace {
 
@@ -20,7 +22,24 @@ using tool::Exit;
 const char kExitCodes[] =
     "Exit codes: 0 done; 1 the command line makes no sense; 2 an input cannot be read or is not what it claims;\n"
     "3 the output cannot be written (nothing is left behind); 4 a format, size or conversion that does not exist;\n"
-    "5 some of several files failed, the others are done.";
+    "5 some of several files failed, the others are done; 6 memory or open files ran out, try again with more.";
+
+// A number as --offset and --size have it: decimal, without sign, prefix or white space.
+CLI::Validator numberFrom(std::uint64_t least, std::uint64_t most) {
+  const std::string range =
+      tool::printed("%u to %u", static_cast<unsigned>(least), static_cast<unsigned>(most));
+  return CLI::Validator(
+      [=](std::string &text) -> std::string {
+        try {
+          const std::uint64_t value = tool::parseNumber(text, "");
+          text = std::to_string(value);
+          if (value >= least && value <= most) return "";
+        } catch (const tool::Failure &) {
+        }
+        return "'" + text + "' is not a number from " + range;
+      },
+      range);
+}
 
 void addHeaderlessOptions(CLI::App &command, tool::InputOptions &input) {
   const char *group = "Headerless input";
@@ -50,6 +69,12 @@ CLI::App *addCommand(CLI::App &app, const char *name, const char *summary, const
 
 void addPictureType(CLI::App &command, std::string &to) {
   command.add_option("--to", to, "Type of OUT: png, ppm or bmp (default: its extension)")->type_name("TYPE");
+}
+
+void addOutputRules(CLI::App &command, tool::OutputRules &rules, const char *group = "Options") {
+  CLI::Option *force =
+      command.add_flag("--force", rules.force, "Replace a file that is read-only, too")->group(group);
+  command.add_flag("--no-clobber", rules.noClobber, "Replace no file")->group(group)->excludes(force);
 }
 
 // Standard output under the name that the system has for it is a stream, not a file to be replaced.
@@ -111,11 +136,12 @@ void addReport(CLI::App &app, Options &all) {
                     "Spread the samples of each frame from black to white");
   command->add_option("-j,--jobs", options.jobs, "Files at a time (default: one for each processor)")
       ->type_name("N")
-      ->check(CLI::Range(1U, 256U));
+      ->check(numberFrom(1, 256));
   command->add_flag("-q,--quiet", options.quiet, "No progress");
   command->add_flag("--json", options.json, "Print the facts too, as 'info --json' does");
   addHeaderlessOptions(*command, options.input);
   addSwapBytes(*command, options.input);
+  addOutputRules(*command, options.rules);
   command->callback([&all] {
     nameStandardOutput(all.report.output);
     all.result = tool::runReport(all.report);
@@ -148,21 +174,23 @@ void addConvertFiles(CLI::App &command, tool::ConvertOptions &options) {
       ->group(group);
   command.add_option("--png-level", options.pngLevel, "Compression of PNG, 0 (none) to 9 (slow)")
       ->type_name("N")
-      ->check(CLI::Range(0, 9))
+      ->check(numberFrom(0, 9))
       ->capture_default_str()
       ->group(group);
   command.add_option("-j,--jobs", options.jobs, "Files at a time (default: one for each processor)")
       ->type_name("N")
-      ->check(CLI::Range(1U, 256U))
+      ->check(numberFrom(1, 256))
       ->group(group);
   command
       .add_flag("--resume", options.resume,
                 "Leave out what is there already, whole and not older than its input")
       ->group(group);
   command
-      .add_flag("--no-sync", options.noSync,
-                "Do not wait for the disk: faster, but a power cut may leave files that are not whole")
+      .add_flag_callback(
+          "--no-sync", [&options] { options.rules.durable = false; },
+          "Do not wait for the disk: faster, but a power cut may leave files that are not whole")
       ->group(group);
+  addOutputRules(command, options.rules, group);
   command.add_flag("-q,--quiet", options.quiet, "No progress, no summary, no notes")->group(group);
   command.add_flag("--json", options.json, "One JSON object a line for each file, and one for all")
       ->group(group);
@@ -188,7 +216,7 @@ void addConvertSamples(CLI::App &command, tool::ConvertOptions &options, std::st
           "--shift", options.shift,
           "Bits that wide samples lose at the lower end; what is above 8 bits wraps (default: depth - 8)")
       ->type_name("N")
-      ->check(CLI::Range(0, 15))
+      ->check(numberFrom(0, 15))
       ->group(group);
   command
       .add_option(
@@ -256,6 +284,7 @@ void addImport(CLI::App &app, Options &all) {
       ->required();
   addHeaderlessOptions(*command, all.import.input);
   addSwapBytes(*command, all.import.input);
+  addOutputRules(*command, all.import.rules);
   command->callback([&all] {
     all.import.input.named = true;
     nameStandardOutput(all.import.output);
@@ -268,7 +297,8 @@ void addMosaic(CLI::App &app, Options &all) {
       addCommand(app, "mosaic", "Make of a picture the raw frame that a camera would deliver of it",
                  "  kivocam mosaic photo.png photo.rwh --format BayerGB10\n"
                  "  kivocam mosaic photo.ppm photo.raw --format YUV422_8_UYVY\n");
-  command->add_option("PICTURE", all.mosaic.picture, "PNG, PPM, PGM or BMP picture")->required();
+  command->add_option("PICTURE", all.mosaic.picture, "PNG, PPM, PGM or BMP picture, or - (standard input)")
+      ->required();
   command
       ->add_option("OUT", all.mosaic.output,
                    "RWH file, or headerless where the name does not end in .rwh, or - (standard output)")
@@ -278,6 +308,7 @@ void addMosaic(CLI::App &app, Options &all) {
       ->required();
   command->add_option("--to", all.mosaic.to, "Type of OUT: rwh or raw (default: its extension)")
       ->type_name("TYPE");
+  addOutputRules(*command, all.mosaic.rules);
   command->callback([&all] {
     nameStandardOutput(all.mosaic.output);
     tool::runMosaic(all.mosaic);
@@ -288,7 +319,8 @@ void addCompare(CLI::App &app, Options &all) {
   CLI::App *command =
       addCommand(app, "compare", "Tell how far two pictures are apart: largest difference, PSNR, CPSNR",
                  "  kivocam compare photo.png converted.bmp\n  kivocam compare --json a.png b.png\n");
-  command->add_option("A", all.compare.first, "PNG, PPM, PGM or BMP picture")->required();
+  command->add_option("A", all.compare.first, "PNG, PPM, PGM or BMP picture, or - (standard input)")
+      ->required();
   command->add_option("B", all.compare.second, "Picture of the same size and depth, 8 or 16 bits a sample")
       ->required();
   command->add_flag("--json", all.compare.json,
@@ -301,10 +333,11 @@ void addScene(CLI::App &app, Options &all) {
       addCommand(app, "scene", "Draw the test scene: zone plate, colours, edges, fine text and ramps",
                  "  kivocam scene scene.png\n  kivocam scene scene.ppm --size 1920x1080\n");
   command->add_option("OUT", all.scene.output, "Picture to write, or - (standard output)")->required();
-  command->add_option("-s,--size", all.scene.size, "Width and height in pixels")
+  command->add_option("-s,--size", all.scene.size, "Width and height in pixels, 160x160 to 16384x16384")
       ->type_name("WxH")
       ->capture_default_str();
   addPictureType(*command, all.scene.to);
+  addOutputRules(*command, all.scene.rules);
   command->callback([&all] {
     nameStandardOutput(all.scene.output);
     tool::runScene(all.scene);
@@ -318,7 +351,10 @@ void addSheet(CLI::App &app, Options &all) {
                  "  kivocam sheet sheet.png a.png b.png --labels 'first' 'second\\n31.2 dB' --columns 2\n");
   tool::SheetOptions &options = all.sheet;
   command->add_option("OUT", options.output, "Picture to write, or - (standard output)")->required();
-  command->add_option("PICTURES", options.pictures, "PNG, PPM, PGM or BMP pictures")->required();
+  command
+      ->add_option("PICTURES", options.pictures,
+                   "PNG, PPM, PGM or BMP pictures; one can be - (standard input)")
+      ->required();
   command
       ->add_option("--labels", options.labels,
                    "One label a picture (default: file names); \\n starts another line")
@@ -326,12 +362,13 @@ void addSheet(CLI::App &app, Options &all) {
   command->add_option("--title", options.title, "Heading of the page")->type_name("TEXT");
   command->add_option("--columns", options.columns, "Thumbnails in a row")
       ->type_name("N")
-      ->check(CLI::Range(1U, 64U))
+      ->check(numberFrom(1, 64))
       ->capture_default_str();
   command->add_option("--cell", options.cell, "Largest size of a thumbnail")
       ->type_name("WxH")
       ->capture_default_str();
   addPictureType(*command, options.to);
+  addOutputRules(*command, options.rules);
   command->callback([&all] {
     nameStandardOutput(all.sheet.output);
     tool::runSheet(all.sheet);
@@ -406,6 +443,8 @@ int run(int argc, char **argv) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  // A limit on the size of files is an error of the file that meets it, not the end of the others.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     return run(argc, argv);
   } catch (const tool::Failure &failure) {
@@ -413,7 +452,7 @@ int main(int argc, char **argv) {
   } catch (const std::bad_alloc &) {
     std::fflush(stdout);
     std::fputs("kivocam: not enough memory\n", stderr);
-    return static_cast<int>(Exit::Input);
+    return static_cast<int>(Exit::Shortage);
   } catch (const std::exception &error) {
     return complain(error.what(), Exit::Input);
   }

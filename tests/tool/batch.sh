@@ -158,6 +158,12 @@ summary '1 converted, 3 skipped, 0 failed'
 touch in/a.rwh
 batch 0 in/a.rwh a.pgm --bayer off && batch 0 in/a.rwh a.pgm --bayer off --resume --json && says '"skipped": 1'
 
+# --time names the converter that is used: frames too small for the adaptive one take the other.
+tail -c +17 good.rwh >small.raw
+for size in 4x4:ACPI 3x4: 4x3: 2x2:; do
+  batch 0 small.raw small.png --format BayerRG8 --size ${size%:*} --any-size --bayer acpi --time --quiet
+  says "^BayerRG8 ${size%:*} ConvByrRG8ToBGRA${size#*:} [0-9]"
+done
 # --time tells each file apart.
 batch 0 in/a.rwh in/day2/d.rwh -o timed --time -j 2
 says '^BayerRG8 160x160 ConvByrRG8ToBGRA [0-9]+\.[0-9]{3} in/day2/d\.rwh$'
@@ -177,6 +183,10 @@ if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; the
   tr '\r' '\n' <terminal | grep -Eq '^\[#*\.+\] [0-9]+/12' || fail "no bar: $(cat terminal)"
   tr '\r' '\n' <terminal | grep -Eq '(^|K)kivocam: 11 converted, 0 skipped, 1 failed in' || fail "no summary: $(cat terminal)"
   tr '\r' '\n' <terminal | grep -Eq '(^|K)kivocam: many/7.rwh: the file is shorter' || fail "no message: $(cat terminal)"
+  # Rates of a report are those of its frames.
+  TERM=xterm script -qec "'$kivocam' report many -o page.html -j 1" /dev/null >terminal 2>&1
+  checks=$((checks + 1))
+  { grep -aEq '[1-9][0-9.]* [kM]B/s' terminal && ! grep -aq ' 0\.0 .B/s' terminal; } || fail "rates: $(cat terminal)"
   # What goes to the same terminal stands in lines of its own, too.
   for facts in --json --time; do
     rm -rf bar

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "byte_sink.h"
-#include "failure.h"
-#include "picture.h"
+#include "files/byte_sink.h"
+#include "pictures/picture.h"
 #include "support/temp_dir.h"
+#include "words/failure.h"
 
 namespace {
 

@@ -158,7 +158,17 @@ fails 1 "'frobnicate' is not a command; see 'kivocam --help'" frobnicate
 fails 1 "OUT is required; see 'kivocam convert --help'" convert good.rwh
 fails 1 "The following argument was not expected: --fast; see 'kivocam convert --help'" convert good.rwh out.png --fast
 fails 1 "--format is required; see 'kivocam mosaic --help'" mosaic scene.png out.rwh
-fails 1 "--columns: Value 0 not in range 1 to 64; see 'kivocam sheet --help'" sheet out.png scene.png --columns 0
+# Numbers are decimal and without sign, whichever option has them.
+for bad in -1 +7 ' 7' 7x 0x7 7.0 99999999999999999999; do
+  fails 1 "--columns: '$bad' is not a number from 1 to 64; see 'kivocam sheet --help'" sheet out.png scene.png "--columns=$bad"
+  fails 1 "--png-level: '$bad' is not a number from 0 to 9; see 'kivocam convert --help'" \
+    convert good.rwh out.png "--png-level=$bad"
+  fails 1 "--jobs: '$bad' is not a number from 1 to 256; see 'kivocam report --help'" report good.rwh -o out.html "-j$bad"
+  fails 1 "--shift: '$bad' is not a number from 0 to 15; see 'kivocam convert --help'" \
+    convert good.rwh out.png "--shift=$bad"
+done
+fails 1 "--columns: '0' is not a number from 1 to 64; see 'kivocam sheet --help'" sheet out.png scene.png --columns 0
+fails 1 "--png-level: '10' is not a number from 0 to 9; see 'kivocam convert --help'" convert good.rwh out.png --png-level 010
 fails 1 "'frobnicate' is not a command; see 'kivocam --help'" help frobnicate
 ok --help && cp stdout help && ok help && same stdout help
 ok convert --help && cp stdout help && ok help convert && same stdout help

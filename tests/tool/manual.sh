@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # shellcheck shell=sh
-# The man pages and the completion for bash know every command and option that --help knows, and no other.
+# The man pages and the completion for shells know every command and option that --help knows, and no other.
 # Usage: sh manual.sh KIVOCAM WORKDIR TOOLS
 tools=$3
 . "$(dirname "$0")/lib.sh"
@@ -70,7 +70,7 @@ printf '%s\n' "${COMPREPLY[@]}"
 END
   # completes WORD...: what bash offers for the last word.
   completes() {
-    bash complete.bash "$tools/kivocam.bash" "$kivocam" "$@" 2>complaints | sort -u >offered
+    bash complete.bash "$tools/completions/kivocam.bash" "$kivocam" "$@" 2>complaints | sort -u >offered
     checks=$((checks + 1))
     [ ! -s complaints ] || fail "completion of $*: $(cat complaints)"
   }
@@ -85,9 +85,14 @@ END
     agree "completion of $command" help offered
   done
   completes ''
-  { echo "$commands"; options ''; } | sort -u >help
+  { echo "$commands" && echo help && options ''; } | sort -u >help
   agree 'completion of commands' help offered
   completes con && offers convert
+  completes help con && offers convert
+  echo "$commands" | sort -u >help
+  completes help ''
+  agree 'completion of help' help offered
+  completes help convert '' && offers ''
   completes convert a.rwh --bayer '' && offers 'acpi off standard'
   completes convert --to p && offers 'pgm png ppm'
   completes mosaic --to '' && offers 'raw rwh'
@@ -106,7 +111,7 @@ END
   # And with a real key, where a terminal can be had.
   if command -v script >warnings && script -qec true /dev/null >warnings 2>&1; then
     cat >rc <<END
-source '$tools/kivocam.bash'
+source '$tools/completions/kivocam.bash'
 PS1='> '
 PATH='$work/bin':\$PATH
 END
@@ -131,6 +136,60 @@ END
     grep -aFq 'kivocam convert a\ frame.rwh --bayer acpi --format=BayerRG12Packed ; exit' typed ||
       fail "the tabulator key gives $(tr -d '\033\007' <typed)"
   fi
+fi
+
+# fish and zsh, where they are there: offered in the file offered, one a line.
+if command -v fish >warnings; then
+  in_fish() {
+    checks=$((checks + 1))
+    fish --no-config -c "source '$tools/completions/kivocam.fish'; complete -C '$kivocam $1'" 2>complaints |
+      cut -f 1 | sort -u >offered
+    [ ! -s complaints ] || fail "completion of $1 in fish: $(cat complaints)"
+  }
+  # fish takes the last part of the path for the name of the command.
+  in_fish ''
+  { echo "$commands" && echo help; } | sort -u >help
+  agree 'completion of commands in fish' help offered
+  for command in $commands; do
+    options "$command" >help
+    in_fish "$command -"
+    agree "completion of $command in fish" help offered
+  done
+  in_fish 'help con' && offers convert
+  in_fish 'mosaic --to ' && offers 'raw rwh'
+  in_fish 'convert a.rwh --bayer ' && offers 'acpi off standard'
+  in_fish 'info -f BayerRG12' && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
+fi
+if command -v zsh >warnings; then
+  cat >complete.zsh <<'END'
+# What the functions of the completion system would show.
+_describe() { local -a shown; [[ $1 != -o ]] || shift; shown=(${(P)2}); print -l -- ${shown%%:*} }
+compadd() { [[ $1 != -M ]] || shift 2; print -l -- $@ }
+_files() { print -l -- * }
+file=$1
+shift
+words=("$@")
+CURRENT=$#words
+source $file
+END
+  in_zsh() {
+    checks=$((checks + 1))
+    zsh -f complete.zsh "$tools/completions/_kivocam" "$kivocam" "$@" 2>complaints | sort -u >offered
+    [ ! -s complaints ] || fail "completion of $* in zsh: $(cat complaints)"
+  }
+  in_zsh ''
+  { echo "$commands" && echo help && options ''; } | sort -u >help
+  agree 'completion of commands in zsh' help offered
+  for command in $commands; do
+    options "$command" >help
+    in_zsh "$command" -
+    agree "completion of $command in zsh" help offered
+  done
+  in_zsh help ''
+  echo "$commands" | sort -u >help
+  agree 'completion of help in zsh' help offered
+  in_zsh mosaic --to '' && offers 'raw rwh'
+  in_zsh convert a.rwh --bayer '' && offers 'acpi off standard'
 fi
 
 finish

@@ -180,7 +180,7 @@ fails 1 '--raw: does not go with --shift: it keeps the samples as they are' conv
 fails 1 '--raw: does not go with --auto-range: it keeps the samples as they are' convert no out.png --raw --auto-range
 fails 1 '--raw: does not go with --time: it does not convert' convert no out.png --raw --time
 fails 1 '--raw: does not go with BMP, which has no 16 bits; take png, pgm or ppm' convert no out.bmp --raw
-fails 1 '--shift: Value 16 not in range 0 to 15; see '\''kivocam convert --help'\' convert no out.png --shift 16
+fails 1 "--shift: '16' is not a number from 0 to 15; see 'kivocam convert --help'" convert no out.png --shift 16
 fails 4 'bgr.raw: a shift is for samples of more than 8 bits, and lies between 0 and 15; it is 2 x 1 pixels of BGR8' \
   convert bgr.raw out.png --format BGR8 --size 2x1 --shift 2
 

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: Apache-2.0
+// convert: one frame, or many.
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+#include "commands/commands.h"
+#include "commands/convert_lines.h"
+#include "commands/convert_plan.h"
+#include "files/batch.h"
+#include "files/folders.h"
+#include "files/interrupt.h"
+#include "files/output_file.h"
+#include "frames/develop.h"
+#include "pictures/whole_picture.h"
+#include "words/failure.h"
+#include "words/numbers.h"
+
+namespace tool {
+namespace {
+
+Failure contradiction(const std::string &option, const std::string &other) {
+  return Failure(Exit::Usage, option, "does not go with " + other);
+}
+
+Treatment treatmentOf(const ConvertOptions &options) {
+  Treatment treatment;
+  if (!options.crop.empty()) treatment.crop = parseRegion(options.crop, "--crop");
+  treatment.mirror = options.mirror;
+  treatment.flip = options.flip;
+  treatment.autoRange = options.autoRange;
+  treatment.shift = options.shift;
+  treatment.bayer = options.bayer;
+  treatment.bgr = options.bgr;
+  treatment.anyBayerSize = options.anyBayerSize;
+  treatment.raw = options.raw;
+  return treatment;
+}
+
+void refuseContradictions(const ConvertOptions &options) {
+  const bool shifts = options.shift >= 0;
+  if (options.autoRange && shifts) throw contradiction("--shift", "--auto-range");
+  if (shifts && options.bayer == kivo::Bayer::Acpi)
+    throw contradiction("--shift", "--bayer acpi, which is for 8-bit samples (--auto-range makes such)");
+  if (options.raw && options.bayerGiven && options.bayer != kivo::Bayer::Off)
+    throw contradiction("--raw", "--bayer: it does not demosaic");
+  if (options.raw && options.bgr) throw contradiction("--raw", "--bgr: it does not convert");
+  if (options.raw && shifts) throw contradiction("--raw", "--shift: it keeps the samples as they are");
+  if (options.raw && options.autoRange)
+    throw contradiction("--raw", "--auto-range: it keeps the samples as they are");
+  if (options.raw && options.time) throw contradiction("--raw", "--time: it does not convert");
+}
+
+// One frame to its picture. Usable from several threads.
+class Converter {
+ public:
+  Converter(const ConvertOptions &options, const Treatment &treatment, const ConvertPlan &plan)
+      : options_(options), treatment_(treatment), type_(plan.type), inFolder_(!plan.folder.empty()) {
+    if (!plan.folder.empty()) folders_.setRoot(plan.folder);
+  }
+
+  Outcome convert(const Job &job) {
+    Outcome outcome;
+    std::error_code unknown;
+    const bool kept = options_.rules.noClobber && inFolder_ && std::filesystem::exists(job.output, unknown);
+    if (kept || (options_.resume && job.output != "-" && isDone(job.input, job.output, type_))) {
+      outcome.status = Outcome::Status::Skipped;
+      return outcome;
+    }
+    InputOptions from = options_.input;
+    from.file = job.input;
+    from.named = job.named;
+    RawInput input = loadInput(from);
+    outcome.bytes = input.fileBytes;
+    outcome.ignoredBytes = input.ignoredBytes;
+    const std::string subject = inputName(job.input);
+    Developed developed(std::move(input), treatment_, subject);
+    outcome.format = &developed.format();
+    outcome.width = developed.view().width;
+    outcome.height = developed.view().height;
+    if (!options_.raw) developed.convert();
+    if (options_.time) {
+      outcome.milliseconds = developed.timeConversion();
+      outcome.converter = developed.converterName();
+    }
+    folders_.make(job);
+    const std::unique_ptr<ByteSink> output = openOutput(job.output, options_.rules);
+    developed.write(type_, options_.pngLevel, *output);
+    output->commit();
+    outcome.status = Outcome::Status::Converted;
+    return outcome;
+  }
+
+ private:
+  const ConvertOptions &options_;
+  const Treatment treatment_;
+  const PictureType type_;
+  const bool inFolder_;
+  Folders folders_;
+};
+
+Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &job) {
+  BatchResult result;
+  const auto start = std::chrono::steady_clock::now();
+  const auto finish = [&](const Outcome &outcome) {
+    const std::string facts = lineOf(options, false, job, outcome);
+    if (!facts.empty()) std::printf("%s\n", facts.c_str());
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (options.json) printJsonSummary(result);
+  };
+  try {
+    const Outcome outcome = converter.convert(job);
+    const bool converted = outcome.status == Outcome::Status::Converted;
+    (converted ? result.counts.converted : result.counts.skipped) = 1;
+    finish(outcome);
+    if (outcome.ignoredBytes != 0 && !options.quiet)
+      std::fprintf(stderr, "%s\n", ignoredNote(job.input, outcome.ignoredBytes).c_str());
+  } catch (const std::exception &) {
+    if (options.json) {
+      result.counts.failed = 1;
+      finish(outcomeOf(job, [](const Job &) -> Outcome { throw; }));
+    }
+    throw;
+  }
+  return Exit::Ok;
+}
+
+Exit convertAll(Converter &converter, const ConvertOptions &options, const FileList &list) {
+  Progress progress(options.quiet);
+  Counts counts;
+  counts.total = list.jobs.size() + list.unreadable.size();
+  counts.failed = list.unreadable.size();
+  bool noted = false;
+  const auto report = [&](const Job &job, const Outcome &outcome) {
+    const std::string facts = lineOf(options, true, job, outcome);
+    if (!facts.empty()) progress.line(facts, stdout);
+    // What is true of one file of an archive is true of all: one line is enough.
+    if (outcome.ignoredBytes == 0 || noted || options.quiet) return;
+    progress.line(ignoredNote(job.input, outcome.ignoredBytes));
+    noted = true;
+  };
+  for (const Unreadable &tree : list.unreadable) {
+    Outcome outcome;
+    outcome.error = tree.folder + ": " + tree.reason;
+    report({tree.folder, {}, {}, false}, outcome);
+  }
+  const BatchResult result = runBatch(
+      list.jobs, options.jobs, progress, counts,
+      [&converter](const Job &job) { return converter.convert(job); }, report);
+  if (result.outputLost && result.notDone != 0)
+    std::fprintf(stderr, "kivocam: %u outputs in a row could not be written: given up\n", kLostOutputs);
+  if (options.json) printJsonSummary(result);
+  if (!options.quiet) printSummary(result);
+  if (result.signal != 0 && result.notDone != 0) {
+    std::fflush(stdout);
+    endBySignal(result.signal);
+  }
+  return result.code();
+}
+
+}  // namespace
+
+Exit runConvert(const ConvertOptions &options) {
+  const Treatment treatment = treatmentOf(options);
+  refuseContradictions(options);
+  checkInputOptions(options.input);
+  const ConvertPlan plan = planConversion(options);
+  if (plan.files.jobs.empty()) return Exit::Input;
+  Converter converter(options, treatment, plan);
+  if (plan.alone()) return convertOne(converter, options, plan.files.jobs[0]);
+  return convertAll(converter, options, plan.files);
+}
+
+}  // namespace tool

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+// import: a header for a headerless frame.
+#include <cstdio>
+
+#include "commands/commands.h"
+#include "files/file_list.h"
+#include "frames/save_rwh.h"
+#include "words/failure.h"
+
+namespace tool {
+
+void runImport(const ImportOptions &options) {
+  if (!options.input.headerless())
+    throw Failure(Exit::Usage, "import", "headerless data needs --format and --size");
+  refuseSameFile(options.input.file, options.output);
+  const RawInput input = loadInput(options.input);
+  if (input.format->packing != kivo::Packing::None &&
+      std::uint64_t{input.frame.width} * input.format->bitsPerPixel() % 8 != 0) {
+    // The file's rows begin on a byte each.
+    const kivo::Result<kivo::Frame> plain = kivo::unpack(input.frame.view());
+    if (!plain) throw failureOf(plain.error(), inputName(options.input.file), Exit::Input);
+    saveRwh(plain->view(), options.output, options.rules);
+  } else {
+    saveRwh(input.frame.view(), options.output, options.rules);
+  }
+  if (input.ignoredBytes != 0)
+    std::fprintf(stderr, "%s\n", ignoredNote(options.input.file, input.ignoredBytes).c_str());
+}
+
+}  // namespace tool

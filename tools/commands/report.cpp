@@ -1,0 +1,197 @@
+// SPDX-License-Identifier: Apache-2.0
+// report: a page that shows a set of frames.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "commands/commands.h"
+#include "commands/report_page.h"
+#include "files/batch.h"
+#include "files/file_list.h"
+#include "files/interrupt.h"
+#include "files/output_file.h"
+#include "pictures/thumbnail.h"
+#include "words/failure.h"
+#include "words/text.h"
+
+namespace tool {
+namespace {
+
+constexpr std::uint32_t kThumbnailWidth = 320;
+constexpr std::uint32_t kThumbnailHeight = 320;
+// Differences are summed in squares of this many pixels; a detail begins at one of them.
+constexpr std::uint32_t kBlock = 8;
+
+kivo::Image convertOrThrow(const kivo::FrameView &view, kivo::Bayer bayer, const std::string &subject) {
+  kivo::ConvertOptions how;
+  how.bayer = bayer;
+  how.output = kivo::Output::Bgr;
+  how.anyBayerSize = true;
+  kivo::Result<kivo::Image> image = kivo::convert(view, how);
+  if (!image) throw failureOf(image.error(), subject, Exit::Input);
+  return *std::move(image);
+}
+
+Picture cut(const kivo::Image &image, std::uint32_t x, std::uint32_t y) {
+  Picture part(kDetailWidth, kDetailHeight);
+  for (std::uint32_t v = 0; v < kDetailHeight; ++v)
+    for (std::uint32_t u = 0; u < kDetailWidth; ++u)
+      for (std::size_t c = 0; c < 3; ++c) part.pixel(u, v)[2 - c] = image.pixel(x + u, y + v)[c];
+  return part;
+}
+
+// Where two pictures of one frame differ most.
+Detail detailOf(const kivo::Image &standard, const kivo::Image &adaptive) {
+  const std::uint32_t columns = standard.width / kBlock, rows = standard.height / kBlock;
+  std::vector<std::uint64_t> blocks(std::size_t{columns} * rows);
+  for (std::uint32_t y = 0; y < rows * kBlock; ++y) {
+    const std::uint8_t *a = standard.row(y), *b = adaptive.row(y);
+    for (std::uint32_t x = 0; x < columns * kBlock; ++x, a += 3, b += 3)
+      blocks[std::size_t{y / kBlock} * columns + x / kBlock] +=
+          static_cast<std::uint64_t>(std::abs(a[0] - b[0]) + std::abs(a[1] - b[1]) + std::abs(a[2] - b[2]));
+  }
+  constexpr std::uint32_t wide = kDetailWidth / kBlock, high = kDetailHeight / kBlock;
+  std::uint64_t most = 0;
+  Detail detail;
+  for (std::uint32_t y = 0; y + high <= rows; ++y) {
+    for (std::uint32_t x = 0; x + wide <= columns; ++x) {
+      std::uint64_t sum = 0;
+      for (std::uint32_t v = 0; v < high; ++v)
+        for (std::uint32_t u = 0; u < wide; ++u) sum += blocks[std::size_t{y + v} * columns + x + u];
+      if (sum > most) most = sum, detail.x = x * kBlock, detail.y = y * kBlock;
+    }
+  }
+  detail.difference = static_cast<double>(most) / (3.0 * kDetailWidth * kDetailHeight);
+  detail.standard = cut(standard, detail.x, detail.y);
+  detail.adaptive = cut(adaptive, detail.x, detail.y);
+  return detail;
+}
+
+kivo::Frame stretchOrThrow(const kivo::FrameView &view, const kivo::SampleRange &range,
+                           const std::string &subject) {
+  kivo::Result<kivo::Frame> frame = kivo::stretch(view, range);
+  if (!frame) throw failureOf(frame.error(), subject, Exit::Input);
+  return *std::move(frame);
+}
+
+ReportEntry entryOf(const InputOptions &input, bool autoRange) {
+  const RawInput raw = loadInput(input);
+  ReportEntry entry;
+  entry.file = inputName(input.file);
+  entry.facts = factsOf(input, raw);
+  entry.format = raw.format;
+  entry.statistics = measure(raw.frame.view());
+
+  kivo::Frame narrow;
+  kivo::FrameView shown = raw.frame.view();
+  entry.stretched = autoRange && raw.format->family != kivo::Family::Yuv;
+  if (entry.stretched) {
+    kivo::SampleRange range = {UINT32_MAX, 0};
+    for (const Component &c : entry.statistics.components)
+      range = {std::min(range.least, c.least), std::max(range.most, c.most)};
+    narrow = stretchOrThrow(shown, range, entry.file);
+    shown = narrow.view();
+  }
+  const kivo::Image picture = convertOrThrow(shown, kivo::Bayer::Standard, entry.file);
+  const Picture thumbnail =
+      shrunk(picture.width, picture.height, kThumbnailWidth, kThumbnailHeight,
+             [&](std::uint32_t x, std::uint32_t y, std::size_t c) { return picture.pixel(x, y)[2 - c]; });
+  entry.thumbnail = pngOf(thumbnail);
+  entry.thumbnailWidth = thumbnail.width;
+  entry.thumbnailHeight = thumbnail.height;
+
+  // The adaptive algorithm is for 8 bits and even sizes. Wider samples are brought to 8 bits by their nominal
+  // range.
+  const bool even = shown.width % 2 == 0 && shown.height % 2 == 0;
+  if (!raw.format->isBayer() || !even || shown.width < kDetailWidth || shown.height < kDetailHeight)
+    return entry;
+  const bool wide = kivo::findFormat(shown.format)->depth != 8;
+  if (wide) narrow = stretchOrThrow(shown, {0, entry.statistics.top}, entry.file);
+  const kivo::FrameView mosaic = wide ? narrow.view() : shown;
+  const kivo::Image adaptive = convertOrThrow(mosaic, kivo::Bayer::Acpi, entry.file);
+  entry.detail = wide ? detailOf(convertOrThrow(mosaic, kivo::Bayer::Standard, entry.file), adaptive)
+                      : detailOf(picture, adaptive);
+  entry.hasDetail = entry.detail.difference > 0;
+  return entry;
+}
+
+// Reads every frame; one that fails, and a folder that cannot be searched, has an entry with the reason.
+std::vector<ReportEntry> readAll(const FileList &list, const ReportOptions &options) {
+  std::vector<ReportEntry> entries(list.jobs.size());
+  // The batch hands out the jobs of the list, and each has its entry.
+  const auto entryFor = [&](const Job &job) -> ReportEntry & {
+    return entries[static_cast<std::size_t>(&job - list.jobs.data())];
+  };
+  const auto fill = [&](const Job &job) {
+    InputOptions input = options.input;
+    input.file = job.input;
+    input.named = job.named;
+    entryFor(job) = entryOf(input, options.autoRange);
+    Outcome outcome;
+    outcome.bytes = entryFor(job).facts.fileBytes;
+    outcome.status = Outcome::Status::Converted;
+    return outcome;
+  };
+  const auto noteFailure = [&](const Job &job, const Outcome &outcome) {
+    if (outcome.status != Outcome::Status::Failed) return;
+    ReportEntry &entry = entryFor(job);
+    // Short enough to need no memory, for when there is none to say more.
+    entry.error = "not enough memory";
+    if (outcome.error.empty()) return;
+    entry.file = inputName(job.input);
+    const std::string subject = entry.file + ": ";
+    const bool named = outcome.error.compare(0, subject.size(), subject) == 0;
+    entry.error = named ? outcome.error.substr(subject.size()) : outcome.error;
+  };
+  if (!list.several) {
+    fill(list.jobs[0]);
+  } else {
+    Progress progress(options.quiet);
+    Counts counts;
+    counts.total = list.jobs.size() + list.unreadable.size();
+    counts.failed = list.unreadable.size();
+    const BatchResult result = runBatch(list.jobs, options.jobs, progress, counts, fill, noteFailure);
+    if (result.signal != 0) endBySignal(result.signal);
+  }
+  for (const Unreadable &tree : list.unreadable) {
+    entries.emplace_back();
+    entries.back().file = tree.folder;
+    entries.back().error = tree.reason;
+  }
+  return entries;
+}
+
+void writePage(const std::vector<ReportEntry> &entries, const std::string &title, ByteSink &sink) {
+  const auto write = [&sink](const std::string &text) { sink.write(text.data(), text.size()); };
+  write(pageHead(title));
+  write(pageSummary(entries));
+  for (std::size_t i = 0; i < entries.size(); ++i) write(pageCard(entries[i], i + 1));
+  write(pageEnd());
+  sink.commit();
+}
+
+std::string jsonLine(const ReportEntry &entry) {
+  if (entry.error.empty()) return jsonFacts(entry.facts, *entry.format, entry.statistics);
+  return "{\"file\": " + jsonString(entry.file) + ", \"error\": " + jsonString(entry.error) + "}";
+}
+
+}  // namespace
+
+Exit runReport(const ReportOptions &options) {
+  checkInputOptions(options.input);
+  if (options.output == "-" && options.json)
+    throw Failure(Exit::Usage, "--json", "does not go with a page on standard output");
+  const FileList list = findInputs(options.files, options.input.headerless(), options.quiet);
+  for (const Job &job : list.jobs) refuseSameFile(job.input, options.output);
+  const std::unique_ptr<ByteSink> sink = openOutput(options.output, options.rules);
+  const std::vector<ReportEntry> entries = readAll(list, options);
+  writePage(entries, options.title, *sink);
+  if (options.json)
+    for (const ReportEntry &entry : entries) std::printf("%s\n", jsonLine(entry).c_str());
+  const bool failed =
+      std::any_of(entries.begin(), entries.end(), [](const ReportEntry &e) { return !e.error.empty(); });
+  return failed ? Exit::Some : Exit::Ok;
+}
+
+}  // namespace tool

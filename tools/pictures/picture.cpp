@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "pictures/picture.h"
+
+#include <cinttypes>
+#include <filesystem>
+#include <memory>
+#include <new>
+
+#include "files/output_file.h"
+#include "pictures/picture_file.h"
+#include "words/failure.h"
+#include "words/text.h"
+
+namespace tool {
+namespace {
+
+constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 28;
+
+}  // namespace
+
+void checkPictureSize(const std::string &path, std::uint64_t width, std::uint64_t height) {
+  if (width == 0 || height == 0) throw Failure(Exit::Input, path, "is an empty picture");
+  if (width > kMostPixels || height > kMostPixels || width * height > kMostPixels)
+    throw Failure(Exit::Input, path,
+                  printed("claims %" PRIu64 " x %" PRIu64 " pixels, more than this tool takes (%" PRIu64 ")",
+                          width, height, kMostPixels));
+}
+
+PictureType pictureType(const std::string &path, const std::string &to, bool canBeGrey) {
+  std::string name = to;
+  if (name.empty()) {
+    name = std::filesystem::path(path).extension().string();
+    if (!name.empty()) name.erase(0, 1);
+  }
+  if (kivo::detail::sameName(name, "png")) return PictureType::Png;
+  if (kivo::detail::sameName(name, "ppm")) return PictureType::Ppm;
+  if (canBeGrey && kivo::detail::sameName(name, "pgm")) return PictureType::Pgm;
+  if (kivo::detail::sameName(name, "bmp")) return PictureType::Bmp;
+  const std::string pgm = canBeGrey ? ", pgm" : "";
+  if (to.empty() && path == "-") throw Failure(Exit::Usage, "standard output", "has no extension: say --to");
+  if (!to.empty()) throw Failure(Exit::Usage, "--to", "'" + to + "' is not png, ppm" + pgm + " or bmp");
+  std::error_code failed;
+  if (std::filesystem::is_directory(path, failed)) throw Failure(Exit::Output, path, "is a directory");
+  throw Failure(Exit::Usage, path,
+                "name it .png, .ppm" + std::string(canBeGrey ? ", .pgm" : "") + " or .bmp, or say --to");
+}
+
+Picture loadPicture(const std::string &path, Depth depth) {
+  PictureFile file(path);
+  if (file.startsWith("\x89PNG")) return decodePng(file, depth);
+  if (file.startsWith("P5") || file.startsWith("P6")) return decodePnm(file, depth);
+  if (file.startsWith("BM")) return decodeBmp(file);
+  throw Failure(Exit::Input, file.name(), "is not a PNG, binary PPM or PGM, or BMP picture");
+}
+
+namespace {
+
+// Bottom row or not, a BMP has B, G, R.
+kivo::Image imageOf(const Picture &picture) {
+  kivo::Image image;
+  image.width = picture.width;
+  image.height = picture.height;
+  image.kind = kivo::Output::Bgr;
+  if (!image.pixels.allocate(picture.rgb.size())) throw std::bad_alloc();
+  for (std::size_t i = 0; i < picture.rgb.size(); i += 3) {
+    image.pixels[i] = picture.rgb[i + 2];
+    image.pixels[i + 1] = picture.rgb[i + 1];
+    image.pixels[i + 2] = picture.rgb[i];
+  }
+  return image;
+}
+
+}  // namespace
+
+Rows rowsOf(const Picture &picture) {
+  return {picture.width, picture.height, 3, 8,
+          [&picture](std::uint32_t y, std::uint8_t *) { return picture.pixel(0, y); }};
+}
+
+void savePicture(const Picture &picture, const std::string &path, PictureType type,
+                 const OutputRules &rules) {
+  const std::unique_ptr<ByteSink> output = openOutput(path, rules);
+  ByteSink &file = *output;
+  switch (type) {
+    case PictureType::Png:
+      encodePng(rowsOf(picture), file);
+      break;
+    case PictureType::Bmp:
+      encodeBmp(imageOf(picture), file);
+      break;
+    default:
+      encodePnm(rowsOf(picture), file);
+      break;
+  }
+  file.commit();
+}
+
+}  // namespace tool
