@@ -29,7 +29,7 @@ PARTS = [
 LICENCE_TAG = b"SPDX-License-Identifier"
 # What building leaves in a source tree, and settings of the checkout that no package has.
 NOT_SOURCE = re.compile(r"""
-    ^(build[^/]*|out|obj-[^/]*)/ | (^|/)(\.[^/]*|__pycache__)(/|$)
+    ^(build[^/]*|out|obj-[^/]*|python/(build|dist))/ | (^|/)(\.[^/]*|__pycache__|[^/]*\.egg-info)(/|$)
     | ^debian/(?!(source|tests)/)[^/]*/ | ^debian/(files|.*debhelper.*|.*\.substvars)$""", re.VERBOSE)
 
 

@@ -1,33 +1,82 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""The table of all formats in docs/formats.md: what `kivocam formats` says.
+"""The table of all formats in docs/formats.md: what libKivoFrame says, and which of them `kivocam formats` has.
 
-    formats_table.py --check KIVOCAM PAGE     fails unless the page has that table
-    formats_table.py --write KIVOCAM PAGE     puts it there
+    formats_table.py --check LIBRARY KIVOCAM PAGE     fails unless the page has that table
+    formats_table.py --write LIBRARY KIVOCAM PAGE     puts it there
 """
 
+import ctypes
 import json
 import pathlib
 import subprocess
 import sys
 
 BEGIN, END = "<!-- table -->\n", "<!-- end of table -->\n"
+SYSTEMS = ("opencv", "v4l2", "gstreamer", "ros")
+NUMBERS = (
+    "code",
+    "family",
+    "order",
+    "depth",
+    "group_pixels",
+    "group_bytes",
+    "packing",
+    "plain",
+    "plain_depth",
+    "plain_bytes",
+    "channels",
+)
 
 
-def table(kivocam):
-    formats = json.loads(subprocess.run([kivocam, "formats", "--json"], stdout=subprocess.PIPE, check=True).stdout)
-    lines = ["| PFNC name | code | bits | bits a pixel | OpenCV | V4L2 | GStreamer |", "|---" * 7 + "|"]
-    for f in formats:
-        names = [("" if f[system] == "-" else f"`{f[system]}`") for system in ("opencv", "v4l2", "gstreamer")]
-        cells = [f["name"], f["code"], str(f["depth"]), str(f["bits_per_pixel"]), *names]
-        lines.append("| " + " | ".join(cells) + " |")
+class Format(ctypes.Structure):
+    """kivo_format."""
+
+    _fields_ = [
+        ("name", ctypes.c_char_p),
+        *((name, ctypes.c_uint32) for name in NUMBERS),
+        *((name, ctypes.c_char_p) for name in SYSTEMS),
+    ]
+
+
+def formats_of(library):
+    handle = ctypes.CDLL(library)
+    handle.kivo_format_count.restype = ctypes.c_size_t
+    handle.kivo_format_at.argtypes = [ctypes.c_size_t]
+    handle.kivo_format_at.restype = ctypes.POINTER(Format)
+    for i in range(handle.kivo_format_count()):
+        yield handle.kivo_format_at(i).contents
+
+
+def cells_of(f):
+    names = [getattr(f, system) for system in SYSTEMS]
+    cells = [f.name.decode(), f"0x{f.code:08X}", str(f.depth), str(f.code >> 16 & 255)]
+    return cells + ["" if name is None else f"`{name.decode()}`" for name in names]
+
+
+def table(library, kivocam):
+    tool = json.loads(subprocess.run([kivocam, "formats", "--json"], stdout=subprocess.PIPE, check=True).stdout)
+    theirs = {f["name"]: f for f in tool}
+    lines = ["| PFNC name | code | bits | bits a pixel | OpenCV | V4L2 | GStreamer | ROS | |", "|---" * 9 + "|"]
+    for f in formats_of(library):
+        cells = cells_of(f)
+        mark = ""
+        their = theirs.pop(cells[0], None)
+        if their is not None:
+            names = ["" if their[system] == "-" else f"`{their[system]}`" for system in SYSTEMS[:3]]
+            if cells[:7] != [their["name"], their["code"], str(their["depth"]), str(their["bits_per_pixel"]), *names]:
+                sys.exit(f"kivocam formats and the library differ: {their}, {cells}")
+            mark = "*"
+        lines.append("| " + " | ".join([*cells, mark]) + " |")
+    if theirs:
+        sys.exit(f"kivocam has formats that the library lacks: {sorted(theirs)}")
     return "\n".join(lines) + "\n"
 
 
 def main():
-    mode, kivocam, name = sys.argv[1:]
+    mode, library, kivocam, name = sys.argv[1:]
     page = pathlib.Path(name)
-    text = table(kivocam)
+    text = table(library, kivocam)
     before, rest = page.read_text(encoding="utf-8").split(BEGIN)
     old, after = rest.split(END)
     if mode == "--write":

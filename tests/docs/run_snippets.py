@@ -73,7 +73,8 @@ class Runner:
         self.options, self.folder = options, folder
         prefix = options.prefix
         lib = next((p.parent for p in sorted(prefix.glob("lib*/**/libKivoCamUtl.so.1"))), prefix / "lib")
-        packages = [str(p) for p in prefix.glob("lib/python3*/*-packages")]
+        # That of the sources where the package is installed by other means than CMake.
+        packages = [str(p) for p in prefix.glob("lib/python3*/*-packages")] or [str(options.source / "python")]
         self.environment = {
             **{k: v for k, v in os.environ.items() if k in ("HOME", "TMPDIR", "LANG")},
             "PATH": f"{prefix}/bin:" + os.environ["PATH"], "CPATH": str(prefix / "include"),
@@ -97,7 +98,7 @@ class Runner:
         (self.folder / name).write_text(text)
         exe = pathlib.Path(name).stem
         self.run(compiler, f"-std={standard}", "-Wall", "-Wextra", "-Wpedantic", "-Werror", name, "-o", f"./{exe}",
-                 "-lKivoCamUtl", "-lpthread")
+                 "-lKivoCamUtl", "-lKivoFrame", "-lpthread")
         self.run(f"./{exe}")
 
     def console(self, text):

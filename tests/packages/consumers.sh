@@ -12,10 +12,14 @@ done_with() { echo "consumer ok: $1"; }
 
 cc -std=c99 -Wall -Werror "$source/tests/abi/consumer.c" -o c_program -lKivoCamUtl
 ./c_program .
+cc -std=c99 -Wall -Werror "$source/tests/abi/frame_consumer.c" -o frame_c_program -lKivoFrame
+./frame_c_program
 done_with C
 
 c++ -std=c++17 -Wall -Werror "$source/tests/abi/consumer_cpp.cpp" -o cpp_program -lKivoCamUtl
 ./cpp_program
+c++ -std=c++11 -Wall -Werror "$source/tests/abi/frame_consumer_cpp.cpp" -o frame_cpp_program -lKivoFrame
+./frame_cpp_program
 c++ -std=c++17 -Wall -Werror "$source/tests/packages/layer_consumer.cpp" -o layer_program -lKivoCamUtl
 ./layer_program frame.rwh frame.bmp
 test "$(wc -c <frame.bmp)" -eq $((54 + 64 * 48 * 4))
@@ -25,12 +29,17 @@ cmake -S "$source/tests/install/consumer" -B cmake_build -DSOURCES="$source/test
 cmake --build cmake_build >>cmake.log
 ./cmake_build/consumer .
 ./cmake_build/consumer_cpp
+./cmake_build/frame_consumer
+./cmake_build/frame_consumer_cpp
 done_with CMake
 
 # The flags are words of their own.
 # shellcheck disable=SC2046
 cc -std=c99 "$source/tests/abi/consumer.c" -o pkg_program $(pkg-config --cflags --libs KivoCamUtl)
 ./pkg_program .
+# shellcheck disable=SC2046
+cc -std=c99 "$source/tests/abi/frame_consumer.c" -o frame_pkg_program $(pkg-config --cflags --libs kivoframe)
+./frame_pkg_program
 done_with pkg-config
 
 kivocam convert frame.rwh tool.bmp
@@ -42,8 +51,10 @@ kivocam formats --json >formats.json
 done_with kivocam
 
 /usr/bin/python3 - <<'EOF'
-import json, pathlib
+import importlib.metadata, json, pathlib
 import kivocamutl
+
+assert importlib.metadata.version("kivocamutl") == kivocamutl.__version__
 
 # Read, the samples do not share bytes any more.
 samples, name = kivocamutl.read_rwh("frame.rwh")

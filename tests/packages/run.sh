@@ -1,8 +1,10 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# run.sh [WORK_DIR]: builds the Debian packages of the last commit twice and compares them byte for byte, checks them
-# with lintian, installs them in a minimal Debian system of their own, builds and runs every kind of consumer there, and
-# removes them again. Needs root for the minimal system; says what it leaves out, and exits with 77 then.
+# run.sh [WORK_DIR]: makes the tarball of the last commit as a release does, of it the Debian source package and the
+# packages, and of the source package the packages again, which are the same byte for byte; checks them with lintian and
+# what was hardened; makes the Python sdist and wheel. Uses the wheel, and then installs the packages in a minimal
+# Debian system of their own, builds and runs every kind of consumer there, and removes them again. Needs root for the
+# minimal system; says what it leaves out, and exits with 77 then.
 set -eu
 root=$(cd "$(dirname "$0")/../.." && pwd)
 work=${1:-$root/build/packages}
@@ -16,16 +18,15 @@ leave_out() {
   skipped=yes
 }
 
-# build NAME UMASK ZONE LOCALE OPTIONS: the packages of the commit, in a directory of that name.
+# build NAME UMASK ZONE LOCALE OPTIONS WHAT: the packages of the sources in the directory of that name. Programs are
+# the system's, whose interpreter is the one that the Python packages are for.
 build() {
-  mkdir -p "$work/$1/source"
-  git -C "$root" archive "$commit" | tar x -C "$work/$1/source"
   (
     umask "$2"
-    cd "$work/$1/source"
+    cd "$work/$1/kivocamutl-$version"
     # SOURCE_DATE_EPOCH comes from the changelog; the checkout's own settings stay outside.
-    env -u MAKEFLAGS -u CXXFLAGS -u CFLAGS TZ="$3" LC_ALL="$4" DEB_BUILD_OPTIONS="$5" \
-      dpkg-buildpackage -us -uc -b
+    env -u MAKEFLAGS -u CXXFLAGS -u CFLAGS PATH=/usr/sbin:/usr/bin:/sbin:/bin TZ="$3" LC_ALL="$4" \
+      DEB_BUILD_OPTIONS="$5" dpkg-buildpackage -us -uc "$6"
   ) >"$work/$1.log" 2>&1 || { tail -n 60 "$work/$1.log"; say "the $1 build failed"; exit 1; }
 }
 
@@ -35,9 +36,17 @@ if ! (cd "$root" && dpkg-checkbuilddeps) >"$work/missing.log" 2>&1; then
   say "skipped: $(tail -n 1 "$work/missing.log")"
   exit 77
 fi
-build first 022 UTC C.UTF-8 "parallel=$(nproc)"
-say 'built, tests run'
-build the-second-build 002 Asia/Kathmandu C "nocheck parallel=$(nproc)"
+tarball=$(sh "$root/packaging/release.sh" "$work/release" "$commit" 2>/dev/null)
+version=${tarball#kivocamutl-}
+version=${version%.tar.gz}
+mkdir -p "$work/first" "$work/the-second-build"
+cp "$work/release/$tarball" "$work/first/kivocamutl_$version.orig.tar.gz"
+tar xzf "$work/release/$tarball" -C "$work/first"
+build first 022 UTC C.UTF-8 "parallel=$(nproc)" -F
+say 'built of the tarball of a release, tests run'
+(cd "$work/the-second-build" && dpkg-source -x ../first/*.dsc "kivocamutl-$version") >"$work/source.log" 2>&1 ||
+  { cat "$work/source.log"; say 'the source package does not unpack'; exit 1; }
+build the-second-build 002 Asia/Kathmandu C "nocheck parallel=$(nproc)" -b
 for package in "$work"/first/*.deb; do
   again=$work/the-second-build/$(basename "$package")
   if ! cmp -s "$package" "$again"; then
@@ -46,7 +55,7 @@ for package in "$work"/first/*.deb; do
     exit 1
   fi
 done
-say "two builds are equal byte for byte: $(find "$work/first" -name '*.deb' | wc -l) packages"
+say "the source package builds the same byte for byte: $(find "$work/first" -name '*.deb' | wc -l) packages"
 
 status=0
 sh "$root/packaging/abi.sh" check "$work/first" || status=$?
@@ -62,6 +71,23 @@ if command -v lintian >/dev/null; then
 else
   leave_out 'lintian is not installed'
 fi
+
+# What the compiler was told, and what became of it. That programs are position-independent is its own default.
+if command -v blhc >/dev/null && command -v hardening-check >/dev/null; then
+  blhc --bindnow "$work/first.log" || { say 'a compiler was not told to harden'; exit 1; }
+  mkdir "$work/unpacked"
+  for package in "$work"/first/*.deb; do dpkg-deb -x "$package" "$work/unpacked"; done
+  # A library that calls no function with a fortified twin has none; control flow is not part of what "all" stands for.
+  hardening-check --nofortify --nocfprotection "$work"/unpacked/usr/bin/* "$work"/unpacked/usr/lib/*/lib*.so.? \
+    >"$work/hardening.log" || { cat "$work/hardening.log"; say 'something is not hardened'; exit 1; }
+  say 'hardened throughout'
+else
+  leave_out 'blhc or hardening-check is not installed (Debian: blhc devscripts)'
+fi
+
+sh "$work/first/kivocamutl-$version/packaging/python.sh" "$work/python" "$work/python-build" >"$work/python.log" 2>&1 ||
+  { tail -n 30 "$work/python.log"; say 'the Python packages cannot be made'; exit 1; }
+say "made $(cd "$work/python" && echo *.whl)"
 
 # inside COMMAND...: runs it in the minimal system. What is mounted there goes away with the command.
 inside() {
@@ -100,18 +126,26 @@ elif ! minimal_system >"$work/system.log" 2>&1; then
   leave_out 'no minimal system can be made here'
 else
   mkdir -p "$system/packages" "$system/source"
+  cp -a "$work/first/kivocamutl-$version/tests" "$system/source/"
+  cp "$work"/python/* "$system/packages/"
+  inside apt-get install -y --no-install-recommends python3 python3-numpy >"$work/install.log" 2>&1 ||
+    { tail -n 30 "$work/install.log"; say 'no Python to try the wheel with'; exit 1; }
+  inside sh /source/tests/packages/wheel.sh /packages /tmp/wheel
+  say 'the wheel runs on a minimal system'
   cp "$work"/first/*.deb "$system/packages/"
   rm -f "$system"/packages/*-dbgsym_*
-  cp -a "$work/first/source/tests" "$system/source/"
-  inside sh -c 'apt-get install -y --no-install-recommends /packages/*.deb g++ cmake make pkg-config' \
+  inside sh -c 'apt-get install -y --no-install-recommends /packages/*.deb g++ cmake make pkg-config python3-pytest' \
     >"$work/install.log" 2>&1 || { tail -n 30 "$work/install.log"; say 'the packages do not install'; exit 1; }
   inside sh /source/tests/packages/consumers.sh /source /tmp/consumers
   say 'every consumer runs on a minimal system'
+  inside sh /source/tests/packages/wheel.sh /packages /tmp/wheel
+  say 'the wheel takes its own library where another is installed'
   ours=$(cd "$system/packages" && for file in *.deb; do echo "${file%%_*}"; done)
   # The names are words of their own.
   # shellcheck disable=SC2086
   inside dpkg --purge $ours >"$work/purge.log" 2>&1 || { cat "$work/purge.log"; exit 1; }
-  left=$(find "$system/usr" "$system/etc" "$system/var/lib" -iname '*kivocam*' ! -path '*/dpkg/*' ! -path '*/apt/*')
+  left=$(find "$system/usr" "$system/etc" "$system/var/lib" \( -iname '*kivocam*' -o -iname '*kivoframe*' \) \
+    ! -path '*/dpkg/*' ! -path '*/apt/*')
   [ -z "$left" ] || { say "left behind: $left"; exit 1; }
   say 'removed without a trace'
 fi
