@@ -137,6 +137,42 @@
  * Y from 16 to 235 and chroma from 16 to 240 (YCbCr601, YCbCr709); their result is clamped to 0 to 255 and
  * differs from the real-valued formula, rounded, by at most 1.
  *
+ * @section kf_colour Colour
+ *
+ * kivo_options::colour leads from what a sensor counts to what a person wants to see: black level, gain of
+ * each colour, black and white point, matrix, tone. Settings in which nothing differs from KIVO_COLOUR_INIT
+ * give the plain picture; otherwise the chain below does, in whole numbers, with the same bytes on every
+ * processor. Samples never wrap in it. Numbers are rounded to nearest, halves away from zero; n is the depth.
+ *
+ * 1. *Scale*: a sample s becomes t = min(s, 2^n - 1) 2^(15 - n), for n = 16 floor(s / 2).
+ * 2. *Black, gain, range*, before the demosaic: with b and g the black level and the gain of the sample's
+ *    colour, l and h the black and the white point, B = min(32767, round((b + l / g) 2^(15 - n))), and
+ *    F = 16383 g / ((h - l) 2^(15 - n)) written as m / 2^(15 - e), where e is the least number from 0 on for
+ *    which m = round(F 2^(15 - e)) is at most 32767; e above 15 counts as 15. Then d = max(t - B, 0) and
+ *    y = min(16383, floor((min(d 2^e, 32768) m + 16384) / 32768)). A gain of 0 gives y = 0. Full scale of
+ *    any depth, or the white point, is 16383.
+ * 3. *Demosaic* of y as of samples of 14 bits, by the rules above, with one bit more: u is floor(2 sum /
+ *    count) where the standard demosaic takes a mean, and twice the value that ACPI, half size, and samples
+ *    of grey and RGB frames have.
+ * 4. *Matrix*: red becomes min(32767, max(0, floor((p R + q G + r B + 2048) / 4096))); green and blue by
+ *    their rows. p, q, r are the coefficients times 4096, rounded; what their sum then differs from 4096
+ *    times the sum of the row, rounded, goes to the coefficient of the row's own colour. So rows with a sum
+ *    of 1 leave grey alone. Grey pictures of one sample a pixel have no matrix.
+ * 5. *Tone*: with x = min(u, 32766) / 32766, pictures of 8 and of 16 bits get
+ *    - linear: floor(u / 128); v = min(65535, 2 u + floor(u / 8192)).
+ *    - sRGB: f is 12.92 x up to 0.0031308, then 1.055 x^(1 / 2.4) - 0.055. Between knots u_i at 0, 64, ...
+ *      1024, 1280, ... 6144, 7168, ... 32768, where it is K_i = round(65280 f) + 128 or round(65535 f), the
+ *      curve is straight: k = K_i + floor((u - u_i) (K_(i+1) - K_i) / (u_(i+1) - u_i)). Then floor(k / 256);
+ *      v = k. It is within 0.3 of a code of the real curve before it is cut to codes.
+ *    - gamma: round(255 x^(1 / gamma)); v = round(65535 x^(1 / gamma)).
+ *    - table of N entries: with P = min(u, 32766) (N - 1), i = floor(P / 32766) and w = P - 32766 i,
+ *      v = T_i + floor(((T_(i+1) - T_i) w + 16383) / 32766); floor((255 v + 32767) / 65535).
+ *    Pictures of 16 bits hold v with KIVO_LEVELS_SPREAD, and floor(v / 2^(16 - n)) with KIVO_LEVELS_OWN.
+ *
+ * Where the sensor is saturated all three colours must be, or what is white gets a tint. Samples end at 2^n -
+ * 1 or, with some cameras, a little earlier: at w. With gains of at least 1 it suffices that the white point
+ * is at most w minus the black level.
+ *
  * @section kf_rules Rules for every function
  *
  * - A plan never changes: any number of threads may run it at once on distinct pictures. Pools and plans are
@@ -208,7 +244,15 @@ typedef enum kivo_status {
   KIVO_ROWS_OUTSIDE = 21,         /**< The rows asked for are not rows of the picture. */
   KIVO_SHORT_SCRATCH = 22,        /**< The scratch memory is smaller than kivo_plan_scratch() tells. */
   KIVO_OUT_OF_MEMORY = 23,        /**< An allocation failed, or a thread could not be started. */
-  KIVO_SCHEDULER_FAILED = 24      /**< The scheduler did not return 0. */
+  KIVO_SCHEDULER_FAILED = 24,     /**< The scheduler did not return 0. */
+  KIVO_BAD_COLOUR = 25,           /**< Colour for YUV, for samples, or beside a range or a shift. */
+  KIVO_BAD_BLACK = 26,            /**< A black level that is not a number from 0 to 65535. */
+  KIVO_BAD_GAIN = 27,             /**< A gain that is not a number from 0 to 1024. */
+  KIVO_BAD_MATRIX = 28,           /**< A coefficient that is not a number between -4 and 4. */
+  KIVO_BAD_POINTS = 29, /**< Black and white point that are not numbers from 0 to 2^26, the first below. */
+  KIVO_BAD_GAMMA = 30,  /**< A gamma that is not a number from 0.1 to 10. */
+  KIVO_BAD_TABLE = 31,  /**< No tone table, or one that has not 256 to 4096 entries. */
+  KIVO_BAD_PERCENT = 32 /**< Percentiles that are not numbers from 0 to 100, the first below the second. */
 } kivo_status;
 
 /**
@@ -385,27 +429,55 @@ enum {
   KIVO_WITH_RANGE = 8  /**< Use kivo_options::range_low and range_high. */
 };
 
+/** The last link of the colour chain. @ref kf_colour */
+typedef enum kivo_tone {
+  KIVO_TONE_LINEAR = 0, /**< None. */
+  KIVO_TONE_SRGB = 1,   /**< The curve of sRGB. */
+  KIVO_TONE_GAMMA = 2,  /**< A power; kivo_colour::gamma. Twice to four times as slow as sRGB. */
+  KIVO_TONE_TABLE = 3   /**< The caller's; kivo_colour::table. As slow. */
+} kivo_tone;
+
+/** Settings of the colour chain. @ref kf_colour */
+typedef struct kivo_colour {
+  size_t size;           /**< sizeof(kivo_colour). */
+  uint32_t tone;         /**< A kivo_tone. */
+  uint32_t table_size;   /**< With KIVO_TONE_TABLE: entries, 256 to 4096. */
+  double black[4];       /**< Sample of no light: red, green of red rows, green of blue rows, blue. RGB frames
+                              take the first, second and last, grey frames the second. */
+  double gain[3];        /**< Factor of what is above black: red, green, blue; grey frames take green's. */
+  double matrix[9];      /**< What of red, green and blue makes red; then green; then blue. */
+  double low;            /**< Black point: becomes 0; in samples above black, times the gain. */
+  double high;           /**< White point: becomes full scale; 0: 2^n - 1. */
+  double gamma;          /**< With KIVO_TONE_GAMMA: 0.1 to 10. */
+  const uint16_t *table; /**< With KIVO_TONE_TABLE: from black to white, 65535 being full scale. Copied. */
+} kivo_colour;
+
+/** Initialises a kivo_colour with settings that change nothing. */
+#define KIVO_COLOUR_INIT \
+  { sizeof(kivo_colour), 0, 0, {0, 0, 0, 0}, {1, 1, 1}, {1, 0, 0, 0, 1, 0, 0, 0, 1}, 0, 0, 1, NULL }
+
 /** What a plan shall do. All zero but for the size: a packed little-endian frame to BGRA8. */
 typedef struct kivo_options {
-  size_t size;          /**< sizeof(kivo_options). */
-  uint32_t pixels;      /**< A kivo_pixels. */
-  uint32_t bayer;       /**< A kivo_bayer. */
-  uint32_t levels;      /**< A kivo_levels, for pictures of 16 bits. */
-  uint32_t hint;        /**< A kivo_hint. */
-  uint32_t byte_order;  /**< A kivo_byte_order, of the frame. */
-  uint32_t flags;       /**< KIVO_MIRROR | KIVO_FLIP | KIVO_WITH_SHIFT | KIVO_WITH_RANGE, or fewer. */
-  uint32_t shift;       /**< With KIVO_WITH_SHIFT: bits that samples lose at their lower end, 0 to 15. */
-  uint32_t range_low;   /**< With KIVO_WITH_RANGE: the sample that becomes 0. */
-  uint32_t range_high;  /**< With KIVO_WITH_RANGE: the sample that becomes 255. */
-  uint32_t crop_x;      /**< Columns to the left of the region. */
-  uint32_t crop_y;      /**< Rows above the region. */
-  uint32_t crop_width;  /**< Columns of the region. All four fields 0: the whole frame. */
-  uint32_t crop_height; /**< Rows of the region. */
+  size_t size;               /**< sizeof(kivo_options). */
+  uint32_t pixels;           /**< A kivo_pixels. */
+  uint32_t bayer;            /**< A kivo_bayer. */
+  uint32_t levels;           /**< A kivo_levels, for pictures of 16 bits. */
+  uint32_t hint;             /**< A kivo_hint. */
+  uint32_t byte_order;       /**< A kivo_byte_order, of the frame. */
+  uint32_t flags;            /**< KIVO_MIRROR | KIVO_FLIP | KIVO_WITH_SHIFT | KIVO_WITH_RANGE, or fewer. */
+  uint32_t shift;            /**< With KIVO_WITH_SHIFT: bits that samples lose at their lower end, 0 to 15. */
+  uint32_t range_low;        /**< With KIVO_WITH_RANGE: the sample that becomes 0. */
+  uint32_t range_high;       /**< With KIVO_WITH_RANGE: the sample that becomes 255. */
+  uint32_t crop_x;           /**< Columns to the left of the region. */
+  uint32_t crop_y;           /**< Rows above the region. */
+  uint32_t crop_width;       /**< Columns of the region. All four fields 0: the whole frame. */
+  uint32_t crop_height;      /**< Rows of the region. */
+  const kivo_colour *colour; /**< Colour settings, copied; null for none. @ref kf_colour */
 } kivo_options;
 
 /** Initialises a kivo_options: kivo_options options = KIVO_OPTIONS_INIT; */
 #define KIVO_OPTIONS_INIT \
-  { sizeof(kivo_options), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0 }
+  { sizeof(kivo_options), 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, NULL }
 
 /** A raw frame in the caller's memory. */
 typedef struct kivo_frame {
@@ -436,9 +508,9 @@ typedef struct kivo_plan kivo_plan;
  * @param plan     [out] The plan, to be released with kivo_plan_free(); null on failure.
  * @retval KIVO_OK
  * @retval KIVO_NULL_POINTER     `plan` is null.
- * @retval KIVO_BAD_STRUCT       options->size is not the size of a version of the structure; it is that of a
- *                               later one, and a field that this version does not know is not 0; or it is
- *                               above 4096.
+ * @retval KIVO_BAD_STRUCT       options->size, or options->colour->size, is not the size of a version of the
+ *                               structure; it is that of a later one, and a field that this version does not
+ *                               know is not 0; or it is above 4096. kivo_options may end before `colour`.
  * @retval KIVO_UNKNOWN_FORMAT
  * @retval KIVO_UNKNOWN_OPTION   A field holds a value that its enumeration does not have; an unknown flag.
  * @retval KIVO_EMPTY_IMAGE      The width or the height of the frame, or of the region.
@@ -453,6 +525,13 @@ typedef struct kivo_plan kivo_plan;
  * @retval KIVO_BAD_SHIFT
  * @retval KIVO_BAD_RANGE
  * @retval KIVO_BAD_LEVELS
+ * @retval KIVO_BAD_COLOUR
+ * @retval KIVO_BAD_BLACK
+ * @retval KIVO_BAD_GAIN
+ * @retval KIVO_BAD_MATRIX
+ * @retval KIVO_BAD_POINTS
+ * @retval KIVO_BAD_GAMMA        KIVO_TONE_GAMMA only.
+ * @retval KIVO_BAD_TABLE        KIVO_TONE_TABLE only.
  * @retval KIVO_OUT_OF_MEMORY
  */
 KIVO_API kivo_status kivo_plan_make(uint32_t code, uint32_t width, uint32_t height,
@@ -552,6 +631,63 @@ KIVO_API kivo_status kivo_run_on(const kivo_plan *plan, const kivo_frame *frame,
  */
 KIVO_API kivo_status kivo_sample_range(const kivo_plan *plan, const kivo_frame *frame, uint32_t *least,
                                        uint32_t *most) KIVO_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------
+ * Colour settings from frames
+ *
+ * Each function looks at up to 8192 places of the plan's region, without its outer thirty-secondth on every
+ * side, and writes settings that a plan can be made with at once, or that the caller smooths from frame to
+ * frame. A place is 2 x 2 samples of a Bayer or a grey frame, or a pixel of an RGB frame. The options of the
+ * plan but for its region play no part. Codes: in the order of kivo_auto_range(). */
+
+/** How kivo_auto_balance() finds what is grey. None is right for every scene. */
+typedef enum kivo_balance {
+  KIVO_BALANCE_WHITE_PATCH = 0, /**< The brightest twentieth of what is not clipped is. */
+  KIVO_BALANCE_GREY_WORLD = 1,  /**< The mean is, of what is not far from grey by the mean before. */
+  KIVO_BALANCE_MEDIAN = 2       /**< The medians of red to green and of blue to green are. */
+} kivo_balance;
+
+/**
+ * Suggests kivo_colour::black, the same for all colours: what a thousandth of the samples of the darkest
+ * colour do not exceed, at most a sixteenth of full scale. A scene without anything black has that far above
+ * what the sensor says in the dark: ask the camera first.
+ */
+KIVO_API kivo_status kivo_auto_black(const kivo_plan *plan, const kivo_frame *frame,
+                                     kivo_colour *colour) KIVO_NOEXCEPT;
+
+/**
+ * Suggests kivo_colour::gain for the colour->black that is given: 1 to 8, the least of them 1. Places that
+ * have a sample above 63/64 of full scale or hardly above black are left out; all gains are 1 where there are
+ * less than 16 others, and for grey frames.
+ *
+ * @param balance  A kivo_balance.
+ */
+KIVO_API kivo_status kivo_auto_balance(const kivo_plan *plan, const kivo_frame *frame, uint32_t balance,
+                                       kivo_colour *colour) KIVO_NOEXCEPT;
+
+/**
+ * Suggests kivo_colour::low and high for the black and the gain that are given: percentiles of all samples
+ * above black, times their gain. The white point is no further than where the first colour is saturated.
+ * Both are 0, for all samples, where the frame has no contrast.
+ *
+ * @param plan     The plan.
+ * @param frame    The frame.
+ * @param low      Percentage of the samples that the black point is to reach.
+ * @param high     Percentage of those that the white point is to reach.
+ * @param colour   [in, out] The settings; no other field changes, none on failure.
+ * @retval KIVO_OK
+ * @retval KIVO_NULL_POINTER
+ * @retval KIVO_BAD_STRUCT
+ * @retval KIVO_UNKNOWN_OPTION  A balance that does not exist.
+ * @retval KIVO_BAD_COLOUR      A YUV frame.
+ * @retval KIVO_BAD_BLACK
+ * @retval KIVO_BAD_GAIN
+ * @retval KIVO_BAD_PERCENT
+ * @retval KIVO_SHORT_STRIDE
+ * @retval KIVO_SHORT_BUFFER
+ */
+KIVO_API kivo_status kivo_auto_range(const kivo_plan *plan, const kivo_frame *frame, double low, double high,
+                                     kivo_colour *colour) KIVO_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------
  * Threads for who has none */

@@ -85,6 +85,18 @@ struct Range {
   std::uint32_t high = 0;  ///< The sample that becomes 255.
 };
 
+/** Settings of the colour chain, with the fields of kivo_colour; as they are made they change nothing. */
+struct Colour : kivo_colour {
+  Colour() noexcept : kivo_colour KIVO_COLOUR_INIT {}
+};
+
+/** How Plan::autoBalance() finds what is grey. */
+enum class Balance : std::uint32_t {
+  WhitePatch = KIVO_BALANCE_WHITE_PATCH,  ///< The brightest twentieth of what is not clipped is.
+  GreyWorld = KIVO_BALANCE_GREY_WORLD,    ///< The mean is, of what is nearly so.
+  Median = KIVO_BALANCE_MEDIAN,           ///< The median ratios are.
+};
+
 /** A region of a frame, in pixels. */
 struct Region {
   std::uint32_t x = 0;       ///< Columns to the left of it.
@@ -105,7 +117,8 @@ struct Options {
   std::optional<std::uint32_t> shift;       ///< Bits that samples lose at their lower end.
   std::optional<Range> range;               ///< Samples to be mapped to 8 bits.
   Region crop;                              ///< The part of the frame; all 0: the whole.
-  /** The same as the C functions take it. */
+  std::optional<Colour> colour;             ///< From samples to what a person wants to see.
+  /** The same as the C functions take it; it points to the colour of this object. */
   kivo_options c() const noexcept {
     kivo_options c = KIVO_OPTIONS_INIT;
     c.pixels = static_cast<std::uint32_t>(pixels);
@@ -118,6 +131,7 @@ struct Options {
     if (shift) c.flags |= KIVO_WITH_SHIFT, c.shift = *shift;
     if (range) c.flags |= KIVO_WITH_RANGE, c.range_low = range->low, c.range_high = range->high;
     c.crop_x = crop.x, c.crop_y = crop.y, c.crop_width = crop.width, c.crop_height = crop.height;
+    if (colour) c.colour = &*colour;
     return c;
   }
 };
@@ -260,6 +274,18 @@ class Plan {
     Range range;
     const Status status = kivo_sample_range(c(), &frame, &range.low, &range.high);
     return {range, status};
+  }
+  /** Suggests a black level: kivo_auto_black(). */
+  Status autoBlack(const Frame &frame, Colour &colour) const noexcept {
+    return kivo_auto_black(c(), &frame, &colour);
+  }
+  /** Suggests gains for the black level of the colour: kivo_auto_balance(). */
+  Status autoBalance(const Frame &frame, Balance balance, Colour &colour) const noexcept {
+    return kivo_auto_balance(c(), &frame, static_cast<std::uint32_t>(balance), &colour);
+  }
+  /** Suggests black and white point for black level and gains, by percentages: kivo_auto_range(). */
+  Status autoRange(const Frame &frame, double low, double high, Colour &colour) const noexcept {
+    return kivo_auto_range(c(), &frame, low, high, &colour);
   }
 
  private:

@@ -276,6 +276,19 @@ const kivo_format &EightBitFormat(const kivo_format &sFormat) noexcept {
   return PlainFormat(sFormat);
 }
 
+const kivo_format &GainedFormat(const kivo_format &sFormat) noexcept {
+  constexpr std::uint32_t c_uiDepth = 14;
+  // No camera sends these.
+  static constexpr kivo_format c_asTriples[] = {Rgb("RGB14", 0, c_uiDepth, c_pszNone, c_pszNone),
+                                                Rgb("BGR14", 0, c_uiDepth, c_pszNone, c_pszNone)};
+  if (sFormat.family == KIVO_RGB) return c_asTriples[BlueFirst(sFormat) ? 1 : 0];
+  for (const kivo_format &s : c_asFormats)
+    if (s.family == sFormat.family && s.order == sFormat.order && s.packing == KIVO_PLAIN &&
+        s.depth == c_uiDepth)
+      return s;
+  return sFormat;
+}
+
 YuvMatrix MatrixOf(const kivo_format &sFormat) noexcept {
   const std::string_view strName = sFormat.name;
   if (sFormat.family != KIVO_YUV) return YuvMatrix::None;

@@ -23,6 +23,10 @@ const kivo_format &PlainFormat(const kivo_format &sFormat) noexcept;
 // The plain format of one byte a sample, of the same family and order; for YUV the plain format itself.
 const kivo_format &EightBitFormat(const kivo_format &sFormat) noexcept;
 
+// What samples are between their gain and the demosaic: words of 14 bits, of the same family and order. Not
+// for YUV.
+const kivo_format &GainedFormat(const kivo_format &sFormat) noexcept;
+
 YuvMatrix MatrixOf(const kivo_format &sFormat) noexcept;
 
 // Whether a pixel of an RGB format has its blue sample first.

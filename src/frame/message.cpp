@@ -54,6 +54,22 @@ const char *kivo_message(kivo_status status) KIVO_NOEXCEPT {
       return "not enough memory";
     case KIVO_SCHEDULER_FAILED:
       return "the scheduler did not run every job";
+    case KIVO_BAD_COLOUR:
+      return "colour settings are not for YUV or samples, nor beside a range or a shift";
+    case KIVO_BAD_BLACK:
+      return "a black level is not a number from 0 to 65535";
+    case KIVO_BAD_GAIN:
+      return "a gain is not a number from 0 to 1024";
+    case KIVO_BAD_MATRIX:
+      return "a coefficient of the colour matrix is not a number between -4 and 4";
+    case KIVO_BAD_POINTS:
+      return "the black and the white point are not numbers from 0 to 67108864, the first below the second";
+    case KIVO_BAD_GAMMA:
+      return "the gamma is not a number from 0.1 to 10";
+    case KIVO_BAD_TABLE:
+      return "a tone table has 256 to 4096 entries";
+    case KIVO_BAD_PERCENT:
+      return "the percentiles are not numbers from 0 to 100, the first below the second";
   }
   return "unknown error";
 }

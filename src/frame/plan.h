@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "KivoFrame.h"
+#include "frame/colour.h"
 #include "frame/formats.h"
 #include "simd/frame_kernels.h"
 
@@ -20,6 +21,7 @@ struct Stage {
     Unpack,      // eUnpack
     Interleave,  // three planes to triples
     Table,       // the range
+    Gain,        // black level and gain of the colours
     Reverse,     // last unit first
   };
   Kind eKind;
@@ -67,8 +69,8 @@ struct ScratchLayout {
 // The type that the interface names.
 struct kivo_plan {
   const kivo_format *psFormat;  // of the frames
-  const kivo_format
-      *psPlain;  // of the plain samples of the region, not mirrored; 8 bits where a range is given
+  const kivo_format *psPlain;   // of the plain samples of the region, not mirrored; 8 bits where a range is
+                                // given, 14 where colour settings are
   std::uint32_t uiFrameWidth, uiFrameHeight;
   std::uint32_t uiX, uiY, uiWidth, uiHeight;  // the region
   std::uint32_t uiPictureWidth, uiPictureHeight;
@@ -83,10 +85,11 @@ struct kivo_plan {
   std::size_t uiFrameRow, uiPictureRow;      // bytes of packed rows, the frame's of one plane
   std::size_t uiFrameBytes, uiPictureBytes;  // of packed rows
   Kivo::Course eCourse;
-  std::array<Kivo::Stage, 4> asStages;
+  std::array<Kivo::Stage, 5> asStages;
   std::size_t uiStages, uiStagesToPlain;  // all; those before the range and the reversal
   Kivo::ScratchLayout sScratch;
   std::unique_ptr<std::uint8_t[]> pucTable;  // the range
+  Kivo::Colour sColour;
 };
 
 namespace Kivo {

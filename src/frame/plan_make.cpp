@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Making a plan: the checks in the order that the interface promises, then the course of samples and pixels.
+#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -32,6 +33,10 @@ kivo_status ReadOptions(const kivo_options *psGiven, kivo_options &sOptions) noe
   if (psGiven == nullptr) return KIVO_OK;
   std::size_t uiSize;
   std::memcpy(&uiSize, psGiven, sizeof uiSize);
+  if (uiSize == offsetof(kivo_options, colour)) {
+    std::memcpy(&sOptions, psGiven, uiSize);
+    return KIVO_OK;
+  }
   if (uiSize < sizeof sOptions) return KIVO_BAD_STRUCT;
   // A later version's structure is longer. What it means by its fields is unknown here unless it means
   // nothing.
@@ -44,9 +49,10 @@ kivo_status ReadOptions(const kivo_options *psGiven, kivo_options &sOptions) noe
   return KIVO_OK;
 }
 
-bool KnowsValues(const kivo_options &s) noexcept {
-  return s.pixels <= KIVO_SAMPLES && s.bayer <= KIVO_BAYER_HALF && s.levels <= KIVO_LEVELS_SPREAD &&
-         s.hint <= KIVO_HINT_STREAMED && s.byte_order <= KIVO_BIG_ENDIAN && (s.flags & ~c_uiKnownFlags) == 0;
+bool KnowsValues(const kivo_options &s, const kivo_colour &sColour) noexcept {
+  return sColour.tone <= KIVO_TONE_TABLE && s.pixels <= KIVO_SAMPLES && s.bayer <= KIVO_BAYER_HALF &&
+         s.levels <= KIVO_LEVELS_SPREAD && s.hint <= KIVO_HINT_STREAMED && s.byte_order <= KIVO_BIG_ENDIAN &&
+         (s.flags & ~c_uiKnownFlags) == 0;
 }
 
 bool IsAdaptiveSize(std::uint32_t uiSize) noexcept {
@@ -60,10 +66,44 @@ std::uint32_t Resolve(std::uint32_t uiBayer, const kivo_plan &s) noexcept {
   return IsAdaptiveSize(s.uiWidth) && IsAdaptiveSize(s.uiHeight) ? KIVO_BAYER_ACPI : KIVO_BAYER_STANDARD;
 }
 
-// Everything that needs no memory of a frame, from the format on.
-kivo_status Check(const kivo_options &o, kivo_plan &s) noexcept {
+// What of the colour settings depends on the frame and the picture.
+kivo_status CheckSettings(const kivo_options &o, kivo_colour &c, std::uint32_t uiDepth,
+                          const kivo_plan &s) noexcept {
+  const bool bMapped = (o.flags & (KIVO_WITH_RANGE | KIVO_WITH_SHIFT)) != 0;
+  if (s.psFormat->family == KIVO_YUV || o.pixels == KIVO_SAMPLES || bMapped) return KIVO_BAD_COLOUR;
+  const kivo_status eStatus = CheckColour(c);
+  if (eStatus != KIVO_OK) return eStatus;
+  if (c.high == 0) c.high = (1 << uiDepth) - 1;
+  return c.low < c.high ? CheckTone(c) : KIVO_BAD_POINTS;
+}
+
+// The numbers of the settings that fit the frame and the picture; no tables yet.
+void ResolveColour(const kivo_colour &c, std::uint32_t uiDepth, bool bOwnLevels, kivo_plan &s) noexcept {
+  Colour &sColour = s.sColour;
+  sColour.bOn = true;
+  constexpr unsigned c_auiColours[] = {0, 1, 1, 2};
+  for (unsigned i = 0; i < 4; ++i)
+    sColour.asGains[i] = MakeGain(c.black[i], c.gain[c_auiColours[i]], c.low, c.high, uiDepth);
+  const bool bColours = s.psFormat->family == KIVO_RGB || s.uiBayer != KIVO_BAYER_OFF;
+  std::int16_t aasRows[3][3], aasUnit[3][3];
+  constexpr double c_adUnit[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  MakeMatrix(c.matrix, aasRows);
+  MakeMatrix(c_adUnit, aasUnit);
+  sColour.bMatrix = bColours && std::memcmp(aasRows, aasUnit, sizeof aasRows) != 0;
+  for (unsigned y = 0; y < 3; ++y)
+    for (unsigned x = 0; x < 3; ++x)
+      sColour.aasMatrix[y][x] = s.sPixels.bRedFirst ? aasRows[y][x] : aasRows[2 - y][2 - x];
+  sColour.uiDown = bOwnLevels ? 16 - uiDepth : 0;
+  sColour.bFinish = sColour.bMatrix || c.tone != KIVO_TONE_LINEAR || s.sPixels.uiBits == 16;
+  s.psPlain = &GainedFormat(*s.psPlain);
+  // What is behind the demosaic has a bit more, and a tone leaves what is wanted.
+  s.uiShift = !sColour.bFinish ? 6 : c.tone == KIVO_TONE_LINEAR ? 7 : 0;
+}
+
+// Everything that needs no memory of a frame, from the format on. c: the colour settings, if there are any.
+kivo_status Check(const kivo_options &o, kivo_colour &c, kivo_plan &s) noexcept {
   if (s.psFormat == nullptr) return KIVO_UNKNOWN_FORMAT;
-  if (!KnowsValues(o)) return KIVO_UNKNOWN_OPTION;
+  if (!KnowsValues(o, c)) return KIVO_UNKNOWN_OPTION;
   const bool bCropped = (o.crop_x | o.crop_y | o.crop_width | o.crop_height) != 0;
   s.uiX = o.crop_x;
   s.uiY = o.crop_y;
@@ -118,6 +158,12 @@ kivo_status Check(const kivo_options &o, kivo_plan &s) noexcept {
   }
   if (o.levels == KIVO_LEVELS_SPREAD && s.sPixels.uiBits != 16) return KIVO_BAD_LEVELS;
   s.bSpread = o.levels == KIVO_LEVELS_SPREAD;
+  if (o.colour != nullptr) {
+    const bool bNone = ChangesNothing(c);
+    const kivo_status eStatus = CheckSettings(o, c, uiDepth, s);
+    if (eStatus != KIVO_OK) return eStatus;
+    if (!bNone) ResolveColour(c, uiDepth, !s.bSpread, s);
+  }
   s.bMirror = (o.flags & KIVO_MIRROR) != 0;
   s.bFlip = (o.flags & KIVO_FLIP) != 0;
   s.uiHint = o.hint;
@@ -183,12 +229,28 @@ bool MakeStages(const kivo_options &o, kivo_plan &s) noexcept {
     }
     AddStage(s, Stage::Kind::Table);
   }
+  if (s.sColour.bOn) AddStage(s, Stage::Kind::Gain);
   if (s.bMirrorSamples) AddStage(s, Stage::Kind::Reverse);
   return true;
 }
 
+// The tone as a table of what each value becomes.
+bool MakeToneTable(const kivo_colour &c, kivo_plan &s) noexcept {
+  if (!s.sColour.bOn || c.tone == KIVO_TONE_LINEAR) return true;
+  if (s.sPixels.uiBits == 8) {
+    s.sColour.pucTone.reset(new (std::nothrow) std::uint8_t[c_uiToneEntries]);
+    if (s.sColour.pucTone == nullptr) return false;
+    MakeTone(c, s.sColour.pucTone.get());
+  } else {
+    s.sColour.pusTone.reset(new (std::nothrow) std::uint16_t[c_uiToneEntries]);
+    if (s.sColour.pusTone == nullptr) return false;
+    MakeTone(c, s.sColour.pusTone.get(), s.sColour.uiDown);
+  }
+  return true;
+}
+
 Course ChooseCourse(const kivo_plan &s) noexcept {
-  const bool bBytes = s.sPixels.uiBits == 8 && !s.sPixels.bGrey;
+  const bool bBytes = s.sPixels.uiBits == 8 && !s.sPixels.bGrey && !s.sColour.bFinish;
   switch (s.uiBayer) {
     case KIVO_BAYER_STANDARD:
       return bBytes ? Course::Mosaic : Course::MosaicPlanes;
@@ -202,7 +264,8 @@ Course ChooseCourse(const kivo_plan &s) noexcept {
   if (s.uiPixels == KIVO_SAMPLES) return Course::Copy;
   const bool bMono = s.psPlain->channels == 1;
   // Grey bytes of grey bytes, and words of words, are the samples.
-  if (bMono && s.sPixels.bGrey && !s.bSpread && s.sPixels.uiBits == 8 * s.psPlain->plain_bytes)
+  if (bMono && s.sPixels.bGrey && !s.bSpread && !s.sColour.bFinish &&
+      s.sPixels.uiBits == 8 * s.psPlain->plain_bytes)
     return Course::Copy;
   if (!bBytes) return Course::Planes;
   return s.psPlain->family == KIVO_YUV && s.sPixels.bRedFirst ? Course::Swapped : Course::Fused;
@@ -235,17 +298,19 @@ kivo_status kivo_plan_make(uint32_t code, uint32_t width, uint32_t height, const
   kivo_options sOptions;
   kivo_status eStatus = ReadOptions(options, sOptions);
   if (eStatus != KIVO_OK) return eStatus;
+  kivo_colour sColour = KIVO_COLOUR_INIT;
+  if (sOptions.colour != nullptr && !ReadColour(sOptions.colour, sColour)) return KIVO_BAD_STRUCT;
   kivo_plan sPlan = {};
   sPlan.psFormat = FindFormat(code);
   sPlan.uiFrameWidth = width;
   sPlan.uiFrameHeight = height;
-  eStatus = Check(sOptions, sPlan);
+  eStatus = Check(sOptions, sColour, sPlan);
   if (eStatus != KIVO_OK) return eStatus;
   sPlan.eCourse = ChooseCourse(sPlan);
   // The adaptive rules know left from right, and half pictures of odd width leave out the last column.
   sPlan.bMirrorSamples =
       sPlan.bMirror && sPlan.uiBayer != KIVO_BAYER_ACPI && sPlan.uiBayer != KIVO_BAYER_HALF;
-  if (!MakeStages(sOptions, sPlan)) return KIVO_OUT_OF_MEMORY;
+  if (!MakeStages(sOptions, sPlan) || !MakeToneTable(sColour, sPlan)) return KIVO_OUT_OF_MEMORY;
   sPlan.sScratch = LayOut(sPlan);
   *plan = new (std::nothrow) kivo_plan(std::move(sPlan));
   return *plan == nullptr ? KIVO_OUT_OF_MEMORY : KIVO_OK;

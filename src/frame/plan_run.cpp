@@ -30,12 +30,16 @@ bool IsShort(std::ptrdiff_t iStride, std::size_t uiRow) noexcept {
   return iStride != 0 && uiStride < uiRow;
 }
 
+}  // namespace
+
 kivo_status CheckFrame(const kivo_plan &s, const kivo_frame &sFrame, std::size_t &uiBytes) noexcept {
   if (IsShort(sFrame.stride, s.uiFrameRow)) return KIVO_SHORT_STRIDE;
   const std::size_t uiRows = std::size_t{s.uiFrameHeight} * Planes(*s.psFormat);
   return Fits(s.uiFrameRow, uiRows, s.uiFrameBytes, sFrame.stride, sFrame.size, uiBytes) ? KIVO_OK
                                                                                          : KIVO_SHORT_BUFFER;
 }
+
+namespace {
 
 bool Overlap(const void *p, std::size_t uiP, const void *q, std::size_t uiQ) noexcept {
   const auto uiFirst = reinterpret_cast<std::uintptr_t>(p);
@@ -55,12 +59,6 @@ kivo_status Check(const kivo_plan *plan, const kivo_frame *frame, const kivo_pic
             uiPicture))
     return KIVO_SHORT_PICTURE;
   return Overlap(frame->data, uiFrame, picture->data, uiPicture) ? KIVO_OVERLAP : KIVO_OK;
-}
-
-// With memory of the thread's stack. A function of its own, so that no other caller's frame grows.
-template <class Work>
-[[gnu::noinline]] void WithScratch(const kivo_plan &s, const Work &work) noexcept {
-  work(static_cast<std::uint8_t *>(__builtin_alloca(s.sScratch.uiTotal)));
 }
 
 // Rows that a job of kivo_run_on() makes: enough that what a slice reads beyond its own rows counts for

@@ -134,7 +134,9 @@ class Maker {
   }
 
   void MakeByPieces(std::size_t y, std::size_t uiRows) const noexcept {
-    const bool bOne = m_sSource.IsGapless() && !m_s.bMirrorSamples &&
+    // The gains of a mosaic know one row from the next.
+    const bool bAlike = !m_s.sColour.bOn || m_s.psPlain->family != KIVO_BAYER;
+    const bool bOne = m_sSource.IsGapless() && bAlike && !m_s.bMirrorSamples &&
                       m_iPitch == static_cast<std::ptrdiff_t>(m_s.uiPictureRow);
     const std::size_t uiWidth = bOne ? m_s.uiWidth * uiRows : m_s.uiWidth;
     for (std::size_t uiEnd = bOne ? y + 1 : y + uiRows; y < uiEnd; ++y) {
@@ -166,7 +168,7 @@ class Maker {
       Convert(FusedRun(m_s, c_eBGR, false), pucOut, pucSamples, n, m_s.uiShift, false);
       Convert({ActiveKernels().psMonoRgb8->apfnRGB[eOut], 1, 1}, pucDst, pucOut, n, 0, m_bStream);
     } else {
-      Paint(pucDst, ToPlanes(pucSamples, n), n);
+      Paint(pucDst, Finish(ToPlanes(pucSamples, n), 0, n), n);
     }
   }
 
@@ -202,6 +204,42 @@ class Maker {
     return {{apus[bExchange ? 2 : 0], apus[1], apus[bExchange ? 0 : 2]}};
   }
 
+  // The matrix and the tone, to the planes of row i of a band.
+  Planes Finish(const Planes &sPlanes, unsigned i, std::size_t n) const noexcept {
+    const Colour &c = m_s.sColour;
+    if (!c.bFinish) return sPlanes;
+    const ColourKernels &k = *ActiveFrameKernels().psColour;
+    const bool bMono = sPlanes.apus[0] == sPlanes.apus[1];
+    const unsigned uiPlanes = bMono ? 1 : 3;
+    // The standard demosaic has doubled what it makes.
+    unsigned uiUp = m_s.eCourse == Course::MosaicPlanes && m_s.uiBayer == KIVO_BAYER_STANDARD ? 0 : 1;
+    // Each plane stays where it is.
+    const unsigned uiFirst = sPlanes.apus[0] > sPlanes.apus[2] ? 2 : 0;
+    std::uint16_t *const apus[3] = {Plane(i, uiFirst), Plane(i, 1), Plane(i, 2 - uiFirst)};
+    Planes s = sPlanes;
+    if (c.bMatrix) {
+      MatrixJob sJob = {};
+      for (unsigned p = 0; p < 3; ++p) {
+        sJob.apusDst[p] = apus[p];
+        sJob.apusSrc[p] = s.apus[p];
+        s.apus[p] = apus[p];
+      }
+      sJob.n = n;
+      std::memcpy(sJob.aasRows, c.aasMatrix, sizeof sJob.aasRows);
+      sJob.uiUp = uiUp;
+      k.pfnMatrix(sJob);
+      uiUp = 0;
+    }
+    if (m_s.sPixels.uiBits == 16 || c.pucTone != nullptr) {
+      for (unsigned p = 0; p < uiPlanes; ++p) {
+        k.pfnTone({apus[p], s.apus[p], n, uiUp, c.uiDown, c.pucTone.get(), c.pusTone.get()});
+        s.apus[p] = apus[p];
+      }
+      if (bMono) s.apus[1] = s.apus[2] = s.apus[0];
+    }
+    return s;
+  }
+
   void Paint(std::uint8_t *pucDst, const Planes &sPlanes, std::size_t n) const noexcept {
     const PictureKind eKind = KindOf(m_s.sPixels, sPlanes.apus[0] == sPlanes.apus[1]);
     PictureJob sJob = {};
@@ -210,7 +248,7 @@ class Maker {
     sJob.n = n;
     sJob.uiShift = m_s.uiShift;
     sJob.uiDepth = m_s.psPlain->plain_depth;
-    sJob.bSpread = m_s.bSpread;
+    sJob.bSpread = m_s.bSpread && !m_s.sColour.bOn;
     sJob.bMirror = m_s.bMirror && !m_s.bMirrorSamples;
     sJob.bStream = m_bStream;
     ActiveFrameKernels().psPicture->apfn[static_cast<unsigned>(eKind)](sJob);
@@ -227,8 +265,8 @@ class Maker {
     const bool bAdaptive = m_s.uiBayer == KIVO_BAYER_ACPI;
     const bool bBytes = m_s.eCourse == Course::Mosaic;
     // Words have planes; bytes that are to become planes are widened on their way into the ring.
-    MosaicKernel pfn = bAdaptive ? ActiveFrameKernels().psMosaicPlanes->pfnAdaptive
-                                 : ActiveFrameKernels().psMosaicPlanes->pfnStandard;
+    const MosaicPlanesKernels &p = *ActiveFrameKernels().psMosaicPlanes;
+    MosaicKernel pfn = bAdaptive ? p.pfnAdaptive : m_s.sColour.bFinish ? p.pfnDoubled : p.pfnStandard;
     if (bBytes) {
       const Kernels &k = ActiveKernels();
       pfn = (bAdaptive ? k.psAcpi8->apfn : IsWords(m_s) ? k.psBayer16->apfn : k.psBayer8->apfn)[OutputKind()];
@@ -322,7 +360,7 @@ class Maker {
     for (unsigned i = 0; i < uiRows; ++i) {
       std::uint8_t *const pucDst = OutColumns(y + i, sTile.uiStart, n);
       if (m_s.eCourse == Course::MosaicPlanes) {
-        Paint(pucDst, {{Plane(i, 0) + x, Plane(i, 1) + x, Plane(i, 2) + x}}, n);
+        Paint(pucDst, Finish({{Plane(i, 0) + x, Plane(i, 1) + x, Plane(i, 2) + x}}, i, n), n);
       } else {
         const auto eUnit = m_s.sPixels.bAlpha ? ReverseUnit::Byte4 : ReverseUnit::Byte3;
         const std::uint8_t *const puc = m_pucScratch + m_l.uiOut + i * m_l.uiOutPitch + x * PixelBytes();
@@ -348,7 +386,7 @@ class Maker {
               m_sSource.IsDirect() ? m_sSource.Row(2 * y + i) + 2 * x * m_s.psPlain->plain_bytes : puc;
         }
         (bWords ? k.pfnWords : k.pfnBytes)(apus, apucRows[0], apucRows[1], n, OrderOf(m_s));
-        Paint(OutColumns(y, x, n), {{apus[uiFirst], apus[1], apus[2 - uiFirst]}}, n);
+        Paint(OutColumns(y, x, n), Finish({{apus[uiFirst], apus[1], apus[2 - uiFirst]}}, 0, n), n);
       }
     }
   }

@@ -24,10 +24,10 @@ constexpr std::size_t Aligned(std::size_t uiBytes) noexcept {
   return (uiBytes + c_uiAlignment - 1) / c_uiAlignment * c_uiAlignment;
 }
 
-// Bytes that a pixel's plain samples take before the range at the most.
+// Bytes that a pixel's plain samples take before the range, or behind the gain, at the most.
 std::size_t SampleBytes(const kivo_plan &s) noexcept {
   const std::size_t uiChannels = s.psFormat->channels == 1 ? 1 : 3;
-  return uiChannels * s.psFormat->plain_bytes;
+  return uiChannels * std::max(s.psFormat->plain_bytes, s.psPlain->plain_bytes);
 }
 
 }  // namespace

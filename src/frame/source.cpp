@@ -105,6 +105,36 @@ void Source::UnpackSamples(Unpack eUnpack, std::size_t y, std::size_t x, std::si
       uiBefore + n * uiChannels);
 }
 
+void Source::Gain(std::size_t y, std::size_t x, std::size_t n, const std::uint8_t *pucFrom,
+                  std::uint8_t *pucDst) const noexcept {
+  const kivo_format &sPlain = *m_sPlan.psPlain;
+  const std::array<GainSite, 4> &as = m_sPlan.sColour.asGains;
+  const ColourKernels &k = *m_sFrameKernels.psColour;
+  const std::uint32_t uiBytes = m_sPlan.psFormat->plain_bytes;
+  GainJob sJob = {};
+  sJob.pusDst = reinterpret_cast<std::uint16_t *>(pucDst);
+  sJob.pucSrc = pucFrom;
+  sJob.n = n * sPlain.channels;
+  sJob.uiSites = 2;
+  sJob.uiDepth = m_sPlan.psFormat->plain_depth;
+  if (sPlain.family == KIVO_RGB) {
+    sJob.uiSites = 3;
+    sJob.asSites[0] = as[BlueFirst(sPlain) ? 3 : 0];
+    sJob.asSites[1] = as[1];
+    sJob.asSites[2] = as[BlueFirst(sPlain) ? 0 : 3];
+  } else if (sPlain.family == KIVO_MONO) {
+    sJob.asSites[0] = sJob.asSites[1] = as[1];
+  } else {
+    const bool bGreenFirst = sPlain.order == KIVO_ORDER_GR || sPlain.order == KIVO_ORDER_GB;
+    const bool bRedFirst = sPlain.order == KIVO_ORDER_GR || sPlain.order == KIVO_ORDER_RG;
+    const bool bRed = bRedFirst == (y % 2 == 0);
+    const bool bGreen = (bGreenFirst == (y % 2 == 0)) == (x % 2 == 0);
+    sJob.asSites[bGreen ? 0 : 1] = as[bRed ? 1 : 2];
+    sJob.asSites[bGreen ? 1 : 0] = as[bRed ? 0 : 3];
+  }
+  (uiBytes == 2 ? k.pfnGainWords : k.pfnGainBytes)(sJob);
+}
+
 void Source::Bring(std::size_t y, std::size_t x, std::size_t n, std::uint8_t *pucDst, const Spaces &sSpaces,
                    std::size_t uiStages) const noexcept {
   // The picture's columns from the right are the region's from the left.
@@ -136,6 +166,9 @@ void Source::Bring(std::size_t y, std::size_t x, std::size_t n, std::uint8_t *pu
                                                                           m_sPlan.pucTable.get());
         break;
       }
+      case Stage::Kind::Gain:
+        Gain(y, x, n, From(), pucTo);
+        break;
       case Stage::Kind::Reverse: {
         const auto eUnit = static_cast<unsigned>(UnitOf(*m_sPlan.psPlain));
         m_sKernels.psReverse->apfn[eUnit](

@@ -50,6 +50,8 @@ class Source {
   const std::uint8_t *Plane(std::uint32_t uiPlane, std::size_t y) const noexcept;
   void UnpackSamples(Unpack eUnpack, std::size_t y, std::size_t x, std::size_t n, const std::uint8_t *pucFrom,
                      std::uint8_t *pucDst) const noexcept;
+  void Gain(std::size_t y, std::size_t x, std::size_t n, const std::uint8_t *pucFrom,
+            std::uint8_t *pucDst) const noexcept;
 
   const kivo_plan &m_sPlan;
   const Kernels &m_sKernels;

@@ -42,9 +42,33 @@ struct DepthMeans : ExactMeans<uint16_t> {
   }
 };
 
+// Twice the means of samples of 14 bits, whose sums of four fit a word.
+struct DoubledMeans : WordMeans<uint16_t> {
+  using Row = WordRow;
+  using Pair = WordRow;
+
+  KIVO_INLINE uint16_t Reduce1(uint32_t uiSum) const { return static_cast<uint16_t>(2 * uiSum); }
+  KIVO_INLINE uint16_t Reduce2(uint32_t uiSum) const { return static_cast<uint16_t>(uiSum); }
+  KIVO_INLINE uint16_t Reduce3(uint32_t uiSum) const { return static_cast<uint16_t>(2 * uiSum / 3); }
+  KIVO_INLINE uint16_t Reduce4(uint32_t uiSum) const { return static_cast<uint16_t>(uiSum / 2); }
+
+  KIVO_INLINE Pair Add(Row a, Row b) const { return {a.low + b.low, a.high + b.high}; }
+  KIVO_INLINE Row Own(Row v) const { return Add(v, v); }
+  KIVO_INLINE Row Mean(Pair s) const { return s; }
+  KIVO_INLINE Row Mean(Pair s, Pair t) const {
+    const Row sum = Add(s, t);
+    return {sum.low >> 1, sum.high >> 1};
+  }
+  template <unsigned, unsigned>
+  KIVO_INLINE Row Finish(Row v, const Parity &) const {
+    return v;
+  }
+};
+
+template <class Means>
 void Standard(const MosaicJob &sJob) {
   const Mosaic s(sJob);
-  const ExactMeans<uint16_t> sMeans{{{0}, {}}};
+  const Means sMeans{{{0}, {}}};
   if (s.uiWidth == 1 || s.uiHeight == 1) {
     ConvertPixelwise<c_ePlanes>(sMeans, s);
   } else {
@@ -60,6 +84,7 @@ void Adaptive16(const MosaicJob &sJob) {
 
 }  // namespace
 
-const MosaicPlanesKernels c_sMosaicPlanesKernels = {Standard, Adaptive16};
+const MosaicPlanesKernels c_sMosaicPlanesKernels = {Standard<ExactMeans<uint16_t>>, Adaptive16,
+                                                    Standard<DoubledMeans>};
 
 }  // namespace Kivo::KIVO_TARGET

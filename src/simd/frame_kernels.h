@@ -101,9 +101,63 @@ struct RangeKernels {
   TableKernel pfnTableBytes, pfnTableWords;
 };
 
-// Both demosaics of 16-bit samples to c_ePlanes, at the samples' own depth and without a shift.
+// Both demosaics of 16-bit samples to c_ePlanes, at the samples' own depth and without a shift. Doubled:
+// samples of at most 14 bits, standard means times two, floor(2 sum / count).
 struct MosaicPlanesKernels {
-  MosaicKernel pfnStandard, pfnAdaptive;
+  MosaicKernel pfnStandard, pfnAdaptive, pfnDoubled;
+};
+
+// What becomes of a sample t of 15 bits: with d = t - usBlack, 0 at the least,
+//   min(16383, (min(d, usMost) * usFactor * usGain + 16384) >> 15)
+// usFactor is a power of two 2^e, usMost (32767 >> e) + 1, and usGain at most 32767, with e above 0 at least
+// 16384.
+struct GainSite {
+  uint16_t usBlack, usMost, usFactor, usGain;
+};
+struct GainJob {
+  uint16_t *pusDst;
+  const uint8_t *pucSrc;  // bytes or words; not those of pusDst
+  size_t n;               // samples
+  GainSite asSites[3];    // of sample 0, 1, ...; the first again behind the last
+  unsigned uiSites;       // 2 or 3
+  unsigned uiDepth;       // 8 to 16: what is above counts as the largest sample
+};
+using GainKernel = void (*)(const GainJob &s);
+
+// Three planes mixed: plane i of the result is the sum of the planes times asRows[i] / 4096, rounded down
+// after 2048 was added, and kept within 0 to 32767. Values are below 32768 after they were shifted left by
+// uiUp, 0 or
+// 1. A plane may be written where it is read, or in front of that. All have room for the whole of the last
+// vector.
+struct MatrixJob {
+  uint16_t *apusDst[3];
+  const uint16_t *apusSrc[3];
+  size_t n;
+  int16_t aasRows[3][3];
+  unsigned uiUp;
+};
+using MatrixKernel = void (*)(const MatrixJob &s);
+
+// What a curve makes of 0 to 32767: bytes, or words.
+constexpr size_t c_uiToneEntries = 32768;
+
+// n values below 32768 after they were shifted left by uiUp, each replaced by its entry; or, without a table,
+// by min(65535, 2 u + (u >> 13)) >> uiDown.
+struct ToneJob {
+  uint16_t *pusDst;  // may be pusSrc
+  const uint16_t *pusSrc;
+  size_t n;
+  unsigned uiUp;
+  unsigned uiDown;
+  const uint8_t *pucBytes;   // one of the tables,
+  const uint16_t *pusWords;  // or none
+};
+using ToneKernel = void (*)(const ToneJob &s);
+
+struct ColourKernels {
+  GainKernel pfnGainBytes, pfnGainWords;
+  MatrixKernel pfnMatrix;
+  ToneKernel pfnTone;
 };
 
 // All families of one target that only the engine has.
@@ -115,6 +169,7 @@ struct FrameKernels {
   const PictureKernels *psPicture;
   const RangeKernels *psRange;
   const YuvFrameKernels *psYuvFrames;
+  const ColourKernels *psColour;
 };
 
 }  // namespace Kivo
@@ -129,6 +184,7 @@ extern const HalfKernels c_sHalfKernels;
 extern const PictureKernels c_sPictureKernels;
 extern const RangeKernels c_sRangeKernels;
 extern const YuvFrameKernels c_sYuvFrameKernels;
+extern const ColourKernels c_sColourKernels;
 }  // namespace Kivo::KIVO_TARGET
 #endif
 

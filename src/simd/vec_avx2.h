@@ -185,6 +185,11 @@ KIVO_INLINE U8 Blend(U8 mask, U8 a, U8 b) {
   return reinterpret_cast<U8>(_mm256_blendv_epi8(Raw(b), Raw(a), Raw(mask)));
 }
 
+// Doublewords clamped to words; makes one again of what ZipLanes made two.
+KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
+  return reinterpret_cast<I16>(_mm256_packs_epi32(Raw(a), Raw(b)));
+}
+
 // Lanes last to first.
 KIVO_INLINE U8 Reverse(U8 v) {
   static constexpr Table c_s = MakeTable([](size_t j) { return 15 - j % 16; });

@@ -186,6 +186,11 @@ KIVO_INLINE U8 Lookup(const U8 (&aTable)[4], U8 index) {
   return reinterpret_cast<U8>(_mm512_mask_blend_epi8(_mm512_movepi8_mask(i), low, high));
 }
 
+// Doublewords clamped to words; makes one again of what ZipLanes made two.
+KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
+  return reinterpret_cast<I16>(_mm512_packs_epi32(Raw(a), Raw(b)));
+}
+
 // Lanes last to first.
 KIVO_INLINE U8 Reverse(U8 v) {
   static constexpr Table c_s = MakeTable([](size_t j) { return 63 - j; });

@@ -143,6 +143,26 @@ KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
   return v;
 }
 
+// (a b + 16384) >> 15, but for -32768 times itself.
+KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
+  I16 v;
+  for (size_t i = 0; i < c_uiVec / 2; ++i) v[i] = static_cast<int16_t>((a[i] * b[i] + 16384) >> 15);
+  return v;
+}
+
+// Doublewords clamped to words; makes one again of what ZipLanes made two.
+KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
+  I16 v;
+  for (size_t i = 0; i < c_uiVec / 4; ++i) {
+    const auto clamp = [](int32_t n) {
+      return static_cast<int16_t>(n < -32768 ? -32768 : n > 32767 ? 32767 : n);
+    };
+    v[i] = clamp(a[i]);
+    v[c_uiVec / 4 + i] = clamp(b[i]);
+  }
+  return v;
+}
+
 // Lanes last to first.
 KIVO_INLINE U8 Reverse(U8 v) {
   U8 r;

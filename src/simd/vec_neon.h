@@ -148,6 +148,12 @@ KIVO_INLINE U16 PackHighLanes(I32 a, I32 b) {
   return PackHigh(reinterpret_cast<U32>(a), reinterpret_cast<U32>(b));
 }
 
+// Doublewords clamped to words; makes one again of what ZipLanes made two.
+KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
+  return reinterpret_cast<I16>(
+      vcombine_s16(vqmovn_s32(reinterpret_cast<int32x4_t>(a)), vqmovn_s32(reinterpret_cast<int32x4_t>(b))));
+}
+
 // Lanes last to first.
 KIVO_INLINE U8 Reverse(U8 v) {
   const uint8x16_t halves = vrev64q_u8(Raw(v));

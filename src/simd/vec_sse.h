@@ -147,6 +147,11 @@ KIVO_INLINE U16 PackHighLanes(I32 a, I32 b) {
   return PackHigh(reinterpret_cast<U32>(a), reinterpret_cast<U32>(b));
 }
 
+// Doublewords clamped to words; makes one again of what ZipLanes made two.
+KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
+  return reinterpret_cast<I16>(_mm_packs_epi32(Raw(a), Raw(b)));
+}
+
 // Lanes last to first.
 KIVO_INLINE U16 Reverse(U16 v) {
   const __m128i halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(Raw(v), 0x1B), 0x1B);
@@ -273,6 +278,13 @@ KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
 }
 
 #else
+
+// The product in its two halves, the lower one rounded to the bit that joins the upper.
+KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
+  const U16 low = reinterpret_cast<U16>(_mm_mullo_epi16(Raw(a), Raw(b)));
+  const U16 high = reinterpret_cast<U16>(_mm_mulhi_epi16(Raw(a), Raw(b)));
+  return reinterpret_cast<I16>((high << 1) + (((low >> 14) + 1) >> 1));
+}
 
 // Four BGR0 words to 12 bytes at the bottom of a vector.
 KIVO_INLINE __m128i CloseGaps(__m128i v) {

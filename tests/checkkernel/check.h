@@ -96,6 +96,7 @@ void CheckHalf(Check &check);
 void CheckRange(Check &check);
 void CheckPicture(Check &check);
 void CheckPictureExhaustive(Check &check);
+void CheckColour(Check &check);
 void CheckYuvFrames(Check &check);
 void CheckYuvFramesExhaustive(Check &check);
 

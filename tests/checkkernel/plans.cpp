@@ -287,6 +287,7 @@ const std::vector<Plan> &AllPlans() {
                                        {"range", CheckRange},
                                        {"picture", CheckPicture},
                                        {"picture_exhaustive", CheckPictureExhaustive},
+                                       {"colour", CheckColour},
                                        {"yuv_frames", CheckYuvFrames},
                                        {"yuv_frames_exhaustive", CheckYuvFramesExhaustive},
                                        {"yuv8_exhaustive", CheckYuv8Exhaustive},

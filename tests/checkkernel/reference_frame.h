@@ -28,6 +28,11 @@ void Extremes(std::size_t sample_bytes, const std::uint8_t *src, std::size_t n, 
 void Table(std::size_t sample_bytes, std::uint8_t *dst, const std::uint8_t *src, std::size_t n,
            const std::uint8_t *table);
 
+// Samples of 1 or 2 bytes.
+void Gain(std::size_t sample_bytes, const Kivo::GainJob &job);
+void Matrix(const Kivo::MatrixJob &job);
+void Tone(const Kivo::ToneJob &job);
+
 std::size_t PicturePixelBytes(Kivo::PictureKind kind);
 void Picture(Kivo::PictureKind kind, const Kivo::PictureJob &job);
 

@@ -557,7 +557,7 @@ TEST(FrameFormats, AreSuggestedNearestFirst) {
 
 TEST(FrameMessages, AreOneClauseForEachStatus) {
   std::set<std::string> texts;
-  for (int status = KIVO_OK; status <= KIVO_SCHEDULER_FAILED; ++status) {
+  for (int status = KIVO_OK; status <= KIVO_BAD_PERCENT; ++status) {
     const std::string text = kivo_message(static_cast<kivo_status>(status));
     EXPECT_TRUE(texts.insert(text).second) << text;
     EXPECT_NE(text, "unknown error");
@@ -565,7 +565,7 @@ TEST(FrameMessages, AreOneClauseForEachStatus) {
     EXPECT_TRUE(std::islower(static_cast<unsigned char>(text[0])) != 0 || text.compare(0, 4, "ACPI") == 0)
         << text;
   }
-  EXPECT_STREQ(kivo_message(static_cast<kivo_status>(KIVO_SCHEDULER_FAILED + 1)), "unknown error");
+  EXPECT_STREQ(kivo_message(static_cast<kivo_status>(KIVO_BAD_PERCENT + 1)), "unknown error");
 }
 
 TEST(FrameMessages, AreThoseOfTheLayerForTheSameCause) {

@@ -56,6 +56,27 @@ const char *BayerName(std::uint32_t bayer) {
   return bayer < std::size(kNames) ? kNames[bayer] : "?";
 }
 
+std::string ColourText(const kivo_colour *colour) {
+  if (colour == nullptr) return "";
+  std::string text = ", colour";
+  const auto list = [&](const char *name, const double *numbers, std::size_t count) {
+    text += std::string(" ") + name;
+    char number[40];
+    for (std::size_t i = 0; i < count; ++i) {
+      std::snprintf(number, sizeof number, " %.17g", numbers[i]);
+      text += number;
+    }
+  };
+  list("black", colour->black, 4);
+  list("gain", colour->gain, 3);
+  list("matrix", colour->matrix, 9);
+  list("low", &colour->low, 1);
+  list("high", &colour->high, 1);
+  text += " tone " + std::to_string(colour->tone) + " table " + std::to_string(colour->table_size);
+  list("gamma", &colour->gamma, 1);
+  return text;
+}
+
 struct FreePlan {
   void operator()(kivo_plan *plan) const { kivo_plan_free(plan); }
 };
@@ -64,7 +85,7 @@ using PlanOwner = std::unique_ptr<kivo_plan, FreePlan>;
 // Whether two plans of one frame show the same region in the same colours.
 bool SameColours(const kivo_options &a, const kivo_options &b) {
   const auto range = [](const kivo_options &o) { return o.flags & KIVO_WITH_RANGE; };
-  if (range(a) != range(b)) return false;
+  if (range(a) != range(b) || a.colour != nullptr || b.colour != nullptr) return false;
   if (range(a) != 0 && (a.range_low != b.range_low || a.range_high != b.range_high)) return false;
   return a.bayer == b.bayer && a.crop_x == b.crop_x && a.crop_y == b.crop_y && a.crop_width == b.crop_width &&
          a.crop_height == b.crop_height;
@@ -76,6 +97,7 @@ std::vector<std::uint8_t> Converted(const Case &sample) {
   const kivo_options &o = sample.options;
   if (subject.stride != 0 || subject.big_endian || o.flags != 0 || o.crop_width != 0) return {};
   if (o.pixels != KIVO_BGRA8 && o.pixels != KIVO_BGR8) return {};
+  if (o.colour != nullptr && !Model::Neutral(*o.colour)) return {};
   if (o.bayer == KIVO_BAYER_HALF && subject.format->bayer()) return {};
   const bool acpi = o.bayer == KIVO_BAYER_ACPI || o.bayer == KIVO_BAYER_BEST;
   if (acpi && subject.format->bayer() && subject.format->depth > 8) return {};
@@ -124,7 +146,7 @@ std::string Case::Text() const {
                 PixelsName(o.pixels), BayerName(o.bayer), o.levels, o.hint, o.flags, o.shift, o.range_low,
                 o.range_high, o.crop_x, o.crop_y, o.crop_width, o.crop_height, stride, way,
                 ContentName(subject->content), subject->nominal ? " nominal" : "", PlaceText(place).c_str());
-  return text;
+  return text + ColourText(o.colour);
 }
 
 Judge::Judge(Kivo::Target target, std::uint64_t seed, bool quick)

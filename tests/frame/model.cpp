@@ -31,16 +31,18 @@ class Region {
   Region(const Plan &plan, const Plain &frame)
       : width(static_cast<int>(plan.region_width)), height(static_cast<int>(plan.region_height)) {
     const unsigned each = frame.each();
+    order_ = frame.format->order;
+    odd_x_ = plan.x % 2 != 0;
+    odd_y_ = plan.y % 2 != 0;
     samples_.reserve(std::size_t{plan.region_width} * plan.region_height * each);
     for (std::uint32_t y = 0; y < plan.region_height; ++y)
       for (std::uint32_t x = 0; x < plan.region_width; ++x)
         for (unsigned channel = 0; channel < each; ++channel)
-          samples_.push_back(Map(plan.options, frame.At(plan.y + y, plan.x + x, channel)));
+          samples_.push_back(Map(plan, frame, y, x, channel));
     each_ = each;
-    depth = (plan.options.flags & KIVO_WITH_RANGE) != 0 ? 8 : static_cast<int>(frame.format->plain_depth());
-    order_ = frame.format->order;
-    odd_x_ = plan.x % 2 != 0;
-    odd_y_ = plan.y % 2 != 0;
+    depth = (plan.options.flags & KIVO_WITH_RANGE) != 0 ? 8
+            : plan.coloured                             ? 14
+                                                        : static_cast<int>(frame.format->plain_depth());
   }
 
   int At(int y, int x, unsigned channel = 0) const {
@@ -70,7 +72,24 @@ class Region {
   int depth = 8;
 
  private:
-  static std::uint16_t Map(const kivo_options &options, std::uint64_t sample) {
+  // Which black level and gain a sample has.
+  int ColourSite(const Format &format, int y, int x, unsigned channel) const {
+    if (format.family == KIVO_MONO) return 1;
+    if (format.family == KIVO_RGB) return channel == 1 ? 1 : (channel == 0) == format.blue_first ? 3 : 0;
+    const Colour site = Site(y, x);
+    if (site != kGreen) return site == kRed ? 0 : 3;
+    return Site(y, x + 1) == kRed ? 1 : 2;
+  }
+
+  std::uint16_t Map(const Plan &plan, const Plain &frame, std::uint32_t y, std::uint32_t x,
+                    unsigned channel) const {
+    const kivo_options &options = plan.options;
+    const std::uint64_t sample = frame.At(plan.y + y, plan.x + x, channel);
+    if (plan.coloured)
+      return static_cast<std::uint16_t>(
+          ColourGain(plan.colour, frame.format->plain_depth(),
+                     ColourSite(*frame.format, static_cast<int>(y), static_cast<int>(x), channel),
+                     static_cast<int>(sample)));
     if ((options.flags & KIVO_WITH_RANGE) == 0) return static_cast<std::uint16_t>(sample);
     const std::uint64_t low = options.range_low, high = options.range_high;
     if (sample <= low) return 0;
@@ -93,8 +112,9 @@ Pixel ToPixel(int red, int green, int blue) {
           static_cast<std::uint16_t>(blue)};
 }
 
-int Standard(const Region &region, int y, int x, Colour wanted) {
-  if (region.Site(y, x) == wanted) return region.At(y, x);
+// The mean, times so much before it is cut.
+int Standard(const Region &region, int y, int x, Colour wanted, int times) {
+  if (region.Site(y, x) == wanted) return times * region.At(y, x);
   int sum = 0, count = 0;
   for (int v = y - 1; v <= y + 1; ++v)
     for (int u = x - 1; u <= x + 1; ++u) {
@@ -102,7 +122,7 @@ int Standard(const Region &region, int y, int x, Colour wanted) {
       sum += region.At(v, u);
       ++count;
     }
-  return count == 0 ? region.At(y, x) : sum / count;
+  return count == 0 ? times * region.At(y, x) : times * sum / count;
 }
 
 // The adaptive demosaic, by the numbers of its steps in the header.
@@ -310,9 +330,13 @@ Colours MakeColours(const Plan &plan, const Plain &frame) {
       } else if (plan.bayer == KIVO_BAYER_HALF) {
         pixel = Half(region, y, x);
       } else {
-        pixel = ToPixel(Standard(region, y, x, kRed), Standard(region, y, x, kGreen),
-                        Standard(region, y, x, kBlue));
+        const int times = plan.coloured ? 2 : 1;
+        pixel = ToPixel(Standard(region, y, x, kRed, times), Standard(region, y, x, kGreen, times),
+                        Standard(region, y, x, kBlue, times));
       }
+      const bool doubled = format.bayer() && plan.bayer == KIVO_BAYER_STANDARD;
+      if (plan.coloured && !doubled)
+        for (std::uint16_t &value : pixel) value = static_cast<std::uint16_t>(2 * value);
       colours.pixels.push_back(pixel);
     }
   return colours;
@@ -340,9 +364,15 @@ std::vector<std::uint8_t> MakePicture(const Plan &plan, const Colours &colours) 
       const std::uint32_t y = (options.flags & KIVO_FLIP) != 0 ? plan.height - 1 - row : row;
       const std::uint32_t x = (options.flags & KIVO_MIRROR) != 0 ? plan.width - 1 - column : column;
       std::array<std::uint32_t, 3> rgb{};
+      std::array<int, 3> u{};
+      const Pixel &pixel = colours.pixels[std::size_t{y} * plan.width + x];
+      std::copy(pixel.begin(), pixel.end(), u.begin());
+      if (plan.coloured && !colours.grey) u = ColourMatrix(plan.colour, u);
       for (unsigned i = 0; i < 3; ++i) {
-        const std::uint32_t value = colours.pixels[std::size_t{y} * plan.width + x][i];
-        if (!plan.wide_picture()) {
+        const std::uint32_t value = pixel[i];
+        if (plan.coloured) {
+          rgb[i] = ColourTone(plan, u[i]);
+        } else if (!plan.wide_picture()) {
           rgb[i] = value >> shift & 255;
         } else {
           rgb[i] = options.levels == KIVO_LEVELS_SPREAD ? Spread(value, depth) : value;

@@ -99,10 +99,25 @@ struct Plan {
   std::uint32_t width = 0, height = 0;  // of the picture
   std::uint32_t samples_format = 0;
   Wide row_bytes = 0;
+  bool coloured = false;  // by settings that change something
+  kivo_colour colour = KIVO_COLOUR_INIT;
+  std::vector<std::uint16_t> table;
   Wide picture_bytes() const { return row_bytes * height; }
   bool wide_picture() const { return options.pixels >= KIVO_BGRA16 && options.pixels <= KIVO_GRAY16; }
 };
 Plan MakePlan(std::uint32_t code, std::uint32_t width, std::uint32_t height, const kivo_options *options);
+
+// Whether colour settings change nothing.
+bool Neutral(const kivo_colour &colour);
+// What the chain makes of a sample of a depth, whose colour is red, green of a red row, green of a blue one,
+// or blue: y.
+int ColourGain(const kivo_colour &colour, unsigned depth, int site, int sample);
+// Of red, green and blue behind the demosaic.
+std::array<int, 3> ColourMatrix(const kivo_colour &colour, const std::array<int, 3> &u);
+// What a channel of the picture becomes.
+std::uint32_t ColourTone(const Plan &plan, int u);
+// What there is to refuse about the settings of a plan.
+kivo_status ColourStatus(const Plan &plan);
 
 // What kivo_run_rows() has to answer for a plan that was made; scratch_needed is kivo_plan_scratch().
 struct Rows {
@@ -112,7 +127,8 @@ struct Rows {
 kivo_status RunStatus(const Plan &plan, const kivo_frame *frame, const kivo_picture *picture, Rows rows,
                       const void *scratch, std::size_t scratch_size, std::size_t scratch_needed);
 
-// R, G and B of every pixel of the region, neither turned nor brought to a picture's depth.
+// R, G and B of every pixel of the region, neither turned nor brought to a picture's depth; of a coloured
+// plan what is behind the demosaic.
 struct Colours {
   std::vector<std::array<std::uint16_t, 3>> pixels;
   bool grey = false;

@@ -14,9 +14,18 @@ constexpr Wide kMost = PTRDIFF_MAX;
 
 // The fields of this version, all of them set where the caller has a later one.
 bool Understood(const kivo_options &options) {
+  if (options.size == offsetof(kivo_options, colour)) return true;
   if (options.size < sizeof options || options.size > 4096) return false;
   const auto *const bytes = reinterpret_cast<const unsigned char *>(&options);
   for (std::size_t i = sizeof options; i < options.size; ++i)
+    if (bytes[i] != 0) return false;
+  return true;
+}
+
+bool Understood(const kivo_colour &colour) {
+  if (colour.size < sizeof colour || colour.size > 4096) return false;
+  const auto *const bytes = reinterpret_cast<const unsigned char *>(&colour);
+  for (std::size_t i = sizeof colour; i < colour.size; ++i)
     if (bytes[i] != 0) return false;
   return true;
 }
@@ -84,7 +93,7 @@ kivo_status CheckValues(const Plan &plan) {
   if (shift && (options.shift > 15 || plan.format->plain_depth() == 8 || !bytes)) return KIVO_BAD_SHIFT;
   if (range && (plan.format->yuv() || shift || plan.wide_picture())) return KIVO_BAD_RANGE;
   if (options.levels == KIVO_LEVELS_SPREAD && !plan.wide_picture()) return KIVO_BAD_LEVELS;
-  return KIVO_OK;
+  return options.colour == nullptr ? KIVO_OK : ColourStatus(plan);
 }
 
 Plan Failed(kivo_status status) {
@@ -126,12 +135,19 @@ Plan MakePlan(std::uint32_t code, std::uint32_t width, std::uint32_t height, con
   if (options != nullptr) {
     if (!Understood(*options)) return Failed(KIVO_BAD_STRUCT);
     plan.options = *options;
+    if (options->size == offsetof(kivo_options, colour)) plan.options.colour = nullptr;
+    if (plan.options.colour != nullptr) {
+      if (!Understood(*plan.options.colour)) return Failed(KIVO_BAD_STRUCT);
+      plan.colour = *plan.options.colour;
+      plan.coloured = !Neutral(plan.colour);
+    }
   }
   const kivo_options &o = plan.options;
   plan.format = FormatOfCode(code);
   if (plan.format == nullptr) return Failed(KIVO_UNKNOWN_FORMAT);
   if (o.pixels > KIVO_SAMPLES || o.bayer > KIVO_BAYER_HALF || o.levels > KIVO_LEVELS_SPREAD ||
-      o.hint > KIVO_HINT_STREAMED || o.byte_order > KIVO_BIG_ENDIAN || (o.flags & ~kAllFlags) != 0)
+      plan.colour.tone > KIVO_TONE_TABLE || o.hint > KIVO_HINT_STREAMED || o.byte_order > KIVO_BIG_ENDIAN ||
+      (o.flags & ~kAllFlags) != 0)
     return Failed(KIVO_UNKNOWN_OPTION);
 
   plan.frame_width = width;
@@ -162,6 +178,8 @@ Plan MakePlan(std::uint32_t code, std::uint32_t width, std::uint32_t height, con
     return Failed(KIVO_TOO_LARGE);
   if (const kivo_status status = CheckFit(plan); status != KIVO_OK) return Failed(status);
   if (const kivo_status status = CheckValues(plan); status != KIVO_OK) return Failed(status);
+  if (plan.coloured && plan.colour.tone == KIVO_TONE_TABLE)
+    plan.table.assign(plan.colour.table, plan.colour.table + plan.colour.table_size);
   return plan;
 }
 

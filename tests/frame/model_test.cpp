@@ -9,11 +9,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "KivoCamUtl.h"
 #include "frame/judge.h"
+#include "frame/some_colour.h"
 #include "support/dispatch_table.h"
 
 namespace {
@@ -54,6 +56,7 @@ void SetCrop(Judge &judge, const Subject &subject, kivo_options &options) {
 struct Draw {
   kivo_options options = KIVO_OPTIONS_INIT;
   bool range = false;
+  std::shared_ptr<const KivoTest::ColourSettings> colour;
 };
 
 Draw SomeDraw(Judge &judge, const Subject &subject, unsigned bayer) {
@@ -67,6 +70,8 @@ Draw SomeDraw(Judge &judge, const Subject &subject, unsigned bayer) {
   draw.options.range_high =
       random.Below(8) == 0 ? random.Below(70000) : draw.options.range_low + random.Below(top + 1);
   if (random.Below(16) == 0) draw.options.range_low = static_cast<std::uint32_t>(random.Next());
+  if (!draw.range && random.Below(3) == 0)
+    draw.colour = KivoTest::SomeColour(random, subject.format->plain_depth());
   return draw;
 }
 
@@ -84,7 +89,10 @@ kivo_options Finish(Judge &judge, const Subject &subject, const Draw &draw, unsi
   if (draw.range && ((!sixteen && !subject.format->yuv()) || daring)) options.flags |= KIVO_WITH_RANGE;
   const bool may_shift = pixels <= KIVO_GRAY8 && subject.format->plain_depth() > 8 && !draw.range;
   options.shift = random.Below(16);
-  if ((may_shift && random.Below(2) == 0) || daring) options.flags |= KIVO_WITH_SHIFT;
+  const bool coloured =
+      draw.colour != nullptr && ((pixels != KIVO_SAMPLES && !subject.format->yuv()) || daring);
+  if (coloured) options.colour = &draw.colour->colour;
+  if ((may_shift && !coloured && random.Below(2) == 0) || daring) options.flags |= KIVO_WITH_SHIFT;
   return options;
 }
 
@@ -132,6 +140,7 @@ void Product(Judge &judge) {
               for (unsigned change = 0; change < 3; ++change) {  // none, range, shift or levels
                 Draw draw = SomeDraw(judge, subject, bayer);
                 draw.range = change == 1;
+                if (draw.range) draw.colour = nullptr;
                 draw.options.crop_x = draw.options.crop_y = 0;
                 draw.options.crop_width = draw.options.crop_height = 0;
                 if (crop != 0) SetCrop(judge, subject, draw.options);

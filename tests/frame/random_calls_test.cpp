@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "frame/model.h"
+#include "frame/some_colour.h"
 #include "support/random.h"
 
 namespace {
@@ -38,6 +39,7 @@ struct FreePool {
 struct Live {
   std::unique_ptr<kivo_plan, FreePlan> plan;
   Model::Plan judged;
+  std::shared_ptr<KivoTest::ColourSettings> colour;
 };
 
 // Memory of an exact size, so that tools that watch memory see every byte too many.
@@ -164,12 +166,61 @@ class Caller {
     return o;
   }
 
+  // Settings of the chain, most of which are good.
+  std::shared_ptr<KivoTest::ColourSettings> Colour(const Format *format) {
+    auto settings = KivoTest::SomeColour(random_, format == nullptr ? 8 : format->plain_depth());
+    kivo_colour &c = settings->colour;
+    if (!OneIn(8)) return settings;
+    static constexpr std::array<double, 7> kNumbers{std::numeric_limits<double>::quiet_NaN(),
+                                                    std::numeric_limits<double>::infinity(),
+                                                    -1,
+                                                    4,
+                                                    -4,
+                                                    1025,
+                                                    1e300};
+    const double number = kNumbers[random_.Below(kNumbers.size())];
+    switch (random_.Below(9)) {
+      case 0:
+        c.black[random_.Below(4)] = number;
+        break;
+      case 1:
+        c.gain[random_.Below(3)] = number;
+        break;
+      case 2:
+        c.matrix[random_.Below(9)] = number;
+        break;
+      case 3:
+        c.low = number;
+        break;
+      case 4:
+        c.high = number;
+        break;
+      case 5:
+        c.gamma = number;
+        break;
+      case 6:
+        c.tone = Odd();
+        break;
+      case 7:
+        c.table_size = OneIn(2) ? random_.Below(256) : 4097 + random_.Below(5);
+        break;
+      default:
+        c.size = OneIn(2) ? Odd() % sizeof c : SIZE_MAX - random_.Below(3);
+    }
+    return settings;
+  }
+
   void MakePlan() {
     Live &live = plans_[random_.Below(static_cast<std::uint32_t>(plans_.size()))];
     live.plan.reset();
     about_ = nullptr;
     const std::uint32_t code = Code(), width = Size(), height = Size();
-    const kivo_options good = Options(Model::FormatOfCode(code), width, height);
+    kivo_options good = Options(Model::FormatOfCode(code), width, height);
+    live.colour = Colour(Model::FormatOfCode(code));
+    if (OneIn(3)) {
+      good.colour = &live.colour->colour;
+      if (!OneIn(8)) good.flags &= ~static_cast<std::uint32_t>(KIVO_WITH_RANGE | KIVO_WITH_SHIFT);
+    }
     if (OneIn(50)) {
       Same("plan without a place", kivo_plan_make(code, width, height, &good, nullptr), KIVO_NULL_POINTER);
       return;
@@ -177,6 +228,7 @@ class Caller {
     // The structure in memory of its own; now and then of another size.
     std::size_t size = sizeof good;
     if (OneIn(30)) size = random_.Below(4) * 8 + (OneIn(2) ? sizeof good : 0);
+    if (OneIn(40)) size = offsetof(kivo_options, colour);
     Buffer memory(std::max<std::size_t>(size, sizeof(std::size_t)), random_);
     kivo_options given = good;
     given.size = size;
@@ -185,9 +237,11 @@ class Caller {
     if (size > sizeof given && OneIn(2)) memory.data()[sizeof given + random_.Below(8)] = 1;
     const kivo_options *const options =
         OneIn(40) ? nullptr : reinterpret_cast<const kivo_options *>(memory.data());
-    const bool readable = options == nullptr || size >= sizeof given;
+    const bool readable = options == nullptr || size >= offsetof(kivo_options, colour);
     if (readable) {
-      live.judged = Model::MakePlan(code, width, height, options);
+      // The model reads whole structures.
+      const bool earlier = options != nullptr && size < sizeof given;
+      live.judged = Model::MakePlan(code, width, height, earlier ? &given : options);
     } else {
       live.judged = {};
       live.judged.status = KIVO_BAD_STRUCT;
@@ -257,7 +311,7 @@ class Caller {
          format == nullptr ? code : Model::Exchanged(*format, columns != 0, rows != 0));
     const std::size_t index = OneIn(4) ? SIZE_MAX - random_.Below(3) : random_.Below(200);
     Expect((kivo_format_at(index) != nullptr) == (index < kivo_format_count()), "kivo_format_at", index, 0);
-    const int value = static_cast<int>(random_.Below(32));
+    const int value = static_cast<int>(random_.Below(40));
     Expect(kivo_message(static_cast<kivo_status>(value)) != nullptr, "kivo_message", 0, 1);
 
     const std::string text = Text();

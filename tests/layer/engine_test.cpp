@@ -191,6 +191,37 @@ TEST(Engine, DescribesWhatAPlanMakes) {
   EXPECT_EQ(samples->sampleRange({work.from.data(), 8}).status().code(), KIVO_SHORT_BUFFER);
 }
 
+TEST(Engine, ColoursAndSuggests) {
+  const auto plain = makePlan(rgba());
+  ASSERT_TRUE(plain);
+  Work work;
+  Options options = rgba();
+  options.colour.emplace();
+  EXPECT_EQ(options.c().colour, &*options.colour);
+  const auto same = makePlan(options);
+  ASSERT_TRUE(same && same->run(work.frame, work.picture).ok());
+  EXPECT_EQ(work.to, expectedPicture(work));
+
+  Colour &colour = *options.colour;
+  kivo_colour wanted = colour;
+  ASSERT_EQ(kivo_auto_black(plain->c(), &work.frame, &wanted), KIVO_OK);
+  ASSERT_EQ(kivo_auto_balance(plain->c(), &work.frame, KIVO_BALANCE_MEDIAN, &wanted), KIVO_OK);
+  ASSERT_EQ(kivo_auto_range(plain->c(), &work.frame, 1, 99, &wanted), KIVO_OK);
+  ASSERT_TRUE(plain->autoBlack(work.frame, colour).ok());
+  ASSERT_TRUE(plain->autoBalance(work.frame, Balance::Median, colour).ok());
+  ASSERT_TRUE(plain->autoRange(work.frame, 1, 99, colour).ok());
+  EXPECT_EQ(colour.black[0], wanted.black[0]);
+  EXPECT_EQ(colour.gain[0], wanted.gain[0]);
+  EXPECT_EQ(colour.low, wanted.low);
+  EXPECT_EQ(colour.high, wanted.high);
+  EXPECT_GT(colour.high, colour.low);
+  const auto other = makePlan(options);
+  ASSERT_TRUE(other && other->run(work.frame, work.picture).ok());
+  EXPECT_NE(work.to, expectedPicture(work));
+  colour.gain[1] = -1;
+  EXPECT_EQ(makePlan(options).status().code(), KIVO_BAD_GAIN);
+}
+
 TEST(Engine, Refuses) {
   Work work;
   const auto plan = makePlan();

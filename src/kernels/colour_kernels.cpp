@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+// The links of the colour chain: black level and gain of samples, a matrix over three planes, and tone.
+#include "kernels/blocks.h"
+
+namespace Kivo::KIVO_TARGET {
+namespace {
+
+constexpr size_t c_uiWords = c_uiVec / 2;
+
+// Samples to 15 bits. Those of 16 bits lose one.
+template <bool bSixteen>
+struct Scale {
+  KIVO_INLINE explicit Scale(unsigned uiDepth)
+      : usTop(static_cast<uint16_t>((1U << uiDepth) - 1)),
+        top(Splat<U16>(usTop)),
+        factor(Splat<U16>(bSixteen ? 1 : 1 << (15 - uiDepth))) {}
+
+  KIVO_INLINE U16 operator()(U16 v) const {
+    if constexpr (bSixteen) return v >> 1;
+    return (v < top ? v : top) * factor;
+  }
+  KIVO_INLINE uint32_t operator()(uint32_t ui) const {
+    if constexpr (bSixteen) return ui >> 1;
+    return (ui < usTop ? ui : usTop) * factor[0];
+  }
+
+  uint16_t usTop;
+  U16 top, factor;
+};
+
+// The sites of a vector of words, the first lane being sample i.
+struct SiteVectors {
+  U16 black, most, factor, gain;
+
+  KIVO_INLINE SiteVectors(const GainJob &s, size_t i) {
+    uint16_t aaus[4][c_uiWords];
+    for (size_t k = 0; k < c_uiWords; ++k) {
+      const GainSite &sSite = s.asSites[(i + k) % s.uiSites];
+      aaus[0][k] = sSite.usBlack;
+      aaus[1][k] = sSite.usMost;
+      aaus[2][k] = sSite.usFactor;
+      aaus[3][k] = sSite.usGain;
+    }
+    black = Load<U16>(aaus[0]);
+    most = Load<U16>(aaus[1]);
+    factor = Load<U16>(aaus[2]);
+    gain = Load<U16>(aaus[3]);
+  }
+
+  // The multiplication is of signed words. What has reached 32768 gives minus the gain, which without a sign
+  // is above what a sample may become.
+  KIVO_INLINE U16 Apply(U16 t) const {
+    const U16 d = (t > black ? t : black) - black;
+    const U16 x = (d < most ? d : most) * factor;
+    const U16 y = reinterpret_cast<U16>(MulHighRound(reinterpret_cast<I16>(x), reinterpret_cast<I16>(gain)));
+    const U16 top = Splat<U16>(16383);
+    return y < top ? y : top;
+  }
+};
+
+KIVO_INLINE uint16_t ApplyOne(const GainSite &s, uint32_t uiT) {
+  const uint32_t uiD = uiT > s.usBlack ? uiT - s.usBlack : 0;
+  const uint32_t uiX = (uiD < s.usMost ? uiD : s.usMost) * s.usFactor;
+  const uint32_t uiY = (uiX * s.usGain + 16384) >> 15;
+  return static_cast<uint16_t>(uiY < 16383 ? uiY : 16383);
+}
+
+template <bool bSixteen>
+void GainWords(const GainJob &s) {
+  const Scale<bSixteen> scale(s.uiDepth);
+  if (s.n < c_uiWords) {
+    for (size_t i = 0; i < s.n; ++i)
+      s.pusDst[i] = ApplyOne(s.asSites[i % s.uiSites], scale(uint32_t{LoadWord(s.pucSrc + 2 * i)}));
+    return;
+  }
+  const auto block = [&](const SiteVectors &sites, size_t i) {
+    Store(s.pusDst + i, sites.Apply(scale(Load<U16>(s.pucSrc + 2 * i))));
+  };
+  size_t i = 0;
+  if (s.uiSites == 2) {
+    const SiteVectors sites(s, 0);
+    for (; s.n - i >= c_uiWords; i += c_uiWords) block(sites, i);
+  } else {
+    const SiteVectors aSites[3] = {{s, 0}, {s, c_uiWords}, {s, 2 * c_uiWords}};
+    for (unsigned k = 0; s.n - i >= c_uiWords; i += c_uiWords, k = k == 2 ? 0 : k + 1) block(aSites[k], i);
+  }
+  // The last vector overlaps the one before.
+  if (i < s.n) block({s, s.n - c_uiWords}, s.n - c_uiWords);
+}
+
+void GainBytes(const GainJob &s) {
+  const Scale<false> scale(s.uiDepth);
+  if (s.n < c_uiVec) {
+    for (size_t i = 0; i < s.n; ++i)
+      s.pusDst[i] = ApplyOne(s.asSites[i % s.uiSites], scale(uint32_t{s.pucSrc[i]}));
+    return;
+  }
+  const auto block = [&](const SiteVectors &low, const SiteVectors &high, size_t i) {
+    const WordPair v = Widen(Load<U8>(s.pucSrc + i));
+    Store(s.pusDst + i, low.Apply(scale(v.low)));
+    Store(s.pusDst + i + c_uiWords, high.Apply(scale(v.high)));
+  };
+  size_t i = 0;
+  if (s.uiSites == 2) {
+    const SiteVectors sites(s, 0);
+    for (; s.n - i >= c_uiVec; i += c_uiVec) block(sites, sites, i);
+  } else {
+    const SiteVectors aSites[3] = {{s, 0}, {s, c_uiWords}, {s, 2 * c_uiWords}};
+    for (unsigned k = 0; s.n - i >= c_uiVec; i += c_uiVec, k = k == 0 ? 2 : k - 1)
+      block(aSites[k], aSites[k == 2 ? 0 : k + 1], i);
+  }
+  if (i < s.n) block({s, s.n - c_uiVec}, {s, s.n - c_uiWords}, s.n - c_uiVec);
+}
+
+void GainOfWords(const GainJob &s) {
+  (s.uiDepth == 16 ? GainWords<true> : GainWords<false>)(s);
+}
+
+// Two factors for each pair of words.
+KIVO_INLINE I16 Pairs(int iFirst, int iSecond) {
+  return reinterpret_cast<I16>(Splat<I32>(
+      static_cast<int>(static_cast<unsigned>(iSecond) << 16 | (static_cast<unsigned>(iFirst) & 0xFFFF))));
+}
+
+// The third plane is paired with ones, whose factor is what is added before the shift.
+template <unsigned uiUp>
+void Mix(const MatrixJob &s) {
+  I16 aaFactors[3][2];
+  for (unsigned c = 0; c < 3; ++c) {
+    aaFactors[c][0] = Pairs(s.aasRows[c][0], s.aasRows[c][1]);
+    aaFactors[c][1] = Pairs(s.aasRows[c][2], 2048 >> uiUp);
+  }
+  for (size_t i = 0; i < s.n; i += c_uiWords) {
+    const WordPair firsts = ZipLanes(Load<U16>(s.apusSrc[0] + i), Load<U16>(s.apusSrc[1] + i));
+    const WordPair thirds = ZipLanes(Load<U16>(s.apusSrc[2] + i), Splat<U16>(1));
+    for (unsigned c = 0; c < 3; ++c) {
+      const auto sum = [&](U16 first, U16 third) {
+        return (MulAddPairs(reinterpret_cast<I16>(first), aaFactors[c][0]) +
+                MulAddPairs(reinterpret_cast<I16>(third), aaFactors[c][1])) >>
+               static_cast<int>(12 - uiUp);
+      };
+      const I16 v = PackSatLanes(sum(firsts.low, thirds.low), sum(firsts.high, thirds.high));
+      Store(s.apusDst[c] + i, SelectGreater(v, I16{}, v, I16{}));
+    }
+  }
+}
+
+void Matrix(const MatrixJob &s) {
+  (s.uiUp == 0 ? Mix<0> : Mix<1>)(s);
+}
+
+void Tone(const ToneJob &s) {
+  if (s.pucBytes != nullptr) {
+    for (size_t i = 0; i < s.n; ++i) s.pusDst[i] = s.pucBytes[s.pusSrc[i] << s.uiUp];
+  } else if (s.pusWords != nullptr) {
+    for (size_t i = 0; i < s.n; ++i) s.pusDst[i] = s.pusWords[s.pusSrc[i] << s.uiUp];
+  } else {
+    for (size_t i = 0; i < s.n; ++i) {
+      const uint32_t uiU = uint32_t{s.pusSrc[i]} << s.uiUp;
+      const uint32_t uiV = 2 * uiU + (uiU >> 13);
+      s.pusDst[i] = static_cast<uint16_t>((uiV < 65535 ? uiV : 65535) >> s.uiDown);
+    }
+  }
+}
+
+}  // namespace
+
+const ColourKernels c_sColourKernels = {GainBytes, GainOfWords, Matrix, Tone};
+
+}  // namespace Kivo::KIVO_TARGET
