@@ -36,7 +36,8 @@ class OptionsStruct(ctypes.Structure):
     _fields_ = [("size", c_size_t),
                 *((name, c_uint32) for name in ("pixels", "bayer", "levels", "hint", "byte_order", "flags", "shift",
                                                 "range_low", "range_high", "crop_x", "crop_y", "crop_width",
-                                                "crop_height"))]
+                                                "crop_height")),
+                ("colour", c_void_p)]
 
 
 class Memory(ctypes.Structure):
