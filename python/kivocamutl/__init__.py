@@ -9,6 +9,7 @@ Everything works on numpy arrays through the installed shared library; no compil
 called from several threads at once, and the interpreter lock is released while the library converts.
 """
 
+from .colour import Colour, auto_colour
 from .conversion import convert, reverse, unpack
 from .errors import (
     ClusterError,
@@ -29,6 +30,8 @@ from .pixel_formats import Format, find_format, formats, reversed_format
 __version__ = "1.0.0"
 
 __all__ = [
+    "Colour",
+    "auto_colour",
     "convert",
     "reverse",
     "reversed_format",

@@ -6,8 +6,8 @@ from __future__ import annotations
 import ctypes
 import functools
 import os
-from ctypes import byref, c_char_p, c_size_t, c_ssize_t, c_uint32, c_void_p
-from typing import Any, Optional
+from ctypes import POINTER, byref, c_char_p, c_double, c_size_t, c_ssize_t, c_uint16, c_uint32, c_void_p
+from typing import Any, Callable, Optional, Protocol
 
 import numpy.typing as npt
 
@@ -19,7 +19,7 @@ MIRROR, FLIP, WITH_SHIFT, WITH_RANGE = 1, 2, 4, 8
 EMPTY_IMAGE = 5
 
 _UNKNOWN_FORMAT, _NO_BYTE_ORDER, _SHORT_PICTURE, _OUT_OF_MEMORY = 3, 7, 19, 23
-_OPTION = (4, 13, 14, 15)
+_OPTION = (4, 13, 14, 15, *range(25, 33))
 _SIZE = (EMPTY_IMAGE, 6, 8, 9, 10, 11, 12, 16, 17, 18, _SHORT_PICTURE, 20)
 
 
@@ -32,12 +32,28 @@ class FormatStruct(ctypes.Structure):
                 *((name, c_char_p) for name in ("opencv", "v4l2", "gstreamer", "ros"))]
 
 
+class ColourStruct(ctypes.Structure):
+    """kivo_colour."""
+
+    _fields_ = [("size", c_size_t), ("tone", c_uint32), ("table_size", c_uint32), ("black", c_double * 4),
+                ("gain", c_double * 3), ("matrix", c_double * 9), ("low", c_double), ("high", c_double),
+                ("gamma", c_double), ("table", POINTER(c_uint16))]
+
+
+class Settings(Protocol):
+    """What makes a kivo_colour, and can be told apart from others."""
+
+    def struct(self) -> ColourStruct: ...
+
+    def __hash__(self) -> int: ...
+
+
 class OptionsStruct(ctypes.Structure):
     _fields_ = [("size", c_size_t),
                 *((name, c_uint32) for name in ("pixels", "bayer", "levels", "hint", "byte_order", "flags", "shift",
                                                 "range_low", "range_high", "crop_x", "crop_y", "crop_width",
                                                 "crop_height")),
-                ("colour", c_void_p)]
+                ("colour", POINTER(ColourStruct))]
 
 
 class Memory(ctypes.Structure):
@@ -86,11 +102,14 @@ def check(status: int, what: object) -> None:
 class Plan:
     """A kivo_plan, freed with the last reference to it. `options` are the fields of kivo_options behind the size."""
 
-    def __init__(self, name: str, code: int, width: int, height: int, options: tuple[int, ...]) -> None:
+    def __init__(self, name: str, code: int, width: int, height: int, options: tuple[int, ...],
+                 colour: Optional[Settings] = None) -> None:
         lib, handle = engine(), c_void_p()
         self._lib, self.handle = lib, handle
         self._what = f"{name} frame of {width} x {height}"
         given = OptionsStruct(ctypes.sizeof(OptionsStruct), *options)
+        if colour is not None:
+            given.colour = ctypes.pointer(colour.struct())
         check(lib.kivo_plan_make(code, width, height, byref(given), byref(handle)), self._what)
         self.width: int = lib.kivo_plan_width(handle)
         self.height: int = lib.kivo_plan_height(handle)
@@ -125,11 +144,16 @@ class Plan:
         self._check(self._lib.kivo_sample_range(self.handle, byref(frame), byref(least), byref(most)), frame)
         return least.value, most.value
 
+    def suggest(self, function: Callable[..., int], frame: Memory, colour: ColourStruct, *how: object) -> None:
+        """Lets kivo_auto_black() or one of its kind change the settings."""
+        self._check(function(self.handle, byref(frame), *how, byref(colour)), frame)
+
 
 @functools.lru_cache(maxsize=32)
-def cached_plan(name: str, code: int, width: int, height: int, options: tuple[int, ...]) -> Plan:
+def cached_plan(name: str, code: int, width: int, height: int, options: tuple[int, ...],
+                colour: Optional[Settings] = None) -> Plan:
     """A plan that is likely to be used again: the next frame of a camera is like the last."""
-    return Plan(name, code, width, height, options)
+    return Plan(name, code, width, height, options, colour)
 
 
 class _Pool:

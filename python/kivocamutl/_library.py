@@ -7,7 +7,7 @@ import ctypes
 import os
 import pathlib
 import threading
-from ctypes import c_char_p, c_int32, c_size_t, c_uint32, c_uint64, c_void_p
+from ctypes import c_char_p, c_double, c_int32, c_size_t, c_uint32, c_uint64, c_void_p
 from typing import Any, Callable, Optional
 
 from .errors import LibraryNotFoundError
@@ -39,6 +39,9 @@ _PROTOTYPES: dict[str, dict[str, tuple[Any, ...]]] = {
         "kivo_run": (*_RUN, c_size_t),
         "kivo_run_on": (*_RUN, c_void_p),
         "kivo_sample_range": _RUN,
+        "kivo_auto_black": _RUN[:4],
+        "kivo_auto_balance": (c_int32, c_void_p, c_void_p, c_uint32, c_void_p),
+        "kivo_auto_range": (c_int32, c_void_p, c_void_p, c_double, c_double, c_void_p),
         "kivo_pool_make": (c_int32, c_uint32, c_void_p),
         "kivo_pool_free": (None, c_void_p),
         "kivo_pool_run": (c_int32, c_void_p, c_void_p, c_void_p, c_size_t),

@@ -3,51 +3,22 @@
 
 from __future__ import annotations
 
-from typing import Any, Optional, Sequence, get_args
+from typing import Any, Literal, Optional, Sequence, Union, get_args
 
 import numpy as np
 import numpy.typing as npt
 
-from ._engine import EMPTY_IMAGE, FLIP, MIRROR, SAMPLES, WITH_RANGE, WITH_SHIFT, Plan, cached_plan, check, memory
+from ._engine import FLIP, MIRROR, SAMPLES, WITH_RANGE, WITH_SHIFT, Plan, memory
 from ._frames import Frame, FrameLike, as_frame
-from ._sizes import size_argument
-from .errors import FrameSizeError, OptionError, SampleTypeError
+from ._requests import WHOLE, choice, number, plan_of, region_of
+from .colour import Colour, colour_of
+from .errors import FrameSizeError, SampleTypeError
 from .options import Bayer, Levels, Output
 from .pixel_formats import FormatLike, find_format
 
 __all__ = ["check_frame", "convert", "pixels_of", "reverse", "unpack"]
 
 _OUTPUT, _BAYER, _LEVELS = get_args(Output), get_args(Bayer), get_args(Levels)
-_WHOLE = (0, 0, 0, 0)
-
-
-def _choice(label: str, value: object, words: tuple[str, ...]) -> int:
-    """The place of a word among those that may stand here."""
-    for place, word in enumerate(words):
-        if isinstance(value, str) and value.lower() == word.lower():
-            return place
-    raise OptionError(f"{label} is one of {', '.join(map(repr, words))}, not {value!r}")
-
-
-def _number(label: str, value: object) -> int:
-    try:
-        return size_argument(label, value)
-    except FrameSizeError as error:
-        raise OptionError(str(error)) from None
-
-
-def _region(crop: Sequence[int], frame: Frame) -> tuple[int, ...]:
-    try:
-        x, y, width, height = (size_argument("crop", value) for value in crop)
-    except (TypeError, ValueError):
-        raise OptionError(f"crop is (x, y, width, height) in pixels, not {crop!r}") from None
-    if not (width and height):
-        check(EMPTY_IMAGE, f"region of {width} x {height} of {frame.width} x {frame.height}")
-    return x, y, width, height
-
-
-def _plan(frame: Frame, options: tuple[int, ...]) -> Plan:
-    return cached_plan(frame.format.name, frame.format.code, frame.width, frame.height, options)
 
 
 def _result(out: Optional[npt.NDArray[Any]], shape: tuple[int, ...], dtype: str) -> npt.NDArray[Any]:
@@ -79,8 +50,8 @@ def _made(plan: Plan, frame: Frame, shape: tuple[int, ...], dtype: str, out: Opt
     return result
 
 
-def _samples_plan(frame: Frame, flags: int = 0, region: tuple[int, ...] = _WHOLE) -> Plan:
-    return _plan(frame, (SAMPLES, 0, 0, 0, frame.big_endian, flags, 0, 0, 0, *region))
+def _samples_plan(frame: Frame, flags: int = 0, region: tuple[int, ...] = WHOLE) -> Plan:
+    return plan_of(frame, (SAMPLES, 0, 0, 0, frame.big_endian, flags, 0, 0, 0, *region))
 
 
 def _samples(frame: Frame, flags: int = 0, out: Optional[npt.NDArray[Any]] = None) -> npt.NDArray[Any]:
@@ -123,6 +94,7 @@ def convert(
     crop: Optional[Sequence[int]] = None,
     auto_range: bool = False,
     shift: Optional[int] = None,
+    colour: Union[Colour, Literal["auto"], None] = None,
     threads: int = 1,
 ) -> npt.NDArray[Any]:
     """Converts a raw camera frame to a picture.
@@ -155,6 +127,9 @@ def convert(
     :param shift: Bits, 0 to 15, to drop from the right of 16-bit samples instead of the format's own count (2 for 10
         bits, 4 for 12, 8 for 16). The low 8 bits of what remains are kept: a sample above the nominal range
         wraps.
+    :param colour: Settings from black level to tone, see :class:`Colour`; ``"auto"`` for those of :func:`auto_colour`,
+        found in this frame: what a person wants to see. YUV frames stay as the camera has made them with ``"auto"``
+        and have no settings. Not with `auto_range` or `shift`.
     :param threads: How many threads to use, 1 to 1024; 0 for one a processor. They wait for the next frame.
     :returns: uint8 or uint16 array of shape ``(height, width, 4)``, ``(height, width, 3)`` or, for grey,
         ``(height, width)``.
@@ -169,24 +144,25 @@ def convert(
 
     Safe to call from several threads at once; the interpreter lock is released while the engine converts.
     """
-    how = (_choice("output", output, _OUTPUT), _choice("bayer", bayer, _BAYER), _choice("levels", levels, _LEVELS), 0)
+    how = (choice("output", output, _OUTPUT), choice("bayer", bayer, _BAYER), choice("levels", levels, _LEVELS), 0)
     kind = _OUTPUT[how[0]]
-    shift_by = 0 if shift is None else _number("shift", shift)
-    threads = _number("threads", threads)
+    shift_by = 0 if shift is None else number("shift", shift)
+    threads = number("threads", threads)
     frame = as_frame(array, format, width, height, stride)
     channels = len(kind.replace("16", ""))
     inner, dtype = () if kind.startswith("GRAY") else (channels,), "u2" if "16" in kind else "u1"
     if crop is None and not (frame.width and frame.height):
         return _result(out, (frame.height, frame.width, *inner), dtype)
-    region = _WHOLE if crop is None else _region(crop, frame)
+    region = region_of(crop, frame)
+    settings = colour_of(colour, frame, region)
     flags, big_endian = 0 if shift is None else WITH_SHIFT, int(frame.big_endian)
     if auto_range:
         low, high = _samples_plan(frame, region=region).sample_range(frame.memory)
         options = (*how, big_endian, flags | WITH_RANGE, shift_by, low, high, *region)
         # The range is that of this frame: nothing for the cache.
-        plan = Plan(frame.format.name, frame.format.code, frame.width, frame.height, options)
+        plan = Plan(frame.format.name, frame.format.code, frame.width, frame.height, options, settings)
     else:
-        plan = _plan(frame, (*how, big_endian, flags, shift_by, 0, 0, *region))
+        plan = plan_of(frame, (*how, big_endian, flags, shift_by, 0, 0, *region), settings)
     return _made(plan, frame, (plan.height, plan.width, *inner), dtype, out, threads)
 
 
