@@ -107,14 +107,17 @@ def test_words_are_those_of_the_header():
     outputs = [word if word.endswith("16") else f"{word}8" for word in get_args(options.Output)]
     assert named(outputs, "") and len(outputs) == values["KIVO_SAMPLES"] == _engine.SAMPLES
     assert named(get_args(options.Bayer), "BAYER_") and named(get_args(options.Levels), "LEVELS_")
-    assert named(pixel_formats._FAMILIES, "") 
+    assert named([word.replace("-", "_") for word in get_args(options.Balance)], "BALANCE_")
+    assert named(get_args(options.Tone), "TONE_") and len(get_args(options.Tone)) == values["KIVO_TONE_TABLE"]
+    assert named(pixel_formats._FAMILIES, "")
     assert [values[f"KIVO_ORDER_{order or 'NONE'}"] for order in pixel_formats._ORDERS] == list(range(5))
     assert named(pixel_formats._PACKINGS, "")
     for name in ("MIRROR", "FLIP", "WITH_SHIFT", "WITH_RANGE", "EMPTY_IMAGE"):
         assert getattr(_engine, name) == values[f"KIVO_{name}"]
     errors = {
         kivo.UnknownFormatError: ["UNKNOWN_FORMAT"],
-        kivo.OptionError: ["UNKNOWN_OPTION", "BAD_SHIFT", "BAD_RANGE", "BAD_LEVELS"],
+        kivo.OptionError: ["UNKNOWN_OPTION", "BAD_SHIFT", "BAD_RANGE", "BAD_LEVELS", "BAD_COLOUR", "BAD_BLACK", "BAD_GAIN",
+                           "BAD_MATRIX", "BAD_POINTS", "BAD_GAMMA", "BAD_TABLE", "BAD_PERCENT"],
         kivo.SampleTypeError: ["NO_BYTE_ORDER"],
         MemoryError: ["OUT_OF_MEMORY"],
         kivo.FrameSizeError: ["EMPTY_IMAGE", "TOO_LARGE", "PARTIAL_GROUP", "CROP_OUTSIDE", "SPLIT_GROUP", "ACPI_SIZE",
