@@ -126,11 +126,11 @@ constexpr SharedFormat kSharedFormats[] = {{"Mono10p", kivo::ByteOrder::Little},
 
 Work UnpackWork(const SharedFormat &shared) {
   const kivo::Format &format = *kivo::findFormat(shared.name);
-  const std::size_t bits = format.bitsPerPixel();
+  const std::size_t bits = format.code >> 16 & 0xFF;
   const std::size_t dst_bits = 16;
   const kivo::ByteOrder byte_order = shared.byte_order;
   return {"unpack",
-          std::string("kivo::unpackTo ") + shared.name +
+          std::string("kivo::convertTo samples of ") + shared.name +
               (byte_order == kivo::ByteOrder::Big ? " big-endian" : ""),
           {1, 8, 1, 1, 0, false},
           bits,
@@ -140,7 +140,10 @@ Work UnpackWork(const SharedFormat &shared) {
             const std::size_t src_bytes = geometry.pixels() * bits / 8;
             const kivo::FrameView view = {src, src_bytes, format.code, geometry.width, geometry.height,
                                           0,   byte_order};
-            if (kivo::unpackTo(dst, geometry.pixels() * dst_bits / 8, view) != kivo::Errc::Ok) std::abort();
+            kivo::Options options;
+            options.pixels = kivo::Pixels::Samples;
+            const kivo_picture words = {dst, geometry.pixels() * dst_bits / 8, 0};
+            if (kivo::convertTo(words, view, options) != kivo::Errc::Ok) std::abort();
           }};
 }
 
@@ -150,14 +153,13 @@ Work ConvertWork(const char *name) {
   return {"convert",
           std::string("kivo::convertTo ") + name,
           {1, 8, 1, 1, 0, false},
-          format.bitsPerPixel(),
+          format.code >> 16 & 0xFF,
           32,
           false,
           [&format](std::uint8_t *dst, const std::uint8_t *src, Geometry geometry) {
-            const std::size_t src_bytes = geometry.pixels() * format.bitsPerPixel() / 8;
+            const std::size_t src_bytes = geometry.pixels() * (format.code >> 16 & 0xFF) / 8;
             const kivo::FrameView view = {src, src_bytes, format.code, geometry.width, geometry.height};
-            std::uint32_t *const words = static_cast<std::uint32_t *>(static_cast<void *>(dst));
-            if (kivo::convertTo(words, geometry.pixels(), view) != kivo::Errc::Ok) std::abort();
+            if (kivo::convertTo({dst, geometry.pixels() * 4, 0}, view) != kivo::Errc::Ok) std::abort();
           }};
 }
 

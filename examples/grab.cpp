@@ -28,8 +28,7 @@ kivo::FrameView viewOf(ArvBuffer *buffer) {
   arv_buffer_get_image_padding(buffer, &xPadding, &yPadding);
   const kivo::Format *format = kivo::findFormat(view.format);
   if (format != nullptr && xPadding > 0)
-    view.stride =
-        static_cast<std::size_t>(kivo::rowBytes(*format, view.width)) + static_cast<std::size_t>(xPadding);
+    view.stride = static_cast<std::ptrdiff_t>(kivo_row_bytes(format->code, view.width)) + xPadding;
   return view;
 }
 

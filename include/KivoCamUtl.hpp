@@ -1,42 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 /**
  * @file KivoCamUtl.hpp
- * C++17 layer over KivoCamUtl.h: the same converters, with every check that the C functions leave to the
- * caller.
+ * C++17 layer over KivoFrame.h and KivoCamUtl.h: frames and pictures with memory of their own, and files.
  *
  * A frame is described by a kivo::FrameView that knows its format, size, row stride, byte order and length in
- * bytes. kivo::convert() refuses what does not fit instead of reading past a buffer, and accepts buffers
- * exactly as cameras deliver them: samples that share bytes are unpacked, big-endian words swapped, padded
- * rows packed, and the YUV sources whose C converters read a wider stride than the format has are re-spaced.
- * The lookup tables are prepared on first use. The Bayer algorithm is chosen per call; the library-wide mode
- * of SetBayerConvMode() is neither read nor written.
+ * bytes, as a camera delivers it. kivo::convert() makes a picture of it, kivo::unpack() plain samples, each
+ * with one call of the engine, which refuses what does not fit instead of reading past a buffer. Whoever
+ * converts many frames of one kind makes a kivo::Plan (kivo/frame.hpp) and runs that.
+ * kivo::loadRwh(), saveRwh() and saveBmp() read and write whole files.
  *
  * Nothing here throws: functions return kivo::Errc or kivo::Result, and the header works with
- * -fno-exceptions. kivo::valueOrThrow() is there for those who prefer exceptions. All functions are safe to
- * call from several threads at once.
+ * -fno-exceptions. All functions are safe to call from several threads at once. Programs link libKivoFrame
+ * and libKivoCamUtl.
  *
- * @code{.cpp}
- * kivo::FrameView frame{data, bytes, CAMUTL_PFNC_BAYER_RG8, 1920, 1080};
- * kivo::Result<kivo::Image> image = kivo::convert(frame, {kivo::Bayer::Acpi});
- * if (!image) return fail(image.message());
- * if (kivo::saveBmp(*image, "frame.bmp") != kivo::Errc::Ok) return fail("frame.bmp");
- * @endcode
- *
- * The parts, each of which may be included alone: kivocamutl/error.hpp (what can go wrong), formats.hpp
- * (pixel formats and their names), frame.hpp (memory, views, regions), unpack.hpp (plain samples of
- * anything), converters.hpp (which of the library's functions takes a format), convert.hpp (pictures,
- * reversed frames) and files.hpp (RWH and BMP).
+ * The parts, each of which may be included alone: kivo/frame.hpp (errors, formats, plans,
+ * pools), convert.hpp (memory, views, pictures, plain samples) and files.hpp (RWH and BMP). Only the
+ * last one needs libKivoCamUtl.
  */
 #ifndef KIVOCAMUTL_HPP
 #define KIVOCAMUTL_HPP
 
 #include <KivoCamUtl.h>
-#include <kivocamutl/convert.hpp>
-#include <kivocamutl/converters.hpp>
-#include <kivocamutl/error.hpp>
-#include <kivocamutl/files.hpp>
-#include <kivocamutl/formats.hpp>
-#include <kivocamutl/frame.hpp>
-#include <kivocamutl/unpack.hpp>
+#include <kivo/convert.hpp>
+#include <kivo/files.hpp>
+#include <kivo/frame.hpp>
 
 #endif  // KIVOCAMUTL_HPP

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <exception>
 #include <iostream>
+#include <map>
 #include <new>
 #include <string_view>
 #include <vector>
@@ -177,7 +178,9 @@ void addConvertFiles(CLI::App &command, tool::ConvertOptions &options) {
       ->check(numberFrom(0, 9))
       ->capture_default_str()
       ->group(group);
-  command.add_option("-j,--jobs", options.jobs, "Files at a time (default: one for each processor)")
+  command
+      .add_option("-j,--jobs", options.jobs,
+                  "Files at a time, or threads on the one (default: one for each processor)")
       ->type_name("N")
       ->check(numberFrom(1, 256))
       ->group(group);
@@ -195,8 +198,9 @@ void addConvertFiles(CLI::App &command, tool::ConvertOptions &options) {
   command.add_flag("--json", options.json, "One JSON object a line for each file, and one for all")
       ->group(group);
   command
-      .add_flag("--time", options.time,
-                "Print format, size, converter and the milliseconds of one conversion (median of 9, warm)")
+      .add_flag(
+          "--time", options.time,
+          "Print format, size, what it became and the milliseconds of one conversion (median of 9, warm)")
       ->group(group);
 }
 
@@ -205,8 +209,8 @@ void addConvertSamples(CLI::App &command, tool::ConvertOptions &options, std::st
   command.add_option("--crop", options.crop, "This region only, as if the camera had delivered no more")
       ->type_name("WxH+X+Y")
       ->group(group);
-  command.add_flag("--mirror", options.mirror, "Left to right, on the raw samples")->group(group);
-  command.add_flag("--flip", options.flip, "Top to bottom, on the raw samples")->group(group);
+  command.add_flag("--mirror", options.mirror, "Left to right")->group(group);
+  command.add_flag("--flip", options.flip, "Top to bottom")->group(group);
   command
       .add_flag("--auto-range", options.autoRange,
                 "Spread the samples of each frame over the whole range from black to white")
@@ -221,14 +225,12 @@ void addConvertSamples(CLI::App &command, tool::ConvertOptions &options, std::st
   command
       .add_option(
           "--bayer", bayer,
-          "Bayer frames: standard (means of neighbours), acpi (adaptive, 8 bits only) or off (grey mosaic)")
+          "Bayer frames: standard (means of neighbours), acpi (adaptive; even sizes from 4 x 4 up), best (acpi\n"
+          "where it can be, else standard), half (a pixel from each 2 x 2) or off (grey mosaic)")
       ->type_name("MODE")
       ->capture_default_str()
       ->group(group);
-  command.add_flag("--any-size", options.anyBayerSize, "Demosaic frames of odd or tiny size too")
-      ->group(group);
-  command.add_flag("--bgr", options.bgr, "Use the 24-bit converter (a BMP then has 24 bits, not 32)")
-      ->group(group);
+  command.add_flag("--bgr", options.bgr, "Give a BMP 24 bits a pixel, not 32")->group(group);
   command
       .add_flag("--raw", options.raw,
                 "No conversion: the samples as they are, in a PNG, PGM or PPM of 8 or 16 bits")
@@ -260,14 +262,16 @@ void addConvert(CLI::App &app, Options &all) {
       convert.inputs.pop_back();
     }
     nameStandardOutput(convert.output);
-    if (all.bayer == "standard")
-      convert.bayer = kivo::Bayer::Standard;
-    else if (all.bayer == "acpi")
-      convert.bayer = kivo::Bayer::Acpi;
-    else if (all.bayer == "off")
-      convert.bayer = kivo::Bayer::Off;
-    else
-      throw tool::Failure(Exit::Usage, "--bayer", "'" + all.bayer + "' is not standard, acpi or off");
+    static const std::map<std::string, kivo::Bayer> modes = {{"standard", kivo::Bayer::Standard},
+                                                             {"acpi", kivo::Bayer::Acpi},
+                                                             {"best", kivo::Bayer::Best},
+                                                             {"half", kivo::Bayer::Half},
+                                                             {"off", kivo::Bayer::Off}};
+    const auto mode = modes.find(all.bayer);
+    if (mode == modes.end())
+      throw tool::Failure(Exit::Usage, "--bayer",
+                          "'" + all.bayer + "' is not standard, acpi, best, half or off");
+    convert.bayer = mode->second;
     convert.bayerGiven = command->count("--bayer") != 0;
     all.result = tool::runConvert(convert);
   });

@@ -5,11 +5,11 @@
  * callable as a scheduler. Checks and rules are the library's. Nothing throws; -fno-exceptions is fine.
  *
  * @code{.cpp}
- * kivo::engine::Options options;
- * options.pixels = kivo::engine::Pixels::Rgba8;
- * auto plan = kivo::engine::Plan::make(kivo::engine::findFormat("BayerRG12p"), 1936, 1216, options);
+ * kivo::Options options;
+ * options.pixels = kivo::Pixels::Rgba8;
+ * auto plan = kivo::Plan::make(kivo::findFormat("BayerRG12p"), 1936, 1216, options);
  * if (!plan) return fail(plan.message());
- * const kivo::engine::Status status = plan->run({data, bytes, 2944}, {texture, textureBytes, 8192});
+ * const kivo::Errc error = plan->run({data, bytes, 2944}, {texture, textureBytes, 8192});
  * @endcode
  */
 #ifndef KIVO_FRAME_HPP
@@ -19,19 +19,115 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <type_traits>
 #include <utility>
 
+/** The C++ layer: views of frames, and what can be done with them. */
 namespace kivo {
 #pragma GCC visibility push(hidden)
+/**
+ * The version of the layer: another one where a type changes. A program and each of its plug-ins keep the
+ * functions that they were built with to themselves, since the loader would merge those of one name. The
+ * types are visible: others may have them as members.
+ */
 inline namespace v1 {
-/** The engine of KivoFrame.h. */
-namespace engine {
-// Types are visible: users have them as members.
+
+// Version 14 of the formatter takes the attribute for the beginning of an initialiser.
+// clang-format off
+/** What went wrong; one value and one message() per cause. Up to 99 the codes of the engine. */
+enum class [[nodiscard]] Errc : int {
+  Ok = KIVO_OK,                                    ///< Success.
+  NullPointer = KIVO_NULL_POINTER,                 ///< A pointer is null: of samples, pixels, a plan or a pool.
+  UnknownFormat = KIVO_UNKNOWN_FORMAT,             ///< The pixel format code is not in the table of formats.
+  UnknownOption = KIVO_UNKNOWN_OPTION,             ///< An option is none of the values of its enumeration.
+  EmptyImage = KIVO_EMPTY_IMAGE,                   ///< Width or height is zero.
+  TooLarge = KIVO_TOO_LARGE,                       ///< More bytes than can be addressed, or than a file can say.
+  NoByteOrder = KIVO_NO_BYTE_ORDER,                ///< Big-endian, but the format has no 16-bit words.
+  PartialGroup = KIVO_PARTIAL_GROUP,               ///< The width ends within a group of YUV pixels.
+  CropOutside = KIVO_CROP_OUTSIDE,                 ///< The region does not lie within the frame.
+  SplitGroup = KIVO_SPLIT_GROUP,                   ///< The region cuts a group of YUV pixels in two.
+  AcpiSize = KIVO_ACPI_SIZE,                       ///< ACPI for an odd size, or one below 4 x 4.
+  HalfSize = KIVO_HALF_SIZE,                       ///< Half size of less than 2 x 2 pixels.
+  BadShift = KIVO_BAD_SHIFT,                       ///< A shift that is above 15, or has nothing to shift.
+  BadRange = KIVO_BAD_RANGE,                       ///< A range for YUV, with a shift, or for 16 bits.
+  BadLevels = KIVO_BAD_LEVELS,                     ///< Levels to be spread in a picture that is not of 16 bits.
+  ShortStride = KIVO_SHORT_STRIDE,                 ///< The row stride is smaller than a row.
+  ShortBuffer = KIVO_SHORT_BUFFER,                 ///< The buffer ends before the frame does.
+  ShortPictureStride = KIVO_SHORT_PICTURE_STRIDE,  ///< The stride of the picture is smaller than a row of it.
+  ShortPicture = KIVO_SHORT_PICTURE,               ///< The destination ends before the picture would.
+  Overlap = KIVO_OVERLAP,                          ///< Frame and picture overlap.
+  RowsOutside = KIVO_ROWS_OUTSIDE,                 ///< The rows asked for are not rows of the picture.
+  ShortScratch = KIVO_SHORT_SCRATCH,               ///< The scratch memory is too small.
+  OutOfMemory = KIVO_OUT_OF_MEMORY,                ///< An allocation failed.
+  SchedulerFailed = KIVO_SCHEDULER_FAILED,         ///< The scheduler did not run every job.
+  BadColour = KIVO_BAD_COLOUR,                     ///< Colour for YUV, for samples, or beside a range or a shift.
+  BadBlack = KIVO_BAD_BLACK,                       ///< A black level that is not a number from 0 to 65535.
+  BadGain = KIVO_BAD_GAIN,                         ///< A gain that is not a number from 0 to 1024.
+  BadMatrix = KIVO_BAD_MATRIX,                     ///< A coefficient that is not a number between -4 and 4.
+  BadPoints = KIVO_BAD_POINTS,                     ///< Black and white point that are none, or out of order.
+  BadGamma = KIVO_BAD_GAMMA,                       ///< A gamma that is not a number from 0.1 to 10.
+  BadTable = KIVO_BAD_TABLE,                       ///< No tone table, or one of too few or too many entries.
+  BadPercent = KIVO_BAD_PERCENT,                   ///< Percentiles that are none, or out of order.
+  PartialByte = 100,                               ///< Rows do not end on a byte, which an RWH file needs.
+  NotForBmp,                                       ///< The pixels of the picture are none that a BMP file has.
+  NotAFile,                                        ///< The path is something other than a regular file.
+  FileOpen,                                        ///< The file cannot be opened.
+  FileRead,                                        ///< The file cannot be read.
+  FileWrite,                                       ///< Not every byte arrived in the file.
+  NoHeader,                                        ///< The file is shorter than an RWH header.
+  BadHeader,                                       ///< The RWH header's row length does not fit its width.
+  FileTooShort,                                    ///< The file is shorter than its RWH header says.
+  FileTooLong,                                     ///< The file is longer than its RWH header says.
+};
+// clang-format on
+
+/** The code of the engine as one of the layer. */
+constexpr Errc errcOf(kivo_status status) noexcept {
+  return static_cast<Errc>(status);
+}
+
+/** One clause in lower case that fits behind "cannot convert: ": kivo_message(), and more. Never null. */
+inline const char *message(Errc error) noexcept {
+  constexpr int first = static_cast<int>(Errc::PartialByte);
+  constexpr const char *files[] = {"rows of this width do not end on a byte: unpack the frame first",
+                                   "a BMP file holds pixels of BGRA8, BGR8 or Gray8",
+                                   "not a regular file",
+                                   "the file cannot be opened",
+                                   "the file cannot be read",
+                                   "the file could not be written completely",
+                                   "the file is shorter than the 16-byte RWH header",
+                                   "the RWH header contradicts itself: its row length does not fit its width",
+                                   "the file is shorter than its RWH header says",
+                                   "the file is longer than its RWH header says"};
+  const int code = static_cast<int>(error);
+  return error >= Errc::PartialByte && error <= Errc::FileTooLong
+             ? files[code - first]
+             : kivo_message(static_cast<kivo_status>(code));
+}
+
 #pragma GCC visibility push(default)
+
+/** A value or the reason why there is none. Without a value, the accessors give a default-constructed T. */
+template <class T>
+class [[nodiscard]] Result {
+ public:
+  Result(T value) : value_(std::move(value)) {}                           ///< A value.
+  Result(Errc error) noexcept : error_(error) {}                          ///< No value; not Errc::Ok.
+  explicit operator bool() const noexcept { return error_ == Errc::Ok; }  ///< Whether there is a value.
+  Errc error() const noexcept { return error_; }                          ///< Errc::Ok, or why there is none.
+  const char *message() const noexcept { return kivo::message(error_); }  ///< kivo::message() of error().
+  T &operator*() &noexcept { return value_; }                             ///< The value.
+  const T &operator*() const &noexcept { return value_; }                 ///< The value.
+  T &&operator*() &&noexcept { return std::move(value_); }                ///< The value, to be moved from.
+  T *operator->() noexcept { return &value_; }                            ///< A member of the value.
+  const T *operator->() const noexcept { return &value_; }                ///< A member of the value.
+
+ private:
+  T value_{};
+  Errc error_ = Errc::Ok;
+};
 
 /** A format of the library's table. */
 using Format = kivo_format;
@@ -114,10 +210,10 @@ struct Options {
   ByteOrder byteOrder = ByteOrder::Little;  ///< Of the frame.
   bool mirror = false;                      ///< Turn the picture left to right.
   bool flip = false;                        ///< Turn the picture top to bottom.
-  std::optional<std::uint32_t> shift;       ///< Bits that samples lose at their lower end.
-  std::optional<Range> range;               ///< Samples to be mapped to 8 bits.
-  Region crop;                              ///< The part of the frame; all 0: the whole.
-  std::optional<Colour> colour;             ///< From samples to what a person wants to see.
+  std::optional<std::uint32_t> shift = {};  ///< Bits that samples lose at their lower end.
+  std::optional<Range> range = {};          ///< Samples to be mapped to 8 bits.
+  Region crop = {};                         ///< The part of the frame; all 0: the whole.
+  std::optional<Colour> colour = {};        ///< From samples to what a person wants to see.
   /** The same as the C functions take it; it points to the colour of this object. */
   kivo_options c() const noexcept {
     kivo_options c = KIVO_OPTIONS_INIT;
@@ -136,52 +232,6 @@ struct Options {
   }
 };
 
-/** A raw frame in the caller's memory, with the fields of kivo_frame. */
-struct Frame : kivo_frame {
-  /** `first` is the lowest address. */
-  Frame(const void *first, std::size_t bytes, std::ptrdiff_t rowStride = 0) noexcept
-      : kivo_frame{first, bytes, rowStride} {}
-};
-
-/** A picture in the caller's memory, with the fields of kivo_picture. */
-struct Picture : kivo_picture {
-  /** Without a stride with packed rows. */
-  Picture(void *first, std::size_t bytes, std::ptrdiff_t rowStride = 0) noexcept
-      : kivo_picture{first, bytes, rowStride} {}
-};
-
-/** How a call ended. */
-class [[nodiscard]] Status {
- public:
-  Status(kivo_status code = KIVO_OK) noexcept : code_(code) {}  ///< Ended in this way.
-  bool ok() const noexcept { return code_ == KIVO_OK; }         ///< Whether it did what was asked for.
-  kivo_status code() const noexcept { return code_; }           ///< One of KivoFrame.h.
-  const char *message() const noexcept { return kivo_message(code_); }  ///< Behind "cannot convert: ".
-
- private:
-  kivo_status code_;
-};
-
-/** A value or the reason why there is none. Without a value, the accessors give a default-constructed T. */
-template <class T>
-class [[nodiscard]] Result {
- public:
-  /** A value, where `status` is that of success. */
-  Result(T value, Status status) noexcept : value_(std::move(value)), status_(status) {}
-  explicit operator bool() const noexcept { return status_.ok(); }    ///< Whether there is a value.
-  Status status() const noexcept { return status_; }                  ///< KIVO_OK, or why there is no value.
-  const char *message() const noexcept { return status_.message(); }  ///< The message of status().
-  T &operator*() &noexcept { return value_; }                         ///< The value.
-  const T &operator*() const &noexcept { return value_; }             ///< The value.
-  T &&operator*() &&noexcept { return std::move(value_); }            ///< The value, to be moved from.
-  T *operator->() noexcept { return &value_; }                        ///< A member of the value.
-  const T *operator->() const noexcept { return &value_; }            ///< A member of the value.
-
- private:
-  T value_{};
-  Status status_;
-};
-
 /** Releases what the library has made. */
 struct Release {
   void operator()(kivo_plan *plan) const noexcept { kivo_plan_free(plan); }  ///< A plan.
@@ -195,8 +245,9 @@ class Pool {
   /** Starts threads, the caller of Plan::runOn() among them; 0: one a processor. As kivo_pool_make(). */
   static Result<Pool> make(std::uint32_t threads = 0) noexcept {
     kivo_pool *made = nullptr;
-    const Status status = kivo_pool_make(threads, &made);
-    return {Pool(made), status};
+    const kivo_status status = kivo_pool_make(threads, &made);
+    if (status != KIVO_OK) return errcOf(status);
+    return Pool(made);
   }
   std::uint32_t threads() const noexcept { return kivo_pool_threads(pool_.get()); }  ///< How many work.
   kivo_pool *c() const noexcept { return pool_.get(); }  ///< What the C functions take.
@@ -217,13 +268,14 @@ class Plan {
                            const Options &options = {}) noexcept {
     const kivo_options c = options.c();
     kivo_plan *made = nullptr;
-    const Status status = kivo_plan_make(code, width, height, &c, &made);
-    return {Plan(made), status};
+    const kivo_status status = kivo_plan_make(code, width, height, &c, &made);
+    if (status != KIVO_OK) return errcOf(status);
+    return Plan(made);
   }
   /** The same for what findFormat() gives: null is KIVO_UNKNOWN_FORMAT. */
   static Result<Plan> make(const Format *format, std::uint32_t width, std::uint32_t height,
                            const Options &options = {}) noexcept {
-    if (format == nullptr) return {Plan(), KIVO_UNKNOWN_FORMAT};
+    if (format == nullptr) return Errc::UnknownFormat;
     return make(format->code, width, height, options);
   }
   std::uint32_t width() const noexcept { return kivo_plan_width(c()); }       ///< Columns of the picture.
@@ -238,26 +290,27 @@ class Plan {
   const kivo_plan *c() const noexcept { return plan_.get(); }  ///< What the C functions take.
 
   /** Converts a frame, in this thread: kivo_run(). Without scratch memory on its stack. */
-  Status run(const Frame &frame, const Picture &picture, void *scratch = nullptr,
-             std::size_t scratchSize = 0) const noexcept {
-    return kivo_run(c(), &frame, &picture, scratch, scratchSize);
+  Errc run(const kivo_frame &frame, const kivo_picture &picture, void *scratch = nullptr,
+           std::size_t scratchSize = 0) const noexcept {
+    return errcOf(kivo_run(c(), &frame, &picture, scratch, scratchSize));
   }
   /** Converts `count` rows of the picture from row `first` on: kivo_run_rows(). */
-  Status runRows(const Frame &frame, const Picture &picture, std::uint32_t first, std::uint32_t count,
-                 void *scratch = nullptr, std::size_t scratchSize = 0) const noexcept {
-    return kivo_run_rows(c(), &frame, &picture, first, count, scratch, scratchSize);
+  Errc runRows(const kivo_frame &frame, const kivo_picture &picture, std::uint32_t first, std::uint32_t count,
+               void *scratch = nullptr, std::size_t scratchSize = 0) const noexcept {
+    return errcOf(kivo_run_rows(c(), &frame, &picture, first, count, scratch, scratchSize));
   }
   /** Converts a frame on the threads of a pool: kivo_run_on(). */
-  Status runOn(Pool &pool, const Frame &frame, const Picture &picture) const noexcept {
-    return kivo_run_on(c(), &frame, &picture, pool.c() == nullptr ? nullptr : kivo_pool_run, pool.c());
+  Errc runOn(Pool &pool, const kivo_frame &frame, const kivo_picture &picture) const noexcept {
+    return errcOf(
+        kivo_run_on(c(), &frame, &picture, pool.c() == nullptr ? nullptr : kivo_pool_run, pool.c()));
   }
   /**
    * Converts a frame on the threads of another scheduler: scheduler(jobs, job) calls job(i) once for each i
    * below `jobs`, on any threads in any order, and returns when all have returned: nothing, or whether all
-   * were run. It is an object, such as a lambda, and must not throw; a `job` may be copied.
+   * were run. It must not throw; a `job` may be copied.
    */
   template <class Scheduler>
-  Status runOn(Scheduler &&scheduler, const Frame &frame, const Picture &picture) const noexcept {
+  Errc runOn(Scheduler &&scheduler, const kivo_frame &frame, const kivo_picture &picture) const noexcept {
     using Callable = std::remove_reference_t<Scheduler>;
     const kivo_scheduler call = [](void *self, kivo_job piece, void *context, std::size_t jobs) noexcept {
       Callable &callable = *static_cast<Callable *>(self);
@@ -267,38 +320,53 @@ class Plan {
       else
         return callable(jobs, job) ? 0 : 1;
     };
-    return kivo_run_on(c(), &frame, &picture, call, const_cast<std::remove_const_t<Callable> *>(&scheduler));
+    return errcOf(
+        kivo_run_on(c(), &frame, &picture, call, const_cast<std::remove_const_t<Callable> *>(&scheduler)));
   }
   /** The smallest and the largest sample of a frame, in the region of the plan: kivo_sample_range(). */
-  Result<Range> sampleRange(const Frame &frame) const noexcept {
+  Result<Range> sampleRange(const kivo_frame &frame) const noexcept {
     Range range;
-    const Status status = kivo_sample_range(c(), &frame, &range.low, &range.high);
-    return {range, status};
+    const kivo_status status = kivo_sample_range(c(), &frame, &range.low, &range.high);
+    if (status != KIVO_OK) return errcOf(status);
+    return range;
   }
   /** Suggests a black level: kivo_auto_black(). */
-  Status autoBlack(const Frame &frame, Colour &colour) const noexcept {
-    return kivo_auto_black(c(), &frame, &colour);
+  Errc autoBlack(const kivo_frame &frame, Colour &colour) const noexcept {
+    return errcOf(kivo_auto_black(c(), &frame, &colour));
   }
   /** Suggests gains for the black level of the colour: kivo_auto_balance(). */
-  Status autoBalance(const Frame &frame, Balance balance, Colour &colour) const noexcept {
-    return kivo_auto_balance(c(), &frame, static_cast<std::uint32_t>(balance), &colour);
+  Errc autoBalance(const kivo_frame &frame, Balance balance, Colour &colour) const noexcept {
+    return errcOf(kivo_auto_balance(c(), &frame, static_cast<std::uint32_t>(balance), &colour));
   }
   /** Suggests black and white point for black level and gains, by percentages: kivo_auto_range(). */
-  Status autoRange(const Frame &frame, double low, double high, Colour &colour) const noexcept {
-    return kivo_auto_range(c(), &frame, low, high, &colour);
+  Errc autoRange(const kivo_frame &frame, double low, double high, Colour &colour) const noexcept {
+    return errcOf(kivo_auto_range(c(), &frame, low, high, &colour));
   }
 
  private:
   std::unique_ptr<kivo_plan, Release> plan_;
 };
 
-/** The formats whose names are nearest to a text, nearest first. */
-struct Suggestions {
-  const Format *formats[3] = {};  ///< The formats.
-  std::size_t count = 0;          ///< How many of them there are.
+/** All formats of the library's table, for a loop over them. */
+struct Formats {
+  /** Where such a loop is. */
+  struct Iterator {
+    std::size_t index;                                                           ///< Within the table.
+    const Format &operator*() const noexcept { return *kivo_format_at(index); }  ///< The format.
+    Iterator &operator++() noexcept { return ++index, *this; }                   ///< To the next.
+    bool operator!=(const Iterator &other) const noexcept { return index != other.index; }  ///< Elsewhere.
+  };
+  std::size_t size() const noexcept { return kivo_format_count(); }  ///< How many there are.
+  Iterator begin() const noexcept { return {0}; }                    ///< The first.
+  Iterator end() const noexcept { return {size()}; }                 ///< Behind the last.
 };
 
 #pragma GCC visibility pop
+
+/** All formats of the library's table. */
+inline Formats formats() noexcept {
+  return {};
+}
 
 /** The format with this name, in any case and of any system: kivo_format_find(). Null for any other text. */
 inline const Format *findFormat(const char *name) noexcept {
@@ -310,14 +378,6 @@ inline const Format *findFormat(std::uint32_t code) noexcept {
   return kivo_format_of_code(code);
 }
 
-/** The formats that a name which is none may mean: kivo_format_suggest(). */
-inline Suggestions suggestFormats(const char *name) noexcept {
-  Suggestions found;
-  found.count = kivo_format_suggest(name, found.formats, std::size(found.formats));
-  return found;
-}
-
-}  // namespace engine
 }  // namespace v1
 #pragma GCC visibility pop
 }  // namespace kivo

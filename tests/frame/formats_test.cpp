@@ -11,8 +11,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <fstream>
-#include <kivocamutl/error.hpp>
-#include <kivocamutl/formats.hpp>
 #include <limits>
 #include <map>
 #include <set>
@@ -20,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "KivoCamUtl.h"
 #include "KivoFrame.h"
 #include "frame/model.h"
 #include "support/random.h"
@@ -134,24 +133,6 @@ TEST(FrameFormats, HaveTheSmallestGroupsOfWholeBytes) {
       smallest = name.find("422") != std::string::npos ? 2 : name.find("411") != std::string::npos ? 4 : 1;
     }
     EXPECT_EQ(format->group_pixels, smallest);
-  }
-}
-
-// Those of the other list of this project, which is of earlier date and written down apart.
-TEST(FrameFormats, AreTheFormatsOfTheLayer) {
-  for (const kivo::Format &layer : kivo::kFormats) {
-    SCOPED_TRACE(layer.name);
-    const kivo_format *const format = kivo_format_of_code(layer.code);
-    ASSERT_NE(format, nullptr);
-    const auto name = [](const char *text) { return std::string(text) == "-" ? std::string() : text; };
-    EXPECT_STREQ(format->name, layer.name);
-    EXPECT_EQ(format->depth, layer.depth);
-    EXPECT_EQ(format->group_pixels, layer.groupPixels);
-    EXPECT_EQ(format->group_bytes, layer.groupBytes);
-    EXPECT_EQ(format->plain, layer.unpacked);
-    EXPECT_EQ(Text(format->opencv), name(layer.opencv));
-    EXPECT_EQ(Text(format->v4l2), name(layer.v4l2));
-    EXPECT_EQ(Text(format->gstreamer), name(layer.gstreamer));
   }
 }
 
@@ -566,22 +547,6 @@ TEST(FrameMessages, AreOneClauseForEachStatus) {
         << text;
   }
   EXPECT_STREQ(kivo_message(static_cast<kivo_status>(KIVO_BAD_PERCENT + 1)), "unknown error");
-}
-
-TEST(FrameMessages, AreThoseOfTheLayerForTheSameCause) {
-  const std::map<kivo_status, kivo::Errc> same = {{KIVO_OK, kivo::Errc::Ok},
-                                                  {KIVO_UNKNOWN_FORMAT, kivo::Errc::UnknownFormat},
-                                                  {KIVO_EMPTY_IMAGE, kivo::Errc::EmptyImage},
-                                                  {KIVO_TOO_LARGE, kivo::Errc::TooLarge},
-                                                  {KIVO_NO_BYTE_ORDER, kivo::Errc::NoByteOrder},
-                                                  {KIVO_PARTIAL_GROUP, kivo::Errc::PartialGroup},
-                                                  {KIVO_CROP_OUTSIDE, kivo::Errc::CropOutside},
-                                                  {KIVO_SPLIT_GROUP, kivo::Errc::SplitGroup},
-                                                  {KIVO_SHORT_STRIDE, kivo::Errc::ShortStride},
-                                                  {KIVO_SHORT_BUFFER, kivo::Errc::ShortBuffer},
-                                                  {KIVO_SHORT_PICTURE, kivo::Errc::ShortDestination},
-                                                  {KIVO_OUT_OF_MEMORY, kivo::Errc::OutOfMemory}};
-  for (const auto &[status, errc] : same) EXPECT_STREQ(kivo_message(status), kivo::message(errc));
 }
 
 TEST(FrameVersion, IsThatOfBothHeaders) {

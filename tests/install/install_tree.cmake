@@ -14,7 +14,7 @@ foreach(library IN LISTS LIBRARIES)
   list(APPEND libraries include/${library}.h ${LIBDIR}/lib${library}.so ${LIBDIR}/lib${library}.so.${MAJOR})
 endforeach()
 list(TRANSFORM MODULES REPLACE "(.+)" "${LIBDIR}/pkgconfig/\\1.pc")
-foreach(file ${libraries} include/KivoCamUtl.hpp include/kivocamutl/unpack.hpp include/kivo/frame.hpp
+foreach(file ${libraries} include/KivoCamUtl.hpp include/kivo/convert.hpp include/kivo/frame.hpp
              ${LIBDIR}/cmake/KivoCamUtl/KivoCamUtlConfig.cmake ${MODULES}
              ${DOCDIR}/LICENSE ${DOCDIR}/README.md ${DOCDIR}/docs/formats.md)
   if(NOT EXISTS ${PREFIX}/${file})

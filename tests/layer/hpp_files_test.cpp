@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <KivoCamUtl.hpp>
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -63,7 +64,7 @@ TEST_F(HppFiles, SaveAndLoadRwh) {
   EXPECT_EQ(frame->format, CAMUTL_PFNC_MONO12);
   EXPECT_EQ(frame->width, 4U);
   EXPECT_EQ(frame->height, 2U);
-  EXPECT_EQ(frame->stride, 8U);
+  EXPECT_EQ(frame->stride, 8);
   EXPECT_EQ(Bytes(frame->data.begin(), frame->data.end()), Bytes(expected.begin() + 16, expected.end()));
 }
 
@@ -82,6 +83,47 @@ TEST_F(HppFiles, SaveAndLoadSamplesThatShareBytes) {
   EXPECT_EQ(kivo::saveRwh({bytes.data(), 8, code, 3, 1}, path("b.rwh").c_str()), Errc::PartialByte);
 }
 
+// Of every format, whatever its rows look like: the bytes of a frame without gaps.
+TEST_F(HppFiles, SavePacksTheRowsOfEveryFormat) {
+  for (const kivo::Format &format : kivo::formats()) {
+    SCOPED_TRACE(format.name);
+    const std::uint32_t width = 8, height = 3;
+    const std::size_t row = static_cast<std::size_t>(kivo_row_bytes(format.code, width)), step = row + 3;
+    const std::size_t planes = format.packing == KIVO_PLANAR ? 3 : 1;
+    const bool words = format.plain_bytes == 2 && (format.packing == KIVO_PLAIN || planes == 3);
+    Bytes padded(step * height * planes), upside(padded.size()), swapped, packed;
+    for (std::size_t y = 0; y < height * planes; ++y) {
+      const std::size_t plane = y / height * height, turned = plane + (height - 1 - (y - plane));
+      for (std::size_t i = 0; i < row; ++i) {
+        const auto byte = static_cast<std::uint8_t>(y * 71 + i * 13 + 5);
+        padded[y * step + i] = upside[turned * step + i] = byte;
+        packed.push_back(byte);
+      }
+    }
+    const auto stride = static_cast<std::ptrdiff_t>(step);
+    const kivo::FrameView frame = {padded.data(), padded.size(), format.code, width, height, stride};
+    const kivo::FrameView turned = {upside.data(), upside.size(), format.code, width, height, -stride};
+    Bytes expected = rwh(format.code, width, height, static_cast<std::uint32_t>(row * planes), 0);
+    expected.insert(expected.end(), packed.begin(), packed.end());
+    ASSERT_EQ(kivo::saveRwh(frame, path("a.rwh").c_str()), Errc::Ok);
+    EXPECT_EQ(read(path("a.rwh")), expected);
+    ASSERT_EQ(kivo::saveRwh(turned, path("a.rwh").c_str()), Errc::Ok);
+    EXPECT_EQ(read(path("a.rwh")), expected);
+    if (words) {
+      for (std::size_t i = 0; i < packed.size(); ++i) swapped.push_back(packed[i ^ 1]);
+      const kivo::FrameView big = {swapped.data(),      swapped.size(), format.code, width, height, 0,
+                                   kivo::ByteOrder::Big};
+      ASSERT_EQ(kivo::saveRwh(big, path("a.rwh").c_str()), Errc::Ok);
+      EXPECT_EQ(read(path("a.rwh")), expected);
+    }
+    const auto loaded = kivo::loadRwh(path("a.rwh").c_str());
+    ASSERT_TRUE(loaded) << loaded.message();
+    const auto plain = kivo::unpack(frame), back = kivo::unpack(loaded->view());
+    ASSERT_TRUE(plain && back);
+    EXPECT_TRUE(std::equal(plain->data.begin(), plain->data.end(), back->data.begin()));
+  }
+}
+
 TEST_F(HppFiles, SaveWritesLittleEndian) {
   const Bytes bytes = {1, 2, 3, 4};
   ASSERT_EQ(kivo::saveRwh({bytes.data(), 4, CAMUTL_PFNC_MONO16, 2, 1, 0, kivo::ByteOrder::Big},
@@ -95,7 +137,7 @@ TEST_F(HppFiles, SaveWritesLittleEndian) {
 TEST_F(HppFiles, LoadTakesLongRowsAsPadding) {
   const auto frame = kivo::loadRwh(write("a.rwh", rwh(CAMUTL_PFNC_MONO8, 3, 2, 5, 10)).c_str());
   ASSERT_TRUE(frame) << frame.message();
-  EXPECT_EQ(frame->stride, 5U);
+  EXPECT_EQ(frame->stride, 5);
   const auto image = kivo::convert(frame->view());
   ASSERT_TRUE(image);
   EXPECT_EQ(image->pixel(0, 1)[0], 5);
@@ -113,7 +155,11 @@ TEST_F(HppFiles, LoadTellsApartWhatItRefuses) {
         << size;
   EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 4, 4, 4, 17)), Errc::FileTooLong);
   EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 4, 4, 3, 12)), Errc::BadHeader);
-  EXPECT_EQ(error(rwh(0x01080002, 4, 4, 4, 16)), Errc::UnknownFormat);
+  const std::uint32_t planar = kivo::findFormat("RGB8_Planar")->code;
+  EXPECT_EQ(error(rwh(planar, 4, 4, 4, 16)), Errc::BadHeader);
+  EXPECT_EQ(error(rwh(planar, 4, 4, 13, 52)), Errc::BadHeader);
+  EXPECT_EQ(error(rwh(planar, 4, 4, 12, 48)), Errc::Ok);
+  EXPECT_EQ(error(rwh(0x0108FFFF, 4, 4, 4, 16)), Errc::UnknownFormat);
   EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 0, 4, 4, 16)), Errc::EmptyImage);
   EXPECT_EQ(error(rwh(CAMUTL_PFNC_MONO8, 4, 0, 4, 0)), Errc::EmptyImage);
   // Products that wrap to small numbers in 32 bits.
@@ -255,11 +301,11 @@ TEST_F(HppFiles, SaveKeepsPermissionsLinksAndReadOnlyFiles) {
   EXPECT_EQ(read(name), precious);
 }
 
-TEST_F(HppFiles, SaveBmpOfBothKinds) {
+TEST_F(HppFiles, SaveBmpOfEveryKind) {
   const std::uint8_t grey = 100;
   const kivo::FrameView view = {&grey, 1, CAMUTL_PFNC_MONO8, 1, 1};
   const auto bgra = kivo::convert(view);
-  const auto bgr = kivo::convert(view, {kivo::Bayer::Standard, kivo::Output::Bgr});
+  const auto bgr = kivo::convert(view, {kivo::Pixels::Bgr8});
   ASSERT_TRUE(bgra);
   ASSERT_TRUE(bgr);
   ASSERT_EQ(kivo::saveBmp(*bgra, path("32.bmp").c_str()), Errc::Ok);
@@ -271,15 +317,25 @@ TEST_F(HppFiles, SaveBmpOfBothKinds) {
   EXPECT_EQ(narrow[28], 24);
   EXPECT_EQ(Bytes(wide.begin() + 54, wide.end()), (Bytes{100, 100, 100, 255}));
   EXPECT_EQ(Bytes(narrow.begin() + 54, narrow.end()), (Bytes{100, 100, 100, 0}));
+  const auto one = kivo::convert(view, {kivo::Pixels::Gray8}),
+             none = kivo::convert(view, {kivo::Pixels::Rgb8});
+  ASSERT_TRUE(one && none);
+  ASSERT_EQ(kivo::saveBmp(*one, path("8.bmp").c_str()), Errc::Ok);
+  const Bytes grey8 = read(path("8.bmp"));
+  ASSERT_EQ(grey8.size(), 54U + 1024 + 4);
+  EXPECT_EQ(grey8[28], 8);
+  EXPECT_EQ(grey8[54 + 1024], 100);
+  EXPECT_EQ(kivo::saveBmp(*none, path("rgb.bmp").c_str()), Errc::NotForBmp);
 }
 
 TEST_F(HppFiles, SaveBmpRefusesAnImageThatIsNoImage) {
   kivo::Image image;
-  EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::NullData);
+  EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::NullPointer);
   ASSERT_TRUE(image.pixels.allocate(16));
   EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::EmptyImage);
   image.width = 2;
   image.height = 3;
+  image.rowBytes = 8;
   EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::ShortBuffer);
   image.width = image.height = 0x10000;
   EXPECT_EQ(kivo::saveBmp(image, path("a.bmp").c_str()), Errc::TooLarge);

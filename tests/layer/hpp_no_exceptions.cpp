@@ -5,9 +5,6 @@
 
 #include "hpp_no_exceptions.h"
 
-static_assert(kivo::findFormat("bayerrg8")->code == CAMUTL_PFNC_BAYER_RG8);
-static_assert(kivo::frameBytes(*kivo::findFormat(CAMUTL_PFNC_YUV411_8_UYYVYY), 640, 480) == 460800);
-
 int convertWithoutExceptions() {
   const std::uint8_t samples[4] = {10, 20, 30, 40};
   const kivo::Result<kivo::Image> image = kivo::convert({samples, 4, CAMUTL_PFNC_BAYER_GR8, 2, 2});

@@ -158,17 +158,17 @@ summary '1 converted, 3 skipped, 0 failed'
 touch in/a.rwh
 batch 0 in/a.rwh a.pgm --bayer off && batch 0 in/a.rwh a.pgm --bayer off --resume --json && says '"skipped": 1'
 
-# --time names the converter that is used: frames too small for the adaptive one take the other.
+# --time names the demosaic that is used: frames too small for the adaptive one take the other.
 tail -c +17 good.rwh >small.raw
-for size in 4x4:ACPI 3x4: 4x3: 2x2:; do
-  batch 0 small.raw small.png --format BayerRG8 --size ${size%:*} --any-size --bayer acpi --time --quiet
-  says "^BayerRG8 ${size%:*} ConvByrRG8ToBGRA${size#*:} [0-9]"
+for size in 4x4:acpi 3x4:standard 4x3:standard 2x2:standard; do
+  batch 0 small.raw small.png --format BayerRG8 --size ${size%:*} --bayer best --time --quiet
+  says "^BayerRG8 ${size%:*} ${size#*:}/RGB8 [0-9]"
 done
 # --time tells each file apart.
 batch 0 in/a.rwh in/day2/d.rwh -o timed --time -j 2
-says '^BayerRG8 160x160 ConvByrRG8ToBGRA [0-9]+\.[0-9]{3} in/day2/d\.rwh$'
+says '^BayerRG8 160x160 standard/RGB8 [0-9]+\.[0-9]{3} in/day2/d\.rwh$'
 batch 0 in/a.rwh timed --time --json
-says '"height": 160, "converter": "ConvByrRG8ToBGRA", "milliseconds": [0-9]+\.[0-9]{3}, "error": null\}$'
+says '"height": 160, "conversion": "standard/RGB8", "milliseconds": [0-9]+\.[0-9]{3}, "error": null\}$'
 
 # A bar for eyes: on a terminal it is drawn, goes when all is done, and leaves the messages whole.
 if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; then

@@ -26,21 +26,22 @@ class Memory : public tool::ByteSink {
   }
 };
 
-kivo::Image noise(std::uint32_t width, std::uint32_t height, kivo::Output kind) {
+kivo::Image noise(std::uint32_t width, std::uint32_t height, kivo::Pixels kind) {
   kivo::Image image;
   image.width = width;
   image.height = height;
   image.kind = kind;
-  EXPECT_TRUE(image.pixels.allocate(std::size_t{width} * height * image.channels()));
+  image.rowBytes = std::size_t{width} * (kind == kivo::Pixels::Bgra8 ? 4 : 3);
+  EXPECT_TRUE(image.pixels.allocate(image.rowBytes * height));
   std::uint32_t state = 1 + width + height;
-  for (std::uint8_t &byte : image.pixels) {
+  for (std::size_t i = 0; i < image.pixels.size(); ++i) {
     state = state * 1664525U + 1013904223U;
-    byte = static_cast<std::uint8_t>(state >> 24);
+    image.pixels.data()[i] = static_cast<std::uint8_t>(state >> 24);
   }
   return image;
 }
 
-class BmpWriter : public testing::TestWithParam<kivo::Output> {};
+class BmpWriter : public testing::TestWithParam<kivo::Pixels> {};
 
 TEST_P(BmpWriter, EqualsTheLibrarys) {
   const KivoTest::TempDir folder;
@@ -67,6 +68,6 @@ TEST_P(BmpWriter, RefusesWhatTheFormatCannotSay) {
   EXPECT_TRUE(memory.bytes.empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(BothKinds, BmpWriter, testing::Values(kivo::Output::Bgra, kivo::Output::Bgr));
+INSTANTIATE_TEST_SUITE_P(BothKinds, BmpWriter, testing::Values(kivo::Pixels::Bgra8, kivo::Pixels::Bgr8));
 
 }  // namespace

@@ -49,18 +49,22 @@ fails 2 "hostile.rwh: is not a whole RWH file: 4 bytes a row are too few for 429
   convert hostile.rwh out.png
 header "$mono8" '000 000 000 000' "$four" '000 000 000 000' >hostile.rwh
 fails 2 "hostile.rwh: is not a whole RWH file: its header says 0 x 4 pixels" convert hostile.rwh out.png
-header '002 000 010 001' "$four" '001 000 000 000' "$four" >unknown.rwh && bytes 1 2 3 4 >>unknown.rwh
-fails 4 "unknown.rwh: pixel format 0x01080002 is not supported" convert unknown.rwh out.png
+header '377 000 010 001' "$four" '001 000 000 000' "$four" >unknown.rwh && bytes 1 2 3 4 >>unknown.rwh
+fails 4 "unknown.rwh: pixel format 0x010800FF is not supported" convert unknown.rwh out.png
 
 # Headerless data
-raw='good.rwh out.png --format'
+tail -c +17 good.rwh >good.raw
+raw='good.raw out.png --format'
 # shellcheck disable=SC2086
 {
   fails 1 "--format: $hint" convert good.rwh out.png --size 4x4
   fails 1 "--format: $hint" convert good.rwh out.png --stride 4
   fails 1 "--size: $hint" convert $raw Mono8
-  fails 4 "--format: 'Foo' is not a known pixel format; see 'kivocam formats'" convert $raw Foo --size 4x4
-  fails 4 "--format: '0x1' is not a known pixel format; see 'kivocam formats'" convert $raw 0x1 --size 4x4
+  list="'kivocam formats' lists the known ones"
+  fails 4 "--format: unknown pixel format 'Foo'; $list" convert $raw Foo --size 4x4
+  fails 4 "--format: unknown pixel format '0x1'; $list" convert $raw 0x1 --size 4x4
+  fails 4 "--format: unknown pixel format 'BayrRG12p'; did you mean BayerRG12p or BayerRG12 or BayerRG10p?" \
+    convert $raw BayrRG12p --size 4x4
   for bad in 0x0 0x4 4x0 -1x5 1x-5 4 x 4x 4x4x4 ' 4x4' 4.5x4 99999999999x1 1e3x4; do
     fails 1 "--size: '$bad' is not WIDTHxHEIGHT in pixels, such as 640x480" convert $raw Mono8 "--size=$bad"
   done
@@ -70,11 +74,10 @@ raw='good.rwh out.png --format'
     fails 1 "--stride: '$bad' is not a number of bytes" convert $raw Mono8 --size 4x4 "--stride=$bad"
     fails 1 "--offset: '$bad' is not a number of bytes" convert $raw Mono8 --size 4x4 "--offset=$bad"
   done
-  fails 2 "good.rwh: holds $size bytes, too few for 4294967295 x 4294967295 pixels of RGB12 with 25769803770 bytes a row" \
-    convert $raw RGB12 --size 4294967295x4294967295
-  fails 2 "good.rwh: holds $size bytes, too few for 160 x 162 pixels of Mono8 with 160 bytes a row" \
+  fails 4 "--size: the frame is too large to address" convert $raw RGB12 --size 4294967295x4294967295
+  fails 2 "good.raw: holds $((size - 16)) bytes, too few for 160 x 162 pixels of Mono8 with 160 bytes a row" \
     convert $raw Mono8 --size 160x162
-  fails 2 "good.rwh: holds 0 bytes behind the offset, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
+  fails 2 "good.raw: holds 0 bytes behind the offset, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
     convert $raw Mono8 --size 1x1 --offset 99999999
   fails 2 "empty: holds 0 bytes, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
     convert empty out.png --format Mono8 --size 1x1
@@ -85,16 +88,30 @@ fails 1 "import: $hint" import good.rwh out.rwh
 
 # Conversions that do not exist
 groups='the width is not a whole number of YUV groups (2 pixels for 4:2:2, 4 for 4:1:1)'
-fails 4 "--size: $groups" convert good.rwh out.png --format YUV411_8_UYYVYY --size 6x4
-odd='a Bayer frame needs an even width and an even height'
-fails 4 "good.rwh: $odd; it is 5 x 4 pixels of BayerGR8 (or --any-size)" \
-  convert good.rwh out.png --format BayerGR8 --size 5x4
-tiny='a Bayer frame needs at least 2 x 2 pixels, 4 x 4 for ACPI'
-fails 4 "good.rwh: $tiny; it is 2 x 4 pixels of BayerGR8 (or --any-size)" \
-  convert good.rwh out.png --format BayerGR8 --size 2x4 --bayer acpi
-fails 4 "good.rwh: ACPI demosaicing exists for 8-bit Bayer formats only; it is 4 x 4 pixels of BayerGR12 (or --auto-range)" \
-  convert good.rwh out.png --format BayerGR12 --size 4x4 --bayer acpi
-fails 1 "--bayer: 'best' is not standard, acpi or off" convert good.rwh out.png --bayer best
+fails 4 "--size: $groups" convert good.raw out.png --format YUV411_8_UYYVYY --size 6x4
+acpi='ACPI demosaicing needs an even width and an even height of at least 4 each'
+for size in 5x4 4x5 2x4; do
+  fails 4 "good.raw: $acpi; it is ${size%x*} x ${size#*x} pixels of BayerGR12" \
+    convert good.raw out.png --format BayerGR12 --size $size --bayer acpi
+done
+fails 4 "good.raw: half size needs at least 2 x 2 pixels; it is 1 x 4 pixels of BayerGR8" \
+  convert good.raw out.png --format BayerGR8 --size 1x4 --bayer half
+fails 4 "good.rwh: a shift is for samples of more than 8 bits and pictures of 8, and lies between 0 and 15; it is 160 x \
+160 pixels of BayerRG8" convert good.rwh out.png --shift 1
+fails 1 "--bayer: 'bilinear' is not standard, acpi, best, half or off" convert good.rwh out.png --bayer bilinear
+
+# A whole RWH file is one, whatever is said of it; what contradicts it is refused.
+said="which is not what the options say (--offset 16 leaves its header out)"
+for how in '--format Mono8 --size 160x160' '--format BayerRG8 --size 160x80' '--format BayerRG8 --size 160x160 --stride 161'; do
+  # shellcheck disable=SC2086
+  fails 1 "good.rwh: is an RWH file of 160 x 160 pixels of BayerRG8 in rows of 160 bytes, $said" \
+    convert good.rwh out.png $how
+done
+ok convert good.rwh with.ppm && ok convert good.rwh same.ppm --format srggb8 --size 160x160 && same with.ppm same.ppm
+ok convert - same.ppm --format BayerRG8 --size 160x160 <good.rwh && same with.ppm same.ppm
+ok convert - same.ppm --format BayerRG8 --size 160x160 --offset 16 <good.rwh && same with.ppm same.ppm
+ok convert - same.ppm --format BayerRG8 --size 160x160 <good.raw && same with.ppm same.ppm
+rm with.ppm same.ppm
 fails 1 "--to: 'gif' is not png, ppm, pgm or bmp" convert good.rwh out.png --to gif
 fails 1 "out.gif: name it .png, .ppm, .pgm or .bmp, or say --to" convert good.rwh out.gif
 fails 1 "out: name it .png, .ppm or .bmp, or say --to" scene out
@@ -138,7 +155,7 @@ fails 2 "cut.bmp: is a damaged BMP picture: 4000 bytes are too few for 160 x 160
   mosaic cut.bmp out.rwh --format Mono8
 printf 'P5 3 1 255\n123' >three.ppm
 fails 4 "three.ppm: $groups" mosaic three.ppm out.rwh --format YUV422_8_UYVY
-fails 4 "--format: 'Foo' is not a known pixel format; see 'kivocam formats'" mosaic scene.png out.rwh --format Foo
+fails 4 "--format: unknown pixel format 'Foo'; $list" mosaic scene.png out.rwh --format Foo
 fails 1 "--to: 'png' is not rwh or raw" mosaic scene.png out.rwh --format Mono8 --to png
 fails 2 "three.ppm: is 3 x 1 pixels, scene.png is 160 x 160" compare scene.png three.ppm
 fails 1 "--size: the scene can be drawn from 160x160 to 16384x16384 pixels" scene out.png --size 10x1000

@@ -73,11 +73,11 @@ says '^  U +1 +1 +1\.00 '
 says '^  V +2 +2 +2\.00 '
 
 ok formats
-says '^BayerRG8 +0x01080009 +8 +8 +COLOR_BayerBG2BGR +SRGGB8 +rggb$'
-says '^YUV422_8_UYVY +0x0210001F +8 +16 +COLOR_YUV2BGR_UYVY +UYVY +UYVY$'
+says '^BayerRG8 +0x01080009 +8 +8 +COLOR_BayerBG2BGR +SRGGB8 +rggb +bayer_rggb8$'
+says '^YUV422_8_UYVY +0x0210001F +8 +16 +COLOR_YUV2BGR_UYVY +UYVY +UYVY +yuv422$'
 says '^BGR12 +0x0230001B +12 +48 '
 ok formats --json
-says '^ \{"name": "BayerGB12", "code": "0x01100012", "depth": 12, "bits_per_pixel": 16, "opencv": "COLOR_BayerGR2BGR", "v4l2": "SGBRG12", "gstreamer": "gbrg12le"\},$'
+says '^ \{"name": "BayerGB12", "code": "0x01100012", "depth": 12, "bits_per_pixel": 16, "opencv": "COLOR_BayerGR2BGR", "v4l2": "SGBRG12", "gstreamer": "gbrg12le", "ros": "bayer_gbrg16"\},$'
 
 # One channel of one of two pixels differs by 51: mean square 1300.5 in R, 433.5 over all.
 { printf 'P6 2 1 255\n' && bytes 000 000 000 000 000 000; } >a.ppm

@@ -93,10 +93,10 @@ END
   completes help ''
   agree 'completion of help' help offered
   completes help convert '' && offers ''
-  completes convert a.rwh --bayer '' && offers 'acpi off standard'
+  completes convert a.rwh --bayer '' && offers 'acpi best half off standard'
   completes convert --to p && offers 'pgm png ppm'
   completes mosaic --to '' && offers 'raw rwh'
-  completes convert --bayer = && offers 'acpi off standard'
+  completes convert --bayer = && offers 'acpi best half off standard'
   completes convert --bayer = a && offers acpi
   completes info a.rwh --format = bayerrg12 && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
   completes info --format bayerrg12 && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
@@ -157,7 +157,7 @@ if command -v fish >warnings; then
   done
   in_fish 'help con' && offers convert
   in_fish 'mosaic --to ' && offers 'raw rwh'
-  in_fish 'convert a.rwh --bayer ' && offers 'acpi off standard'
+  in_fish 'convert a.rwh --bayer ' && offers 'acpi best half off standard'
   in_fish 'info -f BayerRG12' && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
 fi
 if command -v zsh >warnings; then
@@ -189,7 +189,7 @@ END
   echo "$commands" | sort -u >help
   agree 'completion of help in zsh' help offered
   in_zsh mosaic --to '' && offers 'raw rwh'
-  in_zsh convert a.rwh --bayer '' && offers 'acpi off standard'
+  in_zsh convert a.rwh --bayer '' && offers 'acpi best half off standard'
 fi
 
 finish

@@ -9,7 +9,7 @@ mkdir dir
 
 fails 3 "none/out.png: cannot be written: No such file or directory" convert frame.rwh none/out.png
 fails 3 "none/out.rwh: cannot be written: No such file or directory" mosaic scene.png none/out.rwh --format Mono8
-fails 3 "dir: is a directory" import frame.rwh dir --format Mono8 --size 640x480
+fails 3 "dir: is a directory" import frame.rwh dir --format BayerRG8 --size 640x480
 # Never replace a device by a file.
 fails 3 "/dev/null: is not a regular file" convert frame.rwh /dev/null --to png
 checks=$((checks + 1))
@@ -44,7 +44,7 @@ group=$(id -G | awk '{ print $NF }')
 [ "$(id -u)" -ne 0 ] || group=12345
 for command in 'convert frame.rwh old.png' 'mosaic scene.png old.rwh --format Mono8' \
   'mosaic scene.png old.raw --format Mono8' 'scene old.png' 'sheet old.png scene.png' \
-  'import frame.rwh old.rwh --format Mono8 --size 640x480 --offset 16' 'report frame.rwh -o old.html'; do
+  'import frame.rwh old.rwh --format BayerRG8 --size 640x480 --offset 16' 'report frame.rwh -o old.html'; do
   # The command is a list of words.
   # shellcheck disable=SC2086
   {
@@ -90,7 +90,7 @@ cp several/b.png b.png && ok convert many/b.rwh several --no-clobber && same b.p
 for ignored in WINCH XFSZ; do
   for command in 'convert frame.rwh out.bmp' 'convert frame.rwh out.bmp --bgr' 'convert frame.rwh out.png' \
     'convert frame.rwh out.ppm' 'mosaic scene.png out.rwh --format Mono8' 'mosaic scene.png out.raw --format Mono8' \
-    'import frame.rwh out.rwh --format Mono8 --size 640x480' 'scene out.png' 'sheet out.png scene.png'; do
+    'import frame.rwh out.rwh --format BayerRG8 --size 640x480' 'scene out.png' 'sheet out.png scene.png'; do
     checks=$((checks + 1))
     # shellcheck disable=SC2086
     said=$( (trap '' $ignored; ulimit -f 1; "$kivocam" $command 2>&1; echo "code $?") | tr '\n' ' ')

@@ -47,19 +47,44 @@ gives rows.pgm '000 001 000 002 000 004 000 005 000 006 000 000'
 # What mosaic packs, convert unpacks: the samples are those of the plain format, at widths that end anywhere.
 ok scene scene.png --size 160x160
 printf 'P5 5 3 255\nA\001\377z0123456789\200' >odd.pgm
-"$kivocam" formats | awk '$1 ~ /p$|Packed$/ { print $1 }' >shared
+"$kivocam" formats | awk '$1 ~ /1[024]p$|Packed$/ { print $1 }' >shared
 while read -r format; do
   plain=${format%p}
   plain=${plain%Packed}
   for picture in scene.png:160x160 odd.pgm:5x3; do
     ok mosaic ${picture%:*} shared.raw --format "$format" && ok mosaic ${picture%:*} plain.raw --format "$plain"
-    ok convert shared.raw shared.pgm --format "$format" --size ${picture#*:} --raw
-    ok convert plain.raw plain.pgm --format "$plain" --size ${picture#*:} --raw
-    same shared.pgm plain.pgm
+    ok convert shared.raw shared.png --format "$format" --size ${picture#*:} --raw
+    ok convert plain.raw plain.png --format "$plain" --size ${picture#*:} --raw
+    same shared.png plain.png
   done
 done <shared
 checks=$((checks + 1))
-[ "$(wc -l <shared)" -eq 20 ] || fail "not 20 formats whose samples share bytes"
+[ "$(wc -l <shared)" -eq 29 ] || fail "not 29 formats of wide samples that share bytes"
+
+# The other layouts, there and back: bits, three samples in a word, planes, signs, alpha, luma in front.
+there_and_back() {
+  ok mosaic "$2" back.raw --format "$1"
+  ok convert back.raw back.png --format "$1" --size "$3"
+  ok compare back.png "$2" && says '^CPSNR +equal$'
+}
+for format in RGB8_Planar RGB10_Planar RGB12_Planar RGB16_Planar RGB10p32 RGBa8 BGRa8; do
+  there_and_back $format scene.png 160x160
+done
+there_and_back Mono8s odd.pgm 5x3
+for bits in 1:200 2:125 4:021; do # 0 and 255; and what a byte of the highest sample but one is spread to
+  bytes 000 377 000 377 "$([ ${bits%:*} = 1 ] && echo 377 || echo ${bits#*:})" >bits.raw
+  { printf 'P5 5 1 255\n' && cat bits.raw; } >bits.pgm
+  there_and_back Mono${bits%:*}p bits.pgm 5x1
+done
+bytes 005 >one.raw && ok convert one.raw one.pgm --format Mono1p --size 8x1
+gives one.pgm '377 000 377 000 000 000 000 000'
+for pair in YUV422_8:YUV422_8_UYVY YCbCr411_8:YCbCr411_8_CbYYCrYY YCbCr709_422_8:YCbCr709_422_8_CbYCrY; do
+  ok mosaic scene.png first.raw --format ${pair%:*} && ok mosaic scene.png second.raw --format ${pair#*:}
+  ok convert first.raw first.ppm --format ${pair%:*} --size 160x160
+  ok convert second.raw second.ppm --format ${pair#*:} --size 160x160 && same first.ppm second.ppm
+  checks=$((checks + 1))
+  cmp -s first.raw second.raw && fail "$pair: two layouts are one"
+done
 
 # Byte order. 0x0123 and 0x4567, high byte first.
 bytes 001 043 105 147 >big.raw
@@ -88,9 +113,11 @@ gives range.pgm '000 200 377 032'
 # A frame of one value has no range: it stays black.
 bytes 007 000 007 000 >flat.raw
 ok convert flat.raw flat.pgm --format Mono16 --size 2x1 --auto-range && gives flat.pgm '000 000'
-# It makes 8 bits of a Bayer frame, so the adaptive demosaic fits.
+# The adaptive demosaic works at the depth of the samples, or on the 8 bits of the range.
 ok mosaic scene.png twelve.rwh --format BayerGB12
-ok convert twelve.rwh acpi.ppm --bayer acpi --auto-range --time && says '^BayerGB8 160x160 ConvByrGB8ToBGRAACPI '
+ok convert twelve.rwh acpi.ppm --bayer acpi --auto-range --time && says '^BayerGB12 160x160 acpi/RGB8 '
+ok convert twelve.rwh deep.ppm --bayer acpi --shift 4 && ok convert twelve.rwh own.ppm --bayer acpi
+same deep.ppm own.ppm
 
 # Crop: 4 x 4 of BayerRG8 with every sample its own number, 1 to 16; the filter colours move with the corner.
 bytes 001 002 003 004 005 006 007 010 011 012 013 014 015 016 017 020 >sixteen.raw
@@ -172,8 +199,6 @@ ok mosaic flat350.png eight.raw --format Mono8 && bytes 004 004 004 004 >a && sa
 
 # Options that contradict each other, before any file is looked at.
 fails 1 '--shift: does not go with --auto-range' convert no out.png --shift 2 --auto-range
-fails 1 '--shift: does not go with --bayer acpi, which is for 8-bit samples (--auto-range makes such)' \
-  convert no out.png --shift 2 --bayer acpi
 fails 1 '--raw: does not go with --bayer: it does not demosaic' convert no out.png --raw --bayer acpi
 fails 1 '--raw: does not go with --bgr: it does not convert' convert no out.png --raw --bgr
 fails 1 '--raw: does not go with --shift: it keeps the samples as they are' convert no out.png --raw --shift 2
@@ -181,7 +206,7 @@ fails 1 '--raw: does not go with --auto-range: it keeps the samples as they are'
 fails 1 '--raw: does not go with --time: it does not convert' convert no out.png --raw --time
 fails 1 '--raw: does not go with BMP, which has no 16 bits; take png, pgm or ppm' convert no out.bmp --raw
 fails 1 "--shift: '16' is not a number from 0 to 15; see 'kivocam convert --help'" convert no out.png --shift 16
-fails 4 'bgr.raw: a shift is for samples of more than 8 bits, and lies between 0 and 15; it is 2 x 1 pixels of BGR8' \
+fails 4 'bgr.raw: a shift is for samples of more than 8 bits and pictures of 8, and lies between 0 and 15; it is 2 x 1 pixels of BGR8' \
   convert bgr.raw out.png --format BGR8 --size 2x1 --shift 2
 
 # In an RWH file rows begin on a byte: frames of other widths are stored unpacked, the rest keep their code.

@@ -48,7 +48,7 @@ TEST(LargeFrames, Bayer16) {
   ExpectLastRows(Find("ConvByrRGNToBGRA"), 2);
 }
 
-// Colours are counted in 32 bits, which a row of this width exceeds: the C++ layer hands it over in parts.
+// A row of more colours than 32 bits can count.
 TEST(LargeFrames, ARowOfTheCppLayer) {
   constexpr std::uint32_t width = 0xFFFFFFFFU / 3 + 1000;
   Repeated src(std::size_t{width} * 3), dst(std::size_t{width} * 4);
@@ -57,8 +57,8 @@ TEST(LargeFrames, ARowOfTheCppLayer) {
   const std::uint8_t last[] = {4, 5, 6, 1, 2, 3};
   std::memcpy(src.data() + 3 * (std::size_t{width} - 2), last, sizeof last);
   const kivo::FrameView view = {src.data(), std::size_t{width} * 3, CAMUTL_PFNC_RGB8, width, 1};
-  std::uint32_t *const pixels = static_cast<std::uint32_t *>(static_cast<void *>(dst.data()));
-  ASSERT_EQ(kivo::convertTo(pixels, width, view), kivo::Errc::Ok);
+  const std::uint32_t *const pixels = static_cast<std::uint32_t *>(static_cast<void *>(dst.data()));
+  ASSERT_EQ(kivo::convertTo({dst.data(), std::size_t{width} * 4, 0}, view), kivo::Errc::Ok);
   EXPECT_EQ(pixels[width - 1], 0xFF010203U);
   EXPECT_EQ(pixels[width - 2], 0xFF040506U);
 }

@@ -2,6 +2,7 @@
 // The commands of kivocam. Each throws Failure when it cannot do what it was asked to.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,13 +36,12 @@ struct ConvertOptions {
   bool bgr = false;
   bool mirror = false;
   bool flip = false;
-  bool anyBayerSize = false;
   std::string crop;
-  int shift = -1;  // -1: by the format
+  std::optional<std::uint32_t> shift;
   bool autoRange = false;
   bool raw = false;
   int pngLevel = kPngLevel;
-  unsigned jobs = 0;  // threads; 0: one for each processor
+  unsigned jobs = 0;  // threads, for one file too; 0: one for each processor
   bool resume = false;
   bool quiet = false;
   bool json = false;

@@ -33,16 +33,13 @@ Treatment treatmentOf(const ConvertOptions &options) {
   treatment.shift = options.shift;
   treatment.bayer = options.bayer;
   treatment.bgr = options.bgr;
-  treatment.anyBayerSize = options.anyBayerSize;
   treatment.raw = options.raw;
   return treatment;
 }
 
 void refuseContradictions(const ConvertOptions &options) {
-  const bool shifts = options.shift >= 0;
+  const bool shifts = options.shift.has_value();
   if (options.autoRange && shifts) throw contradiction("--shift", "--auto-range");
-  if (shifts && options.bayer == kivo::Bayer::Acpi)
-    throw contradiction("--shift", "--bayer acpi, which is for 8-bit samples (--auto-range makes such)");
   if (options.raw && options.bayerGiven && options.bayer != kivo::Bayer::Off)
     throw contradiction("--raw", "--bayer: it does not demosaic");
   if (options.raw && options.bgr) throw contradiction("--raw", "--bgr: it does not convert");
@@ -60,6 +57,12 @@ class Converter {
     if (!plan.folder.empty()) folders_.setRoot(plan.folder);
   }
 
+  // From now on all threads work on each frame. Where they cannot be had, one does.
+  void useThreads(unsigned threads) {
+    kivo::Result<kivo::Pool> made = kivo::Pool::make(threads);
+    if (made) pool_ = *std::move(made);
+  }
+
   Outcome convert(const Job &job) {
     Outcome outcome;
     std::error_code unknown;
@@ -75,29 +78,32 @@ class Converter {
     outcome.bytes = input.fileBytes;
     outcome.ignoredBytes = input.ignoredBytes;
     const std::string subject = inputName(job.input);
-    Developed developed(std::move(input), treatment_, subject);
+    Developed developed(std::move(input), treatment_, type_, subject);
+    developed.convert(pool());
     outcome.format = &developed.format();
-    outcome.width = developed.view().width;
-    outcome.height = developed.view().height;
-    if (!options_.raw) developed.convert();
+    outcome.width = developed.image().width;
+    outcome.height = developed.image().height;
     if (options_.time) {
-      outcome.milliseconds = developed.timeConversion();
-      outcome.converter = developed.converterName();
+      outcome.milliseconds = developed.timeConversion(pool());
+      outcome.conversion = developed.conversionName();
     }
     folders_.make(job);
     const std::unique_ptr<ByteSink> output = openOutput(job.output, options_.rules);
-    developed.write(type_, options_.pngLevel, *output);
+    developed.write(options_.pngLevel, *output);
     output->commit();
     outcome.status = Outcome::Status::Converted;
     return outcome;
   }
 
  private:
+  kivo::Pool *pool() noexcept { return pool_.threads() > 1 ? &pool_ : nullptr; }
+
   const ConvertOptions &options_;
   const Treatment treatment_;
   const PictureType type_;
   const bool inFolder_;
   Folders folders_;
+  kivo::Pool pool_;
 };
 
 Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &job) {
@@ -109,6 +115,7 @@ Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     if (options.json) printJsonSummary(result);
   };
+  converter.useThreads(options.jobs);
   try {
     const Outcome outcome = converter.convert(job);
     const bool converted = outcome.status == Outcome::Status::Converted;

@@ -19,15 +19,15 @@ std::string lineOf(const ConvertOptions &options, bool several, const Job &job, 
                       outcome.format->name, outcome.width, outcome.height);
     else
       line += ", \"format\": null, \"width\": null, \"height\": null";
-    if (!outcome.converter.empty())
-      line += printed(", \"converter\": \"%s\", \"milliseconds\": %.3f", outcome.converter.c_str(),
+    if (!outcome.conversion.empty())
+      line += printed(", \"conversion\": \"%s\", \"milliseconds\": %.3f", outcome.conversion.c_str(),
                       outcome.milliseconds);
     line += ", \"error\": " + (outcome.error.empty() ? "null" : jsonString(outcome.error)) + "}";
     return line;
   }
-  if (outcome.converter.empty()) return {};
+  if (outcome.conversion.empty()) return {};
   return printed("%s %" PRIu32 "x%" PRIu32 " %s %.3f%s%s", outcome.format->name, outcome.width,
-                 outcome.height, outcome.converter.c_str(), outcome.milliseconds, several ? " " : "",
+                 outcome.height, outcome.conversion.c_str(), outcome.milliseconds, several ? " " : "",
                  several ? oneLine(job.input).c_str() : "");
 }
 

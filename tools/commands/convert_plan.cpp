@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "words/failure.h"
+#include "words/text.h"
 
 namespace tool {
 namespace {
@@ -14,7 +15,7 @@ namespace fs = std::filesystem;
 // Whether a name ends like that of a picture or of a raw frame.
 bool isFileName(const std::string &path) {
   const std::string extension = fs::path(path).extension().string();
-  const auto is = [&extension](const char *wanted) { return kivo::detail::sameName(extension, wanted); };
+  const auto is = [&extension](const char *wanted) { return sameName(extension, wanted); };
   return is(".png") || is(".ppm") || is(".pgm") || is(".bmp") || is(".rwh");
 }
 
@@ -30,7 +31,7 @@ void checkStandardOutput(const FileList &list, const ConvertOptions &options) {
 PictureType nameOne(Job &job, const ConvertOptions &options) {
   const std::string &output = options.output;
   refuseSameFile(job.input, output);
-  if (kivo::detail::sameName(fs::path(output).extension().string(), ".rwh"))
+  if (sameName(fs::path(output).extension().string(), ".rwh"))
     throw Failure(Exit::Usage, output, "is called like a raw frame, not like a picture");
   job.output = output;
   return pictureType(output, options.to, true);

@@ -14,14 +14,13 @@ void runImport(const ImportOptions &options) {
     throw Failure(Exit::Usage, "import", "headerless data needs --format and --size");
   refuseSameFile(options.input.file, options.output);
   const RawInput input = loadInput(options.input);
-  if (input.format->packing != kivo::Packing::None &&
-      std::uint64_t{input.frame.width} * input.format->bitsPerPixel() % 8 != 0) {
+  if (std::uint64_t{input.frame.width} * (input.format->code >> 16 & 0xFF) % 8 != 0) {
     // The file's rows begin on a byte each.
-    const kivo::Result<kivo::Frame> plain = kivo::unpack(input.frame.view());
+    const kivo::Result<kivo::Frame> plain = kivo::unpack(input.view());
     if (!plain) throw failureOf(plain.error(), inputName(options.input.file), Exit::Input);
     saveRwh(plain->view(), options.output, options.rules);
   } else {
-    saveRwh(input.frame.view(), options.output, options.rules);
+    saveRwh(input.view(), options.output, options.rules);
   }
   if (input.ignoredBytes != 0)
     std::fprintf(stderr, "%s\n", ignoredNote(options.input.file, input.ignoredBytes).c_str());

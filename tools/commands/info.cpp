@@ -85,7 +85,7 @@ void infoOf(const InputOptions &input, bool json) {
     facts = factsOf(input, raw);
     if (!json) printFileFacts(facts);
   }
-  const Statistics statistics = measure(raw.frame.view());
+  const Statistics statistics = measure(raw.view());
   if (json)
     std::printf("%s\n", jsonFacts(facts, *raw.format, statistics).c_str());
   else

@@ -10,6 +10,7 @@
 #include "frames/make_frame.h"
 #include "frames/save_rwh.h"
 #include "words/failure.h"
+#include "words/text.h"
 
 namespace tool {
 namespace {
@@ -18,7 +19,7 @@ bool isRwh(const std::string &path, const std::string &to) {
   if (to == "rwh") return true;
   if (to == "raw") return false;
   if (path == "-") throw Failure(Exit::Usage, "standard output", "has no extension: say --to");
-  return kivo::detail::sameName(std::filesystem::path(path).extension().string(), ".rwh");
+  return sameName(std::filesystem::path(path).extension().string(), ".rwh");
 }
 
 }  // namespace

@@ -23,12 +23,8 @@ constexpr std::uint32_t kThumbnailHeight = 320;
 // Differences are summed in squares of this many pixels; a detail begins at one of them.
 constexpr std::uint32_t kBlock = 8;
 
-kivo::Image convertOrThrow(const kivo::FrameView &view, kivo::Bayer bayer, const std::string &subject) {
-  kivo::ConvertOptions how;
-  how.bayer = bayer;
-  how.output = kivo::Output::Bgr;
-  how.anyBayerSize = true;
-  kivo::Result<kivo::Image> image = kivo::convert(view, how);
+kivo::Image convertOrThrow(const RawInput &raw, const kivo::Options &options, const std::string &subject) {
+  kivo::Result<kivo::Image> image = kivo::convert(raw.view(), options);
   if (!image) throw failureOf(image.error(), subject, Exit::Input);
   return *std::move(image);
 }
@@ -37,7 +33,7 @@ Picture cut(const kivo::Image &image, std::uint32_t x, std::uint32_t y) {
   Picture part(kDetailWidth, kDetailHeight);
   for (std::uint32_t v = 0; v < kDetailHeight; ++v)
     for (std::uint32_t u = 0; u < kDetailWidth; ++u)
-      for (std::size_t c = 0; c < 3; ++c) part.pixel(u, v)[2 - c] = image.pixel(x + u, y + v)[c];
+      for (std::size_t c = 0; c < 3; ++c) part.pixel(u, v)[c] = image.pixel(x + u, y + v)[c];
   return part;
 }
 
@@ -68,50 +64,37 @@ Detail detailOf(const kivo::Image &standard, const kivo::Image &adaptive) {
   return detail;
 }
 
-kivo::Frame stretchOrThrow(const kivo::FrameView &view, const kivo::SampleRange &range,
-                           const std::string &subject) {
-  kivo::Result<kivo::Frame> frame = kivo::stretch(view, range);
-  if (!frame) throw failureOf(frame.error(), subject, Exit::Input);
-  return *std::move(frame);
-}
-
 ReportEntry entryOf(const InputOptions &input, bool autoRange) {
   const RawInput raw = loadInput(input);
   ReportEntry entry;
   entry.file = inputName(input.file);
   entry.facts = factsOf(input, raw);
   entry.format = raw.format;
-  entry.statistics = measure(raw.frame.view());
+  entry.statistics = measure(raw.view());
 
-  kivo::Frame narrow;
-  kivo::FrameView shown = raw.frame.view();
-  entry.stretched = autoRange && raw.format->family != kivo::Family::Yuv;
+  kivo::Options options;
+  options.pixels = kivo::Pixels::Rgb8;
+  entry.stretched = autoRange && raw.format->family != KIVO_YUV;
   if (entry.stretched) {
-    kivo::SampleRange range = {UINT32_MAX, 0};
+    kivo::Range range = {UINT32_MAX, 0};
     for (const Component &c : entry.statistics.components)
-      range = {std::min(range.least, c.least), std::max(range.most, c.most)};
-    narrow = stretchOrThrow(shown, range, entry.file);
-    shown = narrow.view();
+      range = {std::min(range.low, c.least), std::max(range.high, c.most)};
+    options.range = range;
   }
-  const kivo::Image picture = convertOrThrow(shown, kivo::Bayer::Standard, entry.file);
+  const kivo::Image picture = convertOrThrow(raw, options, entry.file);
   const Picture thumbnail =
       shrunk(picture.width, picture.height, kThumbnailWidth, kThumbnailHeight,
-             [&](std::uint32_t x, std::uint32_t y, std::size_t c) { return picture.pixel(x, y)[2 - c]; });
+             [&](std::uint32_t x, std::uint32_t y, std::size_t c) { return picture.pixel(x, y)[c]; });
   entry.thumbnail = pngOf(thumbnail);
   entry.thumbnailWidth = thumbnail.width;
   entry.thumbnailHeight = thumbnail.height;
 
-  // The adaptive algorithm is for 8 bits and even sizes. Wider samples are brought to 8 bits by their nominal
-  // range.
-  const bool even = shown.width % 2 == 0 && shown.height % 2 == 0;
-  if (!raw.format->isBayer() || !even || shown.width < kDetailWidth || shown.height < kDetailHeight)
+  options.bayer = kivo::Bayer::Acpi;
+  const bool even = picture.width % 2 == 0 && picture.height % 2 == 0;
+  if (raw.format->family != KIVO_BAYER || !even || picture.width < kDetailWidth ||
+      picture.height < kDetailHeight)
     return entry;
-  const bool wide = kivo::findFormat(shown.format)->depth != 8;
-  if (wide) narrow = stretchOrThrow(shown, {0, entry.statistics.top}, entry.file);
-  const kivo::FrameView mosaic = wide ? narrow.view() : shown;
-  const kivo::Image adaptive = convertOrThrow(mosaic, kivo::Bayer::Acpi, entry.file);
-  entry.detail = wide ? detailOf(convertOrThrow(mosaic, kivo::Bayer::Standard, entry.file), adaptive)
-                      : detailOf(picture, adaptive);
+  entry.detail = detailOf(picture, convertOrThrow(raw, options, entry.file));
   entry.hasDetail = entry.detail.difference > 0;
   return entry;
 }

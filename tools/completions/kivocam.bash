@@ -7,7 +7,7 @@ _kivocam_values() {
     convert:--to) echo png ppm pgm bmp ;;
     scene:--to | sheet:--to) echo png ppm bmp ;;
     mosaic:--to) echo rwh raw ;;
-    *:--bayer) echo standard acpi off ;;
+    *:--bayer) echo standard acpi best half off ;;
     *:--png-level) echo 0 1 2 3 4 5 6 7 8 9 ;;
     *:--format | *:-f) "${COMP_WORDS[0]}" formats 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
     *:--size | *:-s) echo 640x480 1280x1024 1920x1080 1920x1200 2448x2048 5472x3648 ;;
@@ -41,7 +41,7 @@ _kivocam() {
     formats | compare) options=--json ;;
     convert)
       options="-o --output --to --png-level -j --jobs --resume --no-sync -q --quiet --json --time --crop --mirror
-        --flip --auto-range --shift --bayer --any-size --bgr --raw $rules $headerless"
+        --flip --auto-range --shift --bayer --bgr --raw $rules $headerless"
       ;;
     import) options="$rules $headerless" ;;
     mosaic) options="-f --format --to $rules" ;;

@@ -26,7 +26,7 @@ struct Outcome {
   std::uint32_t height = 0;
   std::uint64_t ignoredBytes = 0;
   // Where it was asked for.
-  std::string converter;
+  std::string conversion;
   double milliseconds = 0;
 };
 

@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 
 bool isFrameName(const std::string &name, bool headerless) {
   const std::string extension = fs::path(name).extension().string();
-  const auto is = [&extension](const char *wanted) { return kivo::detail::sameName(extension, wanted); };
+  const auto is = [&extension](const char *wanted) { return sameName(extension, wanted); };
   return headerless ? is(".raw") || is(".bin") || is(".dat") : is(".rwh");
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "words/failure.h"
 
@@ -44,11 +45,32 @@ Source::~Source() {
   if (own_) ::close(file_);
 }
 
+// Of the bytes that peek() has seen.
+std::size_t Source::takeAhead(void *to, std::size_t size) noexcept {
+  const std::size_t taken = std::min(size, aheadSize_);
+  if (to != nullptr) std::memcpy(to, ahead_, taken);
+  std::memmove(ahead_, ahead_ + taken, aheadSize_ - taken);
+  aheadSize_ -= taken;
+  return taken;
+}
+
 std::size_t Source::read(void *to, std::size_t size) {
+  const std::size_t taken = takeAhead(to, size);
+  return taken + readOn(static_cast<char *>(to) + taken, size - taken);
+}
+
+std::size_t Source::peek(void *to, std::size_t size) {
+  if (size > aheadSize_)
+    aheadSize_ += readOn(static_cast<char *>(static_cast<void *>(ahead_)) + aheadSize_, size - aheadSize_);
+  std::memcpy(to, ahead_, std::min(size, aheadSize_));
+  return std::min(size, aheadSize_);
+}
+
+std::size_t Source::readOn(char *to, std::size_t size) {
   std::size_t done = 0;
   while (done < size) {
     const std::size_t step = std::min(size - done, std::size_t{1} << 30);
-    const ssize_t got = ::read(file_, static_cast<char *>(to) + done, step);
+    const ssize_t got = ::read(file_, to + done, step);
     if (got == 0) break;
     if (got > 0)
       done += static_cast<std::size_t>(got);
@@ -59,6 +81,7 @@ std::size_t Source::read(void *to, std::size_t size) {
 }
 
 void Source::skip(std::uint64_t bytes) {
+  bytes -= takeAhead(nullptr, static_cast<std::size_t>(std::min<std::uint64_t>(bytes, kAhead)));
   if (size_ != kUncounted) {
     ::lseek(file_, static_cast<off_t>(bytes), SEEK_CUR);
     return;

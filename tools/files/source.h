@@ -32,14 +32,22 @@ class Source {
 
   // As many bytes as there are, up to `size`. Throws Failure.
   std::size_t read(void *to, std::size_t size);
+  // The same, up to kAhead, which are still to be read then. Throws Failure.
+  static constexpr std::size_t kAhead = 16;
+  std::size_t peek(void *to, std::size_t size);
   // Leaves out as many bytes as there are, up to `bytes`. Throws Failure.
   void skip(std::uint64_t bytes);
 
  private:
+  std::size_t readOn(char *to, std::size_t size);
+  std::size_t takeAhead(void *to, std::size_t size) noexcept;
+
   std::string name_;
   bool own_;
   int file_;
   std::uint64_t size_ = kUncounted;
+  std::uint8_t ahead_[kAhead] = {};
+  std::size_t aheadSize_ = 0;
 };
 
 }  // namespace tool

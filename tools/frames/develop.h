@@ -12,50 +12,49 @@
 
 namespace tool {
 
-// What is done to a frame, in this order: crop, mirror and flip, auto-range or shift, conversion.
+// What is done to a frame, in this order: crop, auto-range or shift, demosaic, mirror and flip.
 struct Treatment {
-  std::optional<kivo::Rect> crop;
+  std::optional<kivo::Region> crop;
   bool mirror = false;
   bool flip = false;
   bool autoRange = false;
-  int shift = -1;  // as kivo::ConvertOptions has it
+  std::optional<std::uint32_t> shift;
   kivo::Bayer bayer = kivo::Bayer::Standard;
   bool bgr = false;
-  bool anyBayerSize = false;
-  bool raw = false;  // no conversion: the samples themselves
+  bool raw = false;  // the samples themselves, at their own depth
 };
 
-// A frame on its way. It is moved, not copied: `view` may look into `frame`.
+// A frame on its way to a picture of some type.
 class Developed {
  public:
-  // Does everything but the conversion, which does not fail then. `subject` is for messages. Throws Failure.
-  Developed(RawInput input, const Treatment &treatment, const std::string &subject);
-  // Converts; not for raw. Throws Failure.
-  void convert();
+  // Does everything but the conversion, which fails of missing memory only. `subject` is for messages. Throws
+  // Failure.
+  Developed(RawInput input, const Treatment &treatment, PictureType type, const std::string &subject);
+  // Converts, with a pool on its threads. Throws Failure.
+  void convert(kivo::Pool *pool);
   // Repeats the conversion into the same picture, as a viewer does frame after frame: the median in
-  // milliseconds.
-  double timeConversion();
+  // milliseconds. Throws Failure.
+  double timeConversion(kivo::Pool *pool);
 
-  // Throws Failure where this frame does not fit that type.
-  void write(PictureType type, int pngLevel, ByteSink &sink) const;
+  void write(int pngLevel, ByteSink &sink) const;
 
-  const kivo::Format &format() const noexcept { return *format_; }
-  const kivo::FrameView &view() const noexcept { return view_; }
-  // The library function that convert() calls.
-  std::string converterName() const;
+  // Of the frame.
+  const kivo::Format &format() const noexcept { return *input_.format; }
+  // Of the picture, once it is there.
+  const kivo::Image &image() const noexcept { return image_; }
+  // What convert() makes: the pixels, for a mosaic with what was done to it in front. Throws Failure.
+  std::string conversionName() const;
 
  private:
-  kivo::ConvertOptions options() const noexcept;
-  void adopt(kivo::Result<kivo::Frame> frame);
+  kivo::Plan plan() const;
   [[noreturn]] void refuse(kivo::Errc error) const;
   bool isGrey() const noexcept;
-  Rows rawRows() const;
-  Rows imageRows(bool grey) const;
+  void choosePixels(const Treatment &treatment);
+  Rows rows() const;
 
-  kivo::Frame frame_;
-  kivo::FrameView view_;
-  const kivo::Format *format_ = nullptr;
-  Treatment treatment_;
+  RawInput input_;
+  PictureType type_;
+  kivo::Options options_;
   std::string subject_;
   kivo::Image image_;
 };

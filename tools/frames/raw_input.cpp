@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cstring>
+#include <iterator>
 
 #include "words/failure.h"
 #include "words/numbers.h"
@@ -20,38 +21,45 @@ const char kHeaderlessHint[] = "headerless data needs --format and --size";
 struct Headerless {
   const kivo::Format *format = nullptr;
   Size size;
-  std::uint64_t stride = 0;  // 0 where rows share bytes
+  std::uint64_t stride = 0;  // 0 where rows share bytes, and for planes without gaps
   std::uint64_t offset = 0;
   std::uint64_t needed = 0;  // bytes of the frame, without padding behind its last row
   std::uint64_t whole = 0;   // with it
 };
 
-Headerless parseHeaderless(const InputOptions &options) {
-  if (options.format.empty()) throw Failure(Exit::Usage, "--format", kHeaderlessHint);
-  if (options.size.empty()) throw Failure(Exit::Usage, "--size", kHeaderlessHint);
+bool sharesBytes(const kivo::Format &format) {
+  return format.packing == KIVO_P || format.packing == KIVO_PACKED || format.packing == KIVO_P32;
+}
+
+Headerless parseHeaderless(const InputOptions &input) {
+  if (input.format.empty()) throw Failure(Exit::Usage, "--format", kHeaderlessHint);
+  if (input.size.empty()) throw Failure(Exit::Usage, "--size", kHeaderlessHint);
   Headerless layout;
-  layout.format = &parseFormat(options.format, "--format");
-  layout.size = parseSize(options.size, "--size");
+  layout.format = &parseFormat(input.format, "--format");
+  layout.size = parseSize(input.size, "--size");
   const kivo::Format &format = *layout.format;
-  const bool shared = format.packing != kivo::Packing::None;
-  const std::uint64_t row = kivo::rowBytes(format, layout.size.width);
-  layout.offset = options.offset.empty() ? 0 : parseNumber(options.offset, "--offset");
-  if (options.swapBytes && (shared || format.wordBytes != 2))
-    throw failureOf(kivo::Errc::NoByteOrder, "--swap-bytes", Exit::Unsupported);
-  if (!shared && layout.size.width % format.groupPixels != 0)
-    throw Failure(Exit::Unsupported, "--size", kivo::message(kivo::Errc::PartialGroup));
-  if (shared && options.stride.empty()) {
-    layout.needed = layout.whole = kivo::frameBytes(format, layout.size.width, layout.size.height);
+  kivo::Options options;
+  options.pixels = kivo::Pixels::Samples;
+  if (input.swapBytes) options.byteOrder = kivo::ByteOrder::Big;
+  const kivo::Errc error = kivo::Plan::make(&format, layout.size.width, layout.size.height, options).error();
+  if (error != kivo::Errc::Ok)
+    throw failureOf(error, error == kivo::Errc::NoByteOrder ? "--swap-bytes" : "--size", Exit::Usage);
+  const std::uint64_t row = kivo_row_bytes(format.code, layout.size.width);
+  const std::uint64_t whole = kivo_frame_bytes(format.code, layout.size.width, layout.size.height);
+  layout.offset = input.offset.empty() ? 0 : parseNumber(input.offset, "--offset");
+  if (input.stride.empty()) {
+    layout.stride = format.packing == KIVO_PLANAR || sharesBytes(format) ? 0 : row;
+    layout.needed = layout.whole = whole;
     return layout;
   }
-  layout.stride = options.stride.empty() ? row : parseNumber(options.stride, "--stride");
+  layout.stride = parseNumber(input.stride, "--stride");
   if (layout.stride < row)
     throw Failure(Exit::Usage, "--stride",
                   printed("%" PRIu64 " is smaller than a row of %" PRIu32 " %s pixels, %" PRIu64 " bytes",
                           layout.stride, layout.size.width, format.name, row));
   // Saturated where it cannot be: no file is that long.
-  const std::uint64_t rows = layout.size.height;
-  layout.whole = layout.stride > kUncounted / rows ? kUncounted : layout.stride * rows;
+  const std::uint64_t all = layout.size.height * (format.packing == KIVO_PLANAR ? std::uint64_t{3} : 1);
+  layout.whole = layout.stride > kUncounted / all ? kUncounted : layout.stride * all;
   layout.needed = layout.whole == kUncounted ? kUncounted : layout.whole - layout.stride + row;
   return layout;
 }
@@ -88,9 +96,7 @@ Failure tooFew(const Source &source, const Headerless &layout, std::uint64_t ava
                          layout.size.height, layout.format->name, rows.c_str()));
 }
 
-RawInput loadHeaderless(const InputOptions &options) {
-  const Headerless layout = parseHeaderless(options);
-  Source source(options.file, options.named);
+RawInput loadHeaderless(Source &source, const Headerless &layout) {
   const bool counted = source.size() != kUncounted;
   RawInput input;
   if (counted) {
@@ -113,14 +119,14 @@ RawInput loadHeaderless(const InputOptions &options) {
   input.frame.format = layout.format->code;
   input.frame.width = layout.size.width;
   input.frame.height = layout.size.height;
-  input.frame.stride = static_cast<std::size_t>(layout.stride);
+  input.frame.stride = static_cast<std::ptrdiff_t>(layout.stride);
   return input;
 }
 
 // Of a stream the length is what the header says.
 kivo::RwhInfo readHeader(Source &source) {
   std::uint8_t header[kHeaderBytes] = {};
-  if (source.read(header, sizeof header) != sizeof header)
+  if (source.peek(header, sizeof header) != sizeof header)
     throw failureOf(kivo::Errc::NoHeader, source.name(), Exit::Input);
   const auto word = [&header](std::size_t i) {
     return header[4 * i] | std::uint32_t{header[4 * i + 1]} << 8 | std::uint32_t{header[4 * i + 2]} << 16 |
@@ -131,10 +137,9 @@ kivo::RwhInfo readHeader(Source &source) {
   return info;
 }
 
-RawInput loadRwhInput(const InputOptions &options) {
-  Source source(options.file, options.named);
-  kivo::RwhInfo info = readHeader(source);
+RawInput loadRwhInput(Source &source, kivo::RwhInfo info) {
   checkHeader(source.name(), info);
+  source.skip(kHeaderBytes);
   RawInput input;
   input.fileBytes = info.fileBytes;
   const std::uint64_t bytes = info.expectedBytes() - kHeaderBytes;
@@ -153,18 +158,39 @@ RawInput loadRwhInput(const InputOptions &options) {
   input.frame.format = info.format;
   input.frame.width = info.width;
   input.frame.height = info.height;
-  input.frame.stride = info.lineBytes;
+  input.frame.stride = info.stride();
+  input.rwh = true;
   return input;
+}
+
+// A file that is an RWH frame from its first byte to its last is one. Whoever means its bytes leaves the
+// header out.
+bool isRwh(Source &source, const Headerless &layout, const InputOptions &options) {
+  std::uint8_t header[kHeaderBytes] = {};
+  if (!options.offset.empty() || source.peek(header, sizeof header) != sizeof header) return false;
+  const kivo::RwhInfo info = readHeader(source);
+  if (kivo::check(info) != kivo::Errc::Ok) return false;
+  if (info.format == layout.format->code && info.width == layout.size.width &&
+      info.height == layout.size.height && (options.stride.empty() || info.lineBytes == layout.stride))
+    return true;
+  throw Failure(
+      Exit::Usage, source.name(),
+      printed("is an RWH file of %" PRIu32 " x %" PRIu32 " pixels of %s in rows of %" PRIu32
+              " bytes, which is not what the options say (--offset %zu leaves its header out)",
+              info.width, info.height, kivo::findFormat(info.format)->name, info.lineBytes, kHeaderBytes));
 }
 
 }  // namespace
 
 const kivo::Format &parseFormat(const std::string &text, const std::string &option) {
-  const kivo::Format *format = kivo::findFormat(text);
-  if (format == nullptr)
-    throw Failure(Exit::Unsupported, option,
-                  "'" + text + "' is not a known pixel format; see 'kivocam formats'");
-  return *format;
+  const kivo::Format *format = kivo::findFormat(text.c_str());
+  if (format != nullptr) return *format;
+  const kivo::Format *near[3] = {};
+  const std::size_t count = kivo_format_suggest(text.c_str(), near, std::size(near));
+  std::string hint = count == 0 ? "'kivocam formats' lists the known ones" : "did you mean ";
+  for (std::size_t i = 0; i < count; ++i) hint += (i == 0 ? "" : " or ") + std::string(near[i]->name);
+  throw Failure(Exit::Unsupported, option,
+                "unknown pixel format '" + text + "'; " + hint + (count == 0 ? "" : "?"));
 }
 
 kivo::RwhInfo loadHeader(const std::string &file) {
@@ -209,14 +235,15 @@ void checkInputOptions(const InputOptions &options) {
 }
 
 RawInput loadInput(const InputOptions &options) {
-  RawInput input = options.headerless() ? loadHeaderless(options) : loadRwhInput(options);
-  if (options.swapBytes) {
-    kivo::FrameView view = input.frame.view();
-    view.byteOrder = kivo::ByteOrder::Big;
-    kivo::Result<kivo::Frame> swapped = kivo::unpack(view);
-    if (!swapped) throw failureOf(swapped.error(), inputName(options.file), Exit::Input);
-    input.frame = *std::move(swapped);
-  }
+  Headerless layout;
+  if (options.headerless()) layout = parseHeaderless(options);
+  Source source(options.file, options.named);
+  RawInput input = options.headerless() && !isRwh(source, layout, options)
+                       ? loadHeaderless(source, layout)
+                       : loadRwhInput(source, readHeader(source));
+  if (options.swapBytes) input.byteOrder = kivo::ByteOrder::Big;
+  if (options.swapBytes && kivo::check(input.view()) == kivo::Errc::NoByteOrder)
+    throw failureOf(kivo::Errc::NoByteOrder, source.name(), Exit::Input);
   input.format = kivo::findFormat(input.frame.format);
   return input;
 }

@@ -24,13 +24,21 @@ struct InputOptions {
 };
 
 struct RawInput {
-  kivo::Frame frame;  // samples may share bytes; 16-bit words are little-endian
+  kivo::Frame frame;  // its data as they were read
+  kivo::ByteOrder byteOrder = kivo::ByteOrder::Little;
   const kivo::Format *format = nullptr;
+  bool rwh = false;                // from a file with a header
   std::uint64_t fileBytes = 0;     // of standard input: the bytes that were read
   std::uint64_t ignoredBytes = 0;  // behind a headerless frame; may be kUncounted
+
+  kivo::FrameView view() const noexcept {
+    kivo::FrameView all = frame.view();
+    all.byteOrder = byteOrder;
+    return all;
+  }
 };
 
-// A format by name or 0xCODE. Throws Failure.
+// A format by a name that any system has for it, or 0xCODE. Throws Failure.
 const kivo::Format &parseFormat(const std::string &text, const std::string &option);
 
 // Whether the options make sense, whatever the file holds. Throws Failure.
@@ -39,7 +47,8 @@ void checkInputOptions(const InputOptions &options);
 // Whether the file is standard input, or a pipe that the user has named: it can be read once, from the start.
 bool isStream(const InputOptions &options);
 
-// Reads the frame that the options describe. Throws Failure.
+// Reads the frame that the options describe. A whole RWH file is one, whatever they say: its header counts,
+// and a description that differs from it is refused. Throws Failure.
 RawInput loadInput(const InputOptions &options);
 
 // The line that says that so many bytes behind the frame are ignored.

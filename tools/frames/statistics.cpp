@@ -18,28 +18,28 @@ struct Cell {
 Cell cellOf(const kivo::Format &format) {
   using Row = std::vector<unsigned>;
   switch (format.family) {
-    case kivo::Family::Mono:
+    case KIVO_MONO:
       return {{"grey"}, {Row{0}, Row{0}}};
-    case kivo::Family::Rgb: {
+    case KIVO_RGB: {
       const Row row = format.name[0] == 'R' ? Row{0, 1, 2} : Row{2, 1, 0};
       return {{"R", "G", "B"}, {row, row}};
     }
-    case kivo::Family::Yuv: {
-      const Row row = format.groupPixels == 4   ? Row{1, 0, 0, 2, 0, 0}
-                      : format.groupPixels == 2 ? Row{1, 0, 2, 0}
-                                                : Row{1, 0, 2};
+    case KIVO_YUV: {
+      const Row row = format.group_pixels == 4   ? Row{1, 0, 0, 2, 0, 0}
+                      : format.group_pixels == 2 ? Row{1, 0, 2, 0}
+                                                 : Row{1, 0, 2};
       return {{"Y", "U", "V"}, {row, row}};
     }
-    case kivo::Family::Bayer:
+    default:
       break;
   }
   const std::vector<const char *> names = {"R", "Gr", "Gb", "B"};
   switch (format.order) {
-    case kivo::BayerOrder::GR:
+    case KIVO_ORDER_GR:
       return {names, {Row{1, 0}, Row{3, 2}}};
-    case kivo::BayerOrder::RG:
+    case KIVO_ORDER_RG:
       return {names, {Row{0, 1}, Row{2, 3}}};
-    case kivo::BayerOrder::GB:
+    case KIVO_ORDER_GB:
       return {names, {Row{2, 3}, Row{0, 1}}};
     default:
       return {names, {Row{3, 2}, Row{1, 0}}};
@@ -92,7 +92,7 @@ Statistics measure(const kivo::FrameView &view) {
   const kivo::Format *format = kivo::findFormat(view.format);
   kivo::Frame unpacked;
   kivo::FrameView plain = view;
-  if (format->packing != kivo::Packing::None || view.byteOrder == kivo::ByteOrder::Big) {
+  if (format->packing != KIVO_PLAIN || view.byteOrder == kivo::ByteOrder::Big) {
     kivo::Result<kivo::Frame> result = kivo::unpack(view);
     if (!result) throw std::bad_alloc();
     unpacked = *std::move(result);
@@ -100,12 +100,12 @@ Statistics measure(const kivo::FrameView &view) {
     format = kivo::findFormat(plain.format);
   }
   const Cell cell = cellOf(*format);
-  const bool words = format->wordBytes == 2;
-  const std::size_t row = static_cast<std::size_t>(kivo::rowBytes(*format, plain.width));
-  const std::size_t stride = plain.stride == 0 ? row : plain.stride;
+  const bool words = format->plain_bytes == 2;
+  const std::size_t row = static_cast<std::size_t>(kivo_row_bytes(format->code, plain.width));
+  const std::size_t stride = plain.stride == 0 ? row : static_cast<std::size_t>(plain.stride);
   std::vector<Counts> counts(cell.names.size(), Counts(words ? 0x10000 : 0x100));
   for (std::uint32_t y = 0; y < plain.height; ++y)
-    countRow(counts, cell.rows[y % 2], plain.data + y * stride, row / format->wordBytes, words);
+    countRow(counts, cell.rows[y % 2], plain.data + y * stride, row / format->plain_bytes, words);
 
   Statistics statistics;
   statistics.top = (1U << format->depth) - 1;

@@ -32,10 +32,10 @@ PictureType pictureType(const std::string &path, const std::string &to, bool can
     name = std::filesystem::path(path).extension().string();
     if (!name.empty()) name.erase(0, 1);
   }
-  if (kivo::detail::sameName(name, "png")) return PictureType::Png;
-  if (kivo::detail::sameName(name, "ppm")) return PictureType::Ppm;
-  if (canBeGrey && kivo::detail::sameName(name, "pgm")) return PictureType::Pgm;
-  if (kivo::detail::sameName(name, "bmp")) return PictureType::Bmp;
+  if (sameName(name, "png")) return PictureType::Png;
+  if (sameName(name, "ppm")) return PictureType::Ppm;
+  if (canBeGrey && sameName(name, "pgm")) return PictureType::Pgm;
+  if (sameName(name, "bmp")) return PictureType::Bmp;
   const std::string pgm = canBeGrey ? ", pgm" : "";
   if (to.empty() && path == "-") throw Failure(Exit::Usage, "standard output", "has no extension: say --to");
   if (!to.empty()) throw Failure(Exit::Usage, "--to", "'" + to + "' is not png, ppm" + pgm + " or bmp");
@@ -60,12 +60,14 @@ kivo::Image imageOf(const Picture &picture) {
   kivo::Image image;
   image.width = picture.width;
   image.height = picture.height;
-  image.kind = kivo::Output::Bgr;
+  image.kind = kivo::Pixels::Bgr8;
+  image.rowBytes = std::size_t{3} * picture.width;
   if (!image.pixels.allocate(picture.rgb.size())) throw std::bad_alloc();
+  std::uint8_t *const bgr = image.pixels.data();
   for (std::size_t i = 0; i < picture.rgb.size(); i += 3) {
-    image.pixels[i] = picture.rgb[i + 2];
-    image.pixels[i + 1] = picture.rgb[i + 1];
-    image.pixels[i + 2] = picture.rgb[i];
+    bgr[i] = picture.rgb[i + 2];
+    bgr[i + 1] = picture.rgb[i + 1];
+    bgr[i + 2] = picture.rgb[i];
   }
   return image;
 }

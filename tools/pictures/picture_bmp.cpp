@@ -75,7 +75,8 @@ Picture decodeBmp(PictureFile &file) {
 
 // The same bytes as SaveBmpARGB() and SaveBmpRGB() write, for destinations that have no name.
 void encodeBmp(const kivo::Image &image, ByteSink &sink) {
-  const std::uint64_t pixels = std::uint64_t{image.width} * image.channels();
+  const std::uint32_t channels = image.kind == kivo::Pixels::Bgra8 ? 4 : 3;
+  const std::uint64_t pixels = std::uint64_t{image.width} * channels;
   const std::uint64_t row = (pixels + 3) / 4 * 4;
   if (image.height > INT32_MAX || image.width > INT32_MAX || row * image.height > UINT32_MAX - kHeaderBytes)
     throw Failure(Exit::Unsupported, sink.name(),
@@ -88,7 +89,7 @@ void encodeBmp(const kivo::Image &image, ByteSink &sink) {
                                  40,
                                  image.width,
                                  image.height,
-                                 1U | static_cast<std::uint32_t>(8 * image.channels()) << 16,
+                                 1U | (8 * channels) << 16,
                                  0,
                                  bytes,
                                  kPixelsPerMetre,

@@ -9,17 +9,15 @@ namespace tool {
 Failure failureOf(kivo::Errc error, const std::string &subject, Exit otherwise) {
   switch (error) {
     case kivo::Errc::UnknownFormat:
-    case kivo::Errc::OddSize:
-    case kivo::Errc::TooSmall:
-    case kivo::Errc::PartialGroup:
-    case kivo::Errc::AcpiNeedsBayer8:
     case kivo::Errc::TooLarge:
-    case kivo::Errc::BadShift:
     case kivo::Errc::NoByteOrder:
-    case kivo::Errc::NoStretch:
-    case kivo::Errc::SharedBytes:
+    case kivo::Errc::PartialGroup:
     case kivo::Errc::CropOutside:
     case kivo::Errc::SplitGroup:
+    case kivo::Errc::AcpiSize:
+    case kivo::Errc::HalfSize:
+    case kivo::Errc::BadShift:
+    case kivo::Errc::BadRange:
     case kivo::Errc::PartialByte:
       otherwise = Exit::Unsupported;
       break;

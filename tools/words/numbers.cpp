@@ -28,10 +28,10 @@ Size parseSize(const std::string &text, const std::string &option) {
   throw Failure(Exit::Usage, option, "'" + text + "' is not WIDTHxHEIGHT in pixels, such as 640x480");
 }
 
-kivo::Rect parseRegion(const std::string &text, const std::string &option) {
+kivo::Region parseRegion(const std::string &text, const std::string &option) {
   const std::size_t plus = text.find('+');
   const std::size_t second = plus == std::string::npos ? plus : text.find('+', plus + 1);
-  kivo::Rect region;
+  kivo::Region region;
   const auto number = [](const std::string &part, std::uint32_t &value) {
     const auto [stop, error] = std::from_chars(part.data(), part.data() + part.size(), value);
     return error == std::errc() && stop == part.data() + part.size();

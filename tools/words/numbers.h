@@ -19,6 +19,6 @@ Size parseSize(const std::string &text, const std::string &option);
 std::uint64_t parseNumber(const std::string &text, const std::string &option);
 // "640x480+16+8" as other tools write regions; without the offset it begins in the upper left corner. Throws
 // Failure.
-kivo::Rect parseRegion(const std::string &text, const std::string &option);
+kivo::Region parseRegion(const std::string &text, const std::string &option);
 
 }  // namespace tool

@@ -106,6 +106,12 @@ std::string htmlText(const std::string &text) {
   return safe;
 }
 
+bool sameName(const std::string &a, const std::string &b) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [&](char x, char y) { return lower(x) == lower(y); });
+}
+
 std::string printed(const char *pattern, ...) {
   va_list list, again;
   va_start(list, pattern);

@@ -17,6 +17,9 @@ std::string jsonString(const std::string &text);
 // visible.
 std::string htmlText(const std::string &text);
 
+// Whether two texts are the same but for the case of ASCII letters.
+bool sameName(const std::string &a, const std::string &b);
+
 // printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string printed(const char *pattern, ...);
 
