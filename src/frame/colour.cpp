@@ -60,13 +60,17 @@ constexpr std::uint32_t KnotStep(std::uint32_t uiU) noexcept {
   return uiU < 1024 ? 64 : uiU < 6144 ? 256 : 1024;
 }
 
-// Curve of a tone, with `value` getting each entry and what it becomes.
+// The curve at a knot, for pictures of 8 or of 16 bits.
+std::int32_t Knot(unsigned uiBits, std::uint32_t uiU) noexcept {
+  return uiBits == 8 ? Round(65280 * Srgb(Position(uiU))) + 128 : Round(65535 * Srgb(Position(uiU)));
+}
+
+// Each entry and what it becomes.
 template <class Value>
-void ForSrgb(double dScale, std::int32_t iAdded, const Value &value) noexcept {
-  const auto Knot = [=](std::uint32_t ui) { return Round(dScale * Srgb(Position(ui))) + iAdded; };
+void ForSrgb(unsigned uiBits, const Value &value) noexcept {
   for (std::uint32_t uiFirst = 0; uiFirst < c_uiToneEntries;) {
     const std::uint32_t uiStep = KnotStep(uiFirst);
-    const std::int32_t iFrom = Knot(uiFirst), iTo = Knot(uiFirst + uiStep);
+    const std::int32_t iFrom = Knot(uiBits, uiFirst), iTo = Knot(uiBits, uiFirst + uiStep);
     for (std::uint32_t i = 0; i < uiStep; ++i)
       value(uiFirst + i,
             iFrom + static_cast<std::int32_t>(i) * (iTo - iFrom) / static_cast<std::int32_t>(uiStep));
@@ -87,9 +91,9 @@ std::uint32_t TableAt(const kivo_colour &s, std::uint32_t uiU) noexcept {
 }
 
 template <class Value>
-void ForTone(const kivo_colour &s, double dScale, std::int32_t iAdded, const Value &value) noexcept {
+void ForTone(const kivo_colour &s, unsigned uiBits, const Value &value) noexcept {
   if (s.tone == KIVO_TONE_SRGB) {
-    ForSrgb(dScale, iAdded, value);
+    ForSrgb(uiBits, value);
   } else {
     for (std::uint32_t i = 0; i < c_uiToneEntries; ++i) value(i, static_cast<std::int32_t>(TableAt(s, i)));
   }
@@ -174,6 +178,20 @@ void MakeMatrix(const double (&adMatrix)[9], std::int16_t (&aasRows)[3][3]) noex
   }
 }
 
+void MakeCurve(unsigned uiBits, ToneCurve &s) noexcept {
+  s = {};
+  unsigned i = 0;
+  for (std::uint32_t ui = 0; ui < c_uiToneEntries; ui += KnotStep(ui), ++i) {
+    const std::int32_t iKnot = Knot(uiBits, ui);
+    s.ausKnots[i] = static_cast<std::uint16_t>(iKnot);
+    s.ausSteps[i] = static_cast<std::uint16_t>(Knot(uiBits, ui + KnotStep(ui)) - iKnot);
+    for (unsigned k = 0; k < 2; ++k) {
+      s.aaucBytes[k][i] = static_cast<std::uint8_t>(s.ausKnots[i] >> 8 * k);
+      s.aaucBytes[2 + k][i] = static_cast<std::uint8_t>(s.ausSteps[i] >> 8 * k);
+    }
+  }
+}
+
 void MakeTone(const kivo_colour &s, std::uint8_t *puc) noexcept {
   if (s.tone == KIVO_TONE_GAMMA) {
     for (std::uint32_t i = 0; i < c_uiToneEntries; ++i)
@@ -181,7 +199,7 @@ void MakeTone(const kivo_colour &s, std::uint8_t *puc) noexcept {
     return;
   }
   const bool bTable = s.tone == KIVO_TONE_TABLE;
-  ForTone(s, 65280, 128, [=](std::uint32_t i, std::int32_t iValue) {
+  ForTone(s, 8, [=](std::uint32_t i, std::int32_t iValue) {
     puc[i] = static_cast<std::uint8_t>(bTable ? (255 * iValue + 32767) / 65535 : iValue / 256);
   });
 }
@@ -192,7 +210,7 @@ void MakeTone(const kivo_colour &s, std::uint16_t *pus, unsigned uiDown) noexcep
       pus[i] = static_cast<std::uint16_t>(Round(65535 * Power(Position(i), 1 / s.gamma)) >> uiDown);
     return;
   }
-  ForTone(s, 65535, 0, [=](std::uint32_t i, std::int32_t iValue) {
+  ForTone(s, 16, [=](std::uint32_t i, std::int32_t iValue) {
     pus[i] = static_cast<std::uint16_t>(iValue >> uiDown);
   });
 }

@@ -15,12 +15,13 @@ namespace Kivo {
 
 // What a plan keeps of its settings.
 struct Colour {
-  bool bOn;                                  // something differs from what changes nothing
-  bool bMatrix;                              // a matrix for pictures of three colours
-  bool bFinish;                              // planes go through more than a shift
-  std::array<GainSite, 4> asGains;           // red, green of red rows, green of blue rows, blue
-  std::int16_t aasMatrix[3][3];              // in the order of the planes
-  unsigned uiDown;                           // bits that linear words of 16 lose
+  bool bOn;                            // something differs from what changes nothing
+  bool bMatrix;                        // a matrix for pictures of three colours
+  bool bFinish;                        // planes go through more than a shift
+  std::array<GainSite, 4> asGains;     // red, green of red rows, green of blue rows, blue
+  std::int16_t aasMatrix[3][3];        // in the order of the planes
+  std::unique_ptr<ToneCurve> psCurve;  // beside one of the tables, a tone that is a curve of straight pieces
+  unsigned uiDown;                     // bits that linear words of 16 lose
   std::unique_ptr<std::uint8_t[]> pucTone;   // pictures of 8 bits
   std::unique_ptr<std::uint16_t[]> pusTone;  // of 16
 };
@@ -42,6 +43,9 @@ GainSite MakeGain(double dBlack, double dGain, double dLow, double dHigh, unsign
 
 // Rows and columns for red, green, blue.
 void MakeMatrix(const double (&adMatrix)[9], std::int16_t (&aasRows)[3][3]) noexcept;
+
+// sRGB for pictures of so many bits. uiUp is left to the caller.
+void MakeCurve(unsigned uiBits, ToneCurve &s) noexcept;
 
 // Entry u of a table of c_uiToneEntries, for a tone that is not linear.
 void MakeTone(const kivo_colour &s, std::uint8_t *puc) noexcept;

@@ -111,6 +111,11 @@ inline std::size_t PlainBytes(const kivo_format &sPlain, std::size_t uiPixels) n
 // The colours of the plain samples, mirrored if the rows of samples are.
 BayerOrder OrderOf(const kivo_plan &s) noexcept;
 
+// Bits by which what is behind the demosaic is still to be shifted to the left, in front of matrix and tone.
+inline std::uint16_t DoublingLeft(const kivo_plan &s) noexcept {
+  return s.eCourse == Course::MosaicPlanes && s.uiBayer == KIVO_BAYER_STANDARD ? 0 : 1;
+}
+
 // Rows that a ring of samples holds.
 constexpr std::size_t c_uiRingRows = 8;
 

@@ -237,6 +237,12 @@ bool MakeStages(const kivo_options &o, kivo_plan &s) noexcept {
 // The tone as a table of what each value becomes.
 bool MakeToneTable(const kivo_colour &c, kivo_plan &s) noexcept {
   if (!s.sColour.bOn || c.tone == KIVO_TONE_LINEAR) return true;
+  if (c.tone == KIVO_TONE_SRGB) {
+    s.sColour.psCurve.reset(new (std::nothrow) ToneCurve);
+    if (s.sColour.psCurve == nullptr) return false;
+    MakeCurve(s.sPixels.uiBits, *s.sColour.psCurve);
+    s.sColour.psCurve->uiUp = s.sColour.bMatrix ? 0 : DoublingLeft(s);
+  }
   if (s.sPixels.uiBits == 8) {
     s.sColour.pucTone.reset(new (std::nothrow) std::uint8_t[c_uiToneEntries]);
     if (s.sColour.pucTone == nullptr) return false;

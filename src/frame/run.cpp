@@ -211,8 +211,7 @@ class Maker {
     const ColourKernels &k = *ActiveFrameKernels().psColour;
     const bool bMono = sPlanes.apus[0] == sPlanes.apus[1];
     const unsigned uiPlanes = bMono ? 1 : 3;
-    // The standard demosaic has doubled what it makes.
-    unsigned uiUp = m_s.eCourse == Course::MosaicPlanes && m_s.uiBayer == KIVO_BAYER_STANDARD ? 0 : 1;
+    unsigned uiUp = DoublingLeft(m_s);
     // Each plane stays where it is.
     const unsigned uiFirst = sPlanes.apus[0] > sPlanes.apus[2] ? 2 : 0;
     std::uint16_t *const apus[3] = {Plane(i, uiFirst), Plane(i, 1), Plane(i, 2 - uiFirst)};
@@ -230,7 +229,7 @@ class Maker {
       k.pfnMatrix(sJob);
       uiUp = 0;
     }
-    if (m_s.sPixels.uiBits == 16 || c.pucTone != nullptr) {
+    if (CurveOfPicture() == nullptr && (m_s.sPixels.uiBits == 16 || c.pucTone != nullptr)) {
       for (unsigned p = 0; p < uiPlanes; ++p) {
         k.pfnTone({apus[p], s.apus[p], n, uiUp, c.uiDown, c.pucTone.get(), c.pusTone.get()});
         s.apus[p] = apus[p];
@@ -240,13 +239,19 @@ class Maker {
     return s;
   }
 
+  // The curve that a kernel applies while it stores.
+  const ToneCurve *CurveOfPicture() const noexcept {
+    return ActiveFrameKernels().psPicture->bCurves ? m_s.sColour.psCurve.get() : nullptr;
+  }
+
   void Paint(std::uint8_t *pucDst, const Planes &sPlanes, std::size_t n) const noexcept {
     const PictureKind eKind = KindOf(m_s.sPixels, sPlanes.apus[0] == sPlanes.apus[1]);
     PictureJob sJob = {};
     sJob.pucDst = pucDst;
     for (unsigned i = 0; i < 3; ++i) sJob.apusPlanes[i] = sPlanes.apus[i];
     sJob.n = n;
-    sJob.uiShift = m_s.uiShift;
+    sJob.psCurve = CurveOfPicture();
+    sJob.uiShift = sJob.psCurve != nullptr ? m_s.sColour.uiDown : m_s.uiShift;
     sJob.uiDepth = m_s.psPlain->plain_depth;
     sJob.bSpread = m_s.bSpread && !m_s.sColour.bOn;
     sJob.bMirror = m_s.bMirror && !m_s.bMirrorSamples;

@@ -19,6 +19,7 @@ constexpr std::size_t c_uiLeadBytes = 64;     // in front of samples, c_uiLeadSa
 constexpr std::size_t c_uiPieceBytes = 8192;
 constexpr std::size_t c_uiPieceStep = 64;
 constexpr std::size_t c_uiPlanesTile = 2048;
+constexpr std::size_t c_uiColourTile = 512;  // planes that are read and written several times
 
 constexpr std::size_t Aligned(std::size_t uiBytes) noexcept {
   return (uiBytes + c_uiAlignment - 1) / c_uiAlignment * c_uiAlignment;
@@ -47,7 +48,8 @@ ScratchLayout LayOut(const kivo_plan &s) noexcept {
   const bool bPlanes =
       s.eCourse == Course::Planes || s.eCourse == Course::MosaicPlanes || s.eCourse == Course::Half;
   if (bMosaic) {
-    l.uiPiece = std::min<std::size_t>(bPlanes ? c_uiPlanesTile : c_uiLargestTile, s.uiWidth);
+    const std::size_t uiPlanesTile = s.sColour.bFinish ? c_uiColourTile : c_uiPlanesTile;
+    l.uiPiece = std::min<std::size_t>(bPlanes ? uiPlanesTile : c_uiLargestTile, s.uiWidth);
   } else {
     l.uiPiece =
         (bPlanes ? c_uiPieceBytes / 2 : c_uiPieceBytes) / SampleBytes(s) / c_uiPieceStep * c_uiPieceStep;

@@ -32,14 +32,27 @@ struct Scale {
 struct SiteVectors {
   U16 black, most, factor, gain;
 
-  KIVO_INLINE SiteVectors(const GainJob &s, size_t i) {
+  // Two in turn.
+  KIVO_INLINE SiteVectors(const GainSite &s0, const GainSite &s1)
+      : black(InTurn(s0.usBlack, s1.usBlack)),
+        most(InTurn(s0.usMost, s1.usMost)),
+        factor(InTurn(s0.usFactor, s1.usFactor)),
+        gain(InTurn(s0.usGain, s1.usGain)) {}
+  KIVO_INLINE static U16 InTurn(uint16_t us0, uint16_t us1) {
+    return reinterpret_cast<U16>(U32{} + (uint32_t{us1} << 16 | us0));
+  }
+
+  // Any number in turn.
+  SiteVectors(const GainJob &s, size_t i) {
     uint16_t aaus[4][c_uiWords];
+    size_t uiSite = i % s.uiSites;
     for (size_t k = 0; k < c_uiWords; ++k) {
-      const GainSite &sSite = s.asSites[(i + k) % s.uiSites];
+      const GainSite &sSite = s.asSites[uiSite];
       aaus[0][k] = sSite.usBlack;
       aaus[1][k] = sSite.usMost;
       aaus[2][k] = sSite.usFactor;
       aaus[3][k] = sSite.usGain;
+      uiSite = uiSite + 1 == s.uiSites ? 0 : uiSite + 1;
     }
     black = Load<U16>(aaus[0]);
     most = Load<U16>(aaus[1]);
@@ -77,15 +90,17 @@ void GainWords(const GainJob &s) {
     Store(s.pusDst + i, sites.Apply(scale(Load<U16>(s.pucSrc + 2 * i))));
   };
   size_t i = 0;
+  // The last vector overlaps the one before.
+  const size_t uiLast = s.n - c_uiWords;
   if (s.uiSites == 2) {
-    const SiteVectors sites(s, 0);
+    const SiteVectors sites(s.asSites[0], s.asSites[1]);
     for (; s.n - i >= c_uiWords; i += c_uiWords) block(sites, i);
+    if (i < s.n) block({s.asSites[uiLast % 2], s.asSites[1 - uiLast % 2]}, uiLast);
   } else {
     const SiteVectors aSites[3] = {{s, 0}, {s, c_uiWords}, {s, 2 * c_uiWords}};
     for (unsigned k = 0; s.n - i >= c_uiWords; i += c_uiWords, k = k == 2 ? 0 : k + 1) block(aSites[k], i);
+    if (i < s.n) block({s, uiLast}, uiLast);
   }
-  // The last vector overlaps the one before.
-  if (i < s.n) block({s, s.n - c_uiWords}, s.n - c_uiWords);
 }
 
 void GainBytes(const GainJob &s) {
@@ -101,15 +116,18 @@ void GainBytes(const GainJob &s) {
     Store(s.pusDst + i + c_uiWords, high.Apply(scale(v.high)));
   };
   size_t i = 0;
+  const size_t uiLast = s.n - c_uiVec;
   if (s.uiSites == 2) {
-    const SiteVectors sites(s, 0);
+    const SiteVectors sites(s.asSites[0], s.asSites[1]);
     for (; s.n - i >= c_uiVec; i += c_uiVec) block(sites, sites, i);
+    const SiteVectors last(s.asSites[uiLast % 2], s.asSites[1 - uiLast % 2]);
+    if (i < s.n) block(last, last, uiLast);
   } else {
     const SiteVectors aSites[3] = {{s, 0}, {s, c_uiWords}, {s, 2 * c_uiWords}};
     for (unsigned k = 0; s.n - i >= c_uiVec; i += c_uiVec, k = k == 0 ? 2 : k - 1)
       block(aSites[k], aSites[k == 2 ? 0 : k + 1], i);
+    if (i < s.n) block({s, uiLast}, {s, uiLast + c_uiWords}, uiLast);
   }
-  if (i < s.n) block({s, s.n - c_uiVec}, {s, s.n - c_uiWords}, s.n - c_uiVec);
 }
 
 void GainOfWords(const GainJob &s) {

@@ -3,6 +3,7 @@
 // spread over the word: with the depth's bits at the top of it, a copy shifted down by the depth fills the
 // rest.
 #include "kernels/blocks.h"
+#include "kernels/tone.h"
 
 namespace Kivo::KIVO_TARGET {
 namespace {
@@ -31,7 +32,11 @@ KIVO_INLINE U16 Luma(U16 b, U16 g, U16 r) {
 }
 
 // Kinds of 8 bits: a vector of pixels is two vectors of words.
+struct CurvedBytes;
+struct CurvedWords;
+
 struct Bytes {
+  using Curved = CurvedBytes;
   static constexpr size_t c_uiPixels = c_uiVec;
 
   KIVO_INLINE explicit Bytes(const PictureJob &s) : uiShift(s.uiShift) {}
@@ -62,6 +67,7 @@ struct Bytes {
 
 // Kinds of 16 bits. Values that stay are spread from a depth of 16.
 struct Words {
+  using Curved = CurvedWords;
   static constexpr size_t c_uiPixels = c_uiVec / 2;
 
   KIVO_INLINE explicit Words(const PictureJob &s)
@@ -80,6 +86,52 @@ struct Words {
 
   unsigned uiDepth;
   U16 factor;
+};
+
+// The same behind a curve whose upper bytes are the pixels.
+struct CurvedBytes {
+  static constexpr size_t c_uiPixels = c_uiVec;
+
+  KIVO_INLINE explicit CurvedBytes(const PictureJob &s) : curve(*s.psCurve) {}
+
+  template <bool bMirror>
+  KIVO_INLINE WordPair Words(const PictureJob &s, size_t c, size_t i) const {
+    const uint16_t *const pus = Pixels<bMirror, c_uiPixels>(s, c, i);
+    return curve.At(Load<U16>(pus), Load<U16>(pus + c_uiVec / 2));
+  }
+  template <bool bMirror>
+  KIVO_INLINE U8 Plane(const PictureJob &s, size_t c, size_t i) const {
+    const WordPair v = Words<bMirror>(s, c, i);
+    return bMirror ? Reverse(PackHigh(v.low, v.high)) : PackHigh(v.low, v.high);
+  }
+  template <bool bMirror>
+  KIVO_INLINE U8 Grey(const PictureJob &s, size_t i) const {
+    const WordPair b = Words<bMirror>(s, 0, i), g = Words<bMirror>(s, 1, i), r = Words<bMirror>(s, 2, i);
+    return Bytes::Join<bMirror>(
+        {Luma(b.low >> 8, g.low >> 8, r.low >> 8), Luma(b.high >> 8, g.high >> 8, r.high >> 8)});
+  }
+
+  Curve curve;
+};
+
+// And of 16 bits.
+struct CurvedWords {
+  static constexpr size_t c_uiPixels = c_uiVec / 2;
+
+  KIVO_INLINE explicit CurvedWords(const PictureJob &s) : curve(*s.psCurve), uiShift(s.uiShift) {}
+
+  template <bool bMirror>
+  KIVO_INLINE U16 Plane(const PictureJob &s, size_t c, size_t i) const {
+    const U16 v = ShiftRight(curve.One(Load<U16>(Pixels<bMirror, c_uiPixels>(s, c, i))), uiShift);
+    return bMirror ? Reverse(v) : v;
+  }
+  template <bool bMirror>
+  KIVO_INLINE U16 Grey(const PictureJob &s, size_t i) const {
+    return Luma(Plane<bMirror>(s, 0, i), Plane<bMirror>(s, 1, i), Plane<bMirror>(s, 2, i));
+  }
+
+  Curve curve;
+  unsigned uiShift;
 };
 
 // A kind: how values are reduced, how many samples a pixel has and of how many planes they are made.
@@ -179,23 +231,32 @@ void Streamed(const PictureJob &s) {
 }
 
 template <class K>
-void Picture(const PictureJob &s) {
+KIVO_INLINE void PictureOf(const PictureJob &s) {
   const auto pfn = s.bStream ? (s.bMirror ? Streamed<K, true> : Streamed<K, false>)
                              : (s.bMirror ? Ordinary<K, true> : Ordinary<K, false>);
   pfn(s);
 }
 
+template <class Values, size_t uiSamples, size_t uiPlanes>
+void Picture(const PictureJob &s) {
+  if constexpr (c_bLookup) {
+    if (s.psCurve != nullptr) return PictureOf<Kind<typename Values::Curved, uiSamples, uiPlanes>>(s);
+  }
+  PictureOf<Kind<Values, uiSamples, uiPlanes>>(s);
+}
+
 }  // namespace
 
 const PictureKernels c_sPictureKernels = {{
-    Picture<Kind<Bytes, 4, 3>>,
-    Picture<Kind<Bytes, 3, 3>>,
-    Picture<Kind<Bytes, 1, 1>>,
-    Picture<Kind<Bytes, 1, 3>>,
-    Picture<Kind<Words, 4, 3>>,
-    Picture<Kind<Words, 3, 3>>,
-    Picture<Kind<Words, 1, 1>>,
-    Picture<Kind<Words, 1, 3>>,
-}};
+                                              Picture<Bytes, 4, 3>,
+                                              Picture<Bytes, 3, 3>,
+                                              Picture<Bytes, 1, 1>,
+                                              Picture<Bytes, 1, 3>,
+                                              Picture<Words, 4, 3>,
+                                              Picture<Words, 3, 3>,
+                                              Picture<Words, 1, 1>,
+                                              Picture<Words, 1, 3>,
+                                          },
+                                          c_bLookup};
 
 }  // namespace Kivo::KIVO_TARGET

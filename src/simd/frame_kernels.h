@@ -71,6 +71,14 @@ struct HalfKernels {
   HalfKernel pfnBytes, pfnWords;
 };
 
+// A curve of straight pieces over 0 to 32767, see kernels/tone.h: what it is at the knots, and from each how
+// far to the next; and the lower and the upper bytes of both. Values are shifted left by uiUp, 0 or 1, first.
+struct ToneCurve {
+  alignas(64) uint16_t ausKnots[64], ausSteps[64];
+  alignas(64) uint8_t aaucBytes[4][64];
+  uint16_t uiUp;
+};
+
 // A row of a picture from planes of words. Colours are named in the order of blue-first pictures; red-first
 // ones exchange the planes. Mono is one plane, Gray the luma of three: blue, green, red.
 enum class PictureKind : unsigned { Bgra8, Bgr8, Mono8, Gray8, Bgra16, Bgr16, Mono16, Gray16, Count };
@@ -84,11 +92,14 @@ struct PictureJob {
   bool bSpread;                   // 16-bit kinds: repeats these bits to fill the word; else v stays
   bool bMirror;                   // pixel n - 1 of the planes becomes pixel 0 of the row
   bool bStream;                   // whole lines bypass the caches if pixels can begin at the start of a line
-};
+  const ToneCurve
+      *psCurve;  // kernels with bCurves: null, or a curve that values take first; uiShift then counts
+};               // for kinds of 16 bits too
 using PictureKernel = void (*)(const PictureJob &s);
 
 struct PictureKernels {
   PictureKernel apfn[static_cast<unsigned>(PictureKind::Count)];
+  bool bCurves;  // whether the kernels take a curve
 };
 
 // Lowers *puiLeast and raises *puiMost to the smallest and largest of n samples and themselves.

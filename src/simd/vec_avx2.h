@@ -190,6 +190,18 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
   return reinterpret_cast<I16>(_mm256_packs_epi32(Raw(a), Raw(b)));
 }
 
+// Bytes of a lane by index; 0 for an index from 16 on.
+KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
+  const __m256i v = _mm256_adds_epu8(Raw(index), _mm256_set1_epi8(0x70));
+  return reinterpret_cast<U8>(_mm256_shuffle_epi8(Raw(table), v));
+}
+
+// Bytes of a and b as the lower and the upper ones of words, in the order that PackLowLanes takes.
+KIVO_INLINE WordPair ZipLanes(U8 a, U8 b) {
+  return {reinterpret_cast<U16>(_mm256_unpacklo_epi8(Raw(a), Raw(b))),
+          reinterpret_cast<U16>(_mm256_unpackhi_epi8(Raw(a), Raw(b)))};
+}
+
 // Lanes last to first.
 KIVO_INLINE U8 Reverse(U8 v) {
   static constexpr Table c_s = MakeTable([](size_t j) { return 15 - j % 16; });

@@ -191,6 +191,14 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
   return reinterpret_cast<I16>(_mm512_packs_epi32(Raw(a), Raw(b)));
 }
 
+// Words of a table of 32, and of one of 64 in two vectors, by index.
+KIVO_INLINE U16 Lookup(U16 index, U16 table) {
+  return reinterpret_cast<U16>(_mm512_permutexvar_epi16(Raw(index), Raw(table)));
+}
+KIVO_INLINE U16 Lookup(U16 index, const U16 (&aTable)[2]) {
+  return reinterpret_cast<U16>(_mm512_permutex2var_epi16(Raw(aTable[0]), Raw(index), Raw(aTable[1])));
+}
+
 // Lanes last to first.
 KIVO_INLINE U8 Reverse(U8 v) {
   static constexpr Table c_s = MakeTable([](size_t j) { return 63 - j; });

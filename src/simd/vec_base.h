@@ -163,6 +163,30 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
   return v;
 }
 
+// Bytes of a lane by index; 0 for an index from 16 on.
+KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
+  U8 v;
+  for (size_t i = 0; i < c_uiVec; ++i) v[i] = index[i] < 16 ? table[index[i]] : 0;
+  return v;
+}
+
+// Bytes of a and b as the lower and the upper ones of words, in the order that PackLowLanes takes.
+KIVO_INLINE WordPair ZipLanes(U8 a, U8 b) {
+  WordPair s;
+  for (size_t i = 0; i < c_uiVec / 2; ++i) {
+    s.low[i] = static_cast<uint16_t>(a[i] | b[i] << 8);
+    s.high[i] = static_cast<uint16_t>(a[c_uiVec / 2 + i] | b[c_uiVec / 2 + i] << 8);
+  }
+  return s;
+}
+
+// The upper word of each product.
+KIVO_INLINE U16 MulHigh(U16 a, U16 b) {
+  U16 v;
+  for (size_t i = 0; i < c_uiVec / 2; ++i) v[i] = static_cast<uint16_t>(uint32_t{a[i]} * b[i] >> 16);
+  return v;
+}
+
 // Lanes last to first.
 KIVO_INLINE U8 Reverse(U8 v) {
   U8 r;

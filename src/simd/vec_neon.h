@@ -154,6 +154,16 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
       vcombine_s16(vqmovn_s32(reinterpret_cast<int32x4_t>(a)), vqmovn_s32(reinterpret_cast<int32x4_t>(b))));
 }
 
+// Bytes of a lane by index; 0 for an index from 16 on.
+KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
+  return reinterpret_cast<U8>(vqtbl1q_u8(Raw(table), Raw(index)));
+}
+
+// Bytes of a and b as the lower and the upper ones of words, in the order that PackLowLanes takes.
+KIVO_INLINE WordPair ZipLanes(U8 a, U8 b) {
+  return {reinterpret_cast<U16>(vzip1q_u8(Raw(a), Raw(b))), reinterpret_cast<U16>(vzip2q_u8(Raw(a), Raw(b)))};
+}
+
 // Lanes last to first.
 KIVO_INLINE U8 Reverse(U8 v) {
   const uint8x16_t halves = vrev64q_u8(Raw(v));

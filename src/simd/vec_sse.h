@@ -143,6 +143,11 @@ KIVO_INLINE WordPair ZipLanes(U16 a, U16 b) {
   return {reinterpret_cast<U16>(_mm_unpacklo_epi16(Raw(a), Raw(b))),
           reinterpret_cast<U16>(_mm_unpackhi_epi16(Raw(a), Raw(b)))};
 }
+// Bytes of a and b as the lower and the upper ones of words, in the order that PackLowLanes takes.
+KIVO_INLINE WordPair ZipLanes(U8 a, U8 b) {
+  return {reinterpret_cast<U16>(_mm_unpacklo_epi8(Raw(a), Raw(b))),
+          reinterpret_cast<U16>(_mm_unpackhi_epi8(Raw(a), Raw(b)))};
+}
 KIVO_INLINE U16 PackHighLanes(I32 a, I32 b) {
   return PackHigh(reinterpret_cast<U32>(a), reinterpret_cast<U32>(b));
 }
@@ -236,6 +241,11 @@ KIVO_INLINE U16 RepeatOdd(U16 v) {
   return reinterpret_cast<U16>(_mm_shuffle_epi8(Raw(v), table));
 }
 
+// Bytes of a lane by index; 0 for an index from 16 on.
+KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
+  return reinterpret_cast<U8>(_mm_shuffle_epi8(Raw(table), _mm_adds_epu8(Raw(index), _mm_set1_epi8(0x70))));
+}
+
 KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
   return reinterpret_cast<I16>(_mm_mulhrs_epi16(Raw(a), Raw(b)));
 }
@@ -278,6 +288,13 @@ KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
 }
 
 #else
+
+// Bytes of a lane by index; 0 for an index from 16 on.
+KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
+  U8 v;
+  for (size_t i = 0; i < c_uiVec; ++i) v[i] = index[i] < 16 ? table[index[i]] : 0;
+  return v;
+}
 
 // The product in its two halves, the lower one rounded to the bit that joins the upper.
 KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
