@@ -690,6 +690,47 @@ KIVO_API kivo_status kivo_auto_range(const kivo_plan *plan, const kivo_frame *fr
                                      kivo_colour *colour) KIVO_NOEXCEPT;
 
 /* ---------------------------------------------------------------------------------------------------------
+ * Files that nobody described */
+
+/** Bytes from the beginning of a file that kivo_guess() looks at. */
+#define KIVO_GUESS_BYTES ((size_t)16 << 20)
+
+/** What a file may be: a frame of that format and size `offset` bytes behind its beginning. */
+typedef struct kivo_candidate {
+  uint32_t code;       /**< PFNC code of the format. */
+  uint32_t width;      /**< Pixels of a row. */
+  uint32_t height;     /**< Rows. */
+  uint32_t byte_order; /**< A kivo_byte_order. */
+  uint64_t offset;     /**< Bytes in front of the frame. */
+  uint64_t stride;     /**< Bytes from row to row; 0 for packed rows. */
+  double bits;         /**< Bits that a byte of it takes if every sample is predicted from its neighbours. */
+} kivo_candidate;
+
+/**
+ * What a file without a description may be, the likeliest first: by the number of bits that its samples take
+ * when they are predicted from their neighbours, which is small only where they are read in the right way.
+ * The last byte of the file is taken for that of the frame, or of its last row's padding; headers are up to
+ * 64 kB long. What the content cannot tell is listed twice, the likelier one first: whether red or blue is
+ * the first colour of a mosaic or a pixel. The matrix of YUV samples is not told; a frame too dark to use its
+ * upper bits has the depth that it uses.
+ *
+ * Takes some seconds and up to 64 MB at the most, whatever the file is.
+ *
+ * @param data        The beginning of the file; only the first KIVO_GUESS_BYTES count.
+ * @param size        Bytes there.
+ * @param file_bytes  Bytes of the whole file.
+ * @param candidates  [out] Up to `most` candidates.
+ * @param most        How many at the most; the best of more are the same.
+ * @param count       [out] How many there are; 0 if the file is too short or too empty to tell, and on
+ *                    failure.
+ * @retval KIVO_OK
+ * @retval KIVO_NULL_POINTER
+ * @retval KIVO_OUT_OF_MEMORY
+ */
+KIVO_API kivo_status kivo_guess(const void *data, size_t size, uint64_t file_bytes,
+                                kivo_candidate *candidates, size_t most, size_t *count) KIVO_NOEXCEPT;
+
+/* ---------------------------------------------------------------------------------------------------------
  * Threads for who has none */
 
 /** Threads that wait for work. */
