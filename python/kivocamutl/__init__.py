@@ -25,6 +25,7 @@ from .errors import (
     UnknownFormatError,
 )
 from .files import RawFrame, RwhHeader, read_rwh, read_rwh_header, write_bmp, write_rwh
+from .guessing import Candidate, guess
 from .pixel_formats import Format, find_format, formats, reversed_format
 
 __version__ = "1.0.0"
@@ -40,9 +41,11 @@ __all__ = [
     "read_rwh_header",
     "write_rwh",
     "write_bmp",
+    "guess",
     "formats",
     "find_format",
     "Format",
+    "Candidate",
     "RawFrame",
     "RwhHeader",
     "KivoError",

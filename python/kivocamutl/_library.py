@@ -31,6 +31,7 @@ _PROTOTYPES: dict[str, dict[str, tuple[Any, ...]]] = {
         "kivo_format_exchanged": (c_uint32, c_uint32, c_int32, c_int32),
         "kivo_row_bytes": (c_uint64, c_uint32, c_uint32),
         "kivo_frame_bytes": (c_uint64, c_uint32, c_uint32, c_uint32),
+        "kivo_guess": (c_int32, c_void_p, c_size_t, c_uint64, c_void_p, c_size_t, c_void_p),
         "kivo_plan_make": (c_int32, c_uint32, c_uint32, c_uint32, c_void_p, c_void_p),
         "kivo_plan_free": (None, c_void_p),
         "kivo_plan_width": (c_uint32, c_void_p),
