@@ -86,6 +86,7 @@ void nameStandardOutput(std::string &output) {
 // Everything that the command line fills in.
 struct Options {
   tool::InfoOptions info;
+  tool::GuessOptions guess;
   bool formatsJson = false;
   tool::ConvertOptions convert;
   std::string bayer = "standard";
@@ -115,6 +116,20 @@ void addInfo(CLI::App &app, Options &all) {
   addSwapBytes(*command, all.info.input);
   command->add_flag("--json", all.info.json, "One JSON object a line for each file");
   command->callback([&all] { all.result = tool::runInfo(all.info); });
+}
+
+void addGuess(CLI::App &app, Options &all) {
+  CLI::App *command = addCommand(
+      app, "guess", "Tell what a headerless file may be: format, size, offset, stride and byte order, ranked",
+      "  kivocam guess frame.raw\n"
+      "  kivocam guess frame.raw --sheet candidates.png\n"
+      "  kivocam guess --json frame.raw\n");
+  command->add_option("FILE", all.guess.file, "A file that nobody described")->type_name("")->required();
+  command->add_option("--sheet", all.guess.sheet, "Picture to write: what each candidate would look like")
+      ->type_name("OUT");
+  command->add_flag("--json", all.guess.json, "As a JSON object");
+  addOutputRules(*command, all.guess.rules);
+  command->callback([&all] { tool::runGuess(all.guess); });
 }
 
 void addReport(CLI::App &app, Options &all) {
@@ -415,6 +430,7 @@ int run(int argc, char **argv) {
       "  kivocam convert --help\n\n" +
       std::string(kExitCodes));
   addInfo(app, all);
+  addGuess(app, all);
   addReport(app, all);
   addFormats(app, all);
   addConvert(app, all);

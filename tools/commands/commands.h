@@ -22,6 +22,15 @@ struct InfoOptions {
 };
 Exit runInfo(const InfoOptions &options);
 
+// guess: what a headerless file may be.
+struct GuessOptions {
+  std::string file;
+  std::string sheet;  // a picture to write, or empty
+  bool json = false;
+  OutputRules rules;
+};
+void runGuess(const GuessOptions &options);
+
 // formats: the table of pixel formats.
 void runFormats(bool json);
 

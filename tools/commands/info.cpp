@@ -14,6 +14,7 @@
 #include "commands/commands.h"
 #include "files/file_list.h"
 #include "frames/facts.h"
+#include "frames/guess_file.h"
 #include "frames/statistics.h"
 #include "words/failure.h"
 #include "words/text.h"
@@ -68,6 +69,20 @@ void printError(const std::string &file, const std::string &error) {
   std::printf("{\"file\": %s, \"error\": %s}\n", jsonString(file).c_str(), jsonString(error).c_str());
 }
 
+// Throws Failure unless it is an RWH file; for another file it tells what that may be.
+void checkHeaderOrGuess(const std::string &file, const kivo::RwhInfo &info) {
+  try {
+    checkHeader(file, info);
+  } catch (const Failure &failure) {
+    if (kivo::findFormat(info.format) != nullptr || failure.code() != Exit::Input) throw;
+    const GuessedFile guessed = guessFile(file);
+    if (guessed.candidates.empty()) throw;
+    throw Failure(failure.code(), file,
+                  std::string(failure.what()).substr(file.size() + 2) + "; 'kivocam guess' takes it for " +
+                      optionsOf(guessed.candidates[0]));
+  }
+}
+
 void infoOf(const InputOptions &input, bool json) {
   FileFacts facts;
   facts.file = inputName(input.file);
@@ -78,7 +93,7 @@ void infoOf(const InputOptions &input, bool json) {
              info.height, info.lineBytes, info.fileBytes, info.expectedBytes()};
     // The header is shown before it is judged: it is what tells why a file is refused.
     if (!json) printFileFacts(facts);
-    checkHeader(input.file, info);
+    checkHeaderOrGuess(input.file, info);
   }
   const RawInput raw = loadInput(input);
   if (facts.code == 0) {

@@ -19,7 +19,7 @@ _kivocam() {
   local common='-h --help --help-all'
   local headerless='-f --format -s --size --stride --offset --swap-bytes'
   local rules='--force --no-clobber' options=
-  local commands='info report formats convert import mosaic compare scene sheet'
+  local commands='info guess report formats convert import mosaic compare scene sheet'
   COMPREPLY=()
   # --option=value: bash takes the sign for a word of its own.
   if [ "$word" = = ]; then
@@ -37,6 +37,7 @@ _kivocam() {
       return
       ;;
     info) options="--json $headerless" ;;
+    guess) options="--sheet --json $rules" ;;
     report) options="-o --output --title --auto-range -j --jobs -q --quiet --json $rules $headerless" ;;
     formats | compare) options=--json ;;
     convert)
