@@ -290,6 +290,62 @@ TEST(ColourAuto, StaysWithinTheFrame) {
       }
 }
 
+// The picture of a frame of packed rows.
+std::vector<std::uint8_t> Converted(std::uint32_t code, std::uint32_t width,
+                                    const std::vector<std::uint16_t> &words, const kivo_colour &colour,
+                                    std::uint32_t pixels) {
+  kivo_options options = KIVO_OPTIONS_INIT;
+  options.colour = &colour;
+  options.pixels = pixels;
+  kivo_plan *made = nullptr;
+  EXPECT_EQ(kivo_plan_make(code, width, 1, &options, &made), KIVO_OK);
+  const PlanOwner plan(made);
+  std::vector<std::uint8_t> out(kivo_plan_picture_bytes(made));
+  const kivo_frame frame = {words.data(), 2 * words.size(), 0};
+  const kivo_picture picture = {out.data(), out.size(), 0};
+  EXPECT_EQ(kivo_run(made, &frame, &picture, nullptr, 0), KIVO_OK);
+  return out;
+}
+
+TEST(ColourChain, IsNearTheRealCurve) {
+  std::vector<std::uint16_t> words(65536);
+  for (std::size_t i = 0; i < words.size(); ++i) words[i] = static_cast<std::uint16_t>(i);
+  kivo_colour colour = KIVO_COLOUR_INIT;
+  colour.tone = KIVO_TONE_SRGB;
+  const std::vector<std::uint8_t> out = Converted(0x01100007, 65536, words, colour, KIVO_GRAY8);
+  double worst = 0;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    // What the picture is made of is floor(i / 4) of 16383, rounded.
+    const double x = std::min(2 * std::round(static_cast<double>(i / 2) * 16383 / 32767.5), 32766.0) / 32766;
+    const double real = 255 * (x <= 0.0031308 ? 12.92 * x : 1.055 * std::pow(x, 1 / 2.4) - 0.055);
+    worst = std::max(worst, std::fabs(out[i] - real));
+  }
+  EXPECT_LE(worst, 0.8);
+  EXPECT_GT(worst, 0.5);
+}
+
+TEST(ColourChain, LeavesGreyAlone) {
+  Random random(3);
+  std::vector<std::uint16_t> words;
+  for (unsigned i = 0; i < 4096; ++i) words.insert(words.end(), 3, static_cast<std::uint16_t>(i));
+  for (unsigned round = 0; round < 50; ++round) {
+    kivo_colour colour = KIVO_COLOUR_INIT;
+    colour.tone = round % 2 == 0 ? KIVO_TONE_SRGB : KIVO_TONE_LINEAR;
+    for (unsigned row = 0; row < 3; ++row) {
+      double *const k = colour.matrix + 3 * row;
+      for (unsigned i = 0; i < 3; ++i) k[i] = random.Below(100001) / 100000.0 - 0.5;
+      k[row] = 1 - k[(row + 1) % 3] - k[(row + 2) % 3];
+    }
+    kivo_colour without = colour;
+    const kivo_colour none = KIVO_COLOUR_INIT;
+    std::memcpy(without.matrix, none.matrix, sizeof without.matrix);
+    without.gain[1] = colour.gain[1] = 1.25;
+    without.gain[0] = without.gain[2] = colour.gain[0] = colour.gain[2] = 1.25;
+    EXPECT_EQ(Converted(0x0230001A, 4096, words, colour, KIVO_RGB8),
+              Converted(0x0230001A, 4096, words, without, KIVO_RGB8));
+  }
+}
+
 struct Call {
   const kivo_plan *plan;
   const kivo_frame *frame;
