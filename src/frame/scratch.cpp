@@ -19,7 +19,7 @@ constexpr std::size_t c_uiLeadBytes = 64;     // in front of samples, c_uiLeadSa
 constexpr std::size_t c_uiPieceBytes = 8192;
 constexpr std::size_t c_uiPieceStep = 64;
 constexpr std::size_t c_uiPlanesTile = 2048;
-constexpr std::size_t c_uiColourTile = 512;  // planes that are read and written several times
+constexpr std::size_t c_uiColourTile = 1024;  // planes that are read and written several times
 
 constexpr std::size_t Aligned(std::size_t uiBytes) noexcept {
   return (uiBytes + c_uiAlignment - 1) / c_uiAlignment * c_uiAlignment;

@@ -22,17 +22,16 @@ class Curve {
   KIVO_INLINE explicit Curve(const ToneCurve &s)
       : m_aKnots{Load<U16>(s.ausKnots), Load<U16>(s.ausKnots + 32)},
         m_aSteps{Load<U16>(s.ausSteps), Load<U16>(s.ausSteps + 32)},
-        m_factor(Load<U16>(c_sFactors.auc)),
+        m_factor(Load<U16>(c_sFactors.auc) << s.uiUp),
         m_offset(Load<U16>(c_sOffsets.auc)),
-        m_uiUp(s.uiUp) {}
+        m_toThousands(Splat<U16>(10 - s.uiUp)) {}
 
   KIVO_INLINE WordPair At(U16 low, U16 high) const { return {One(low), One(high)}; }
   KIVO_INLINE U16 One(U16 v) const {
-    const U16 u = v << m_uiUp;
-    const U16 thousand = u >> 10;
+    const U16 thousand = v >> m_toThousands;
     const U16 factor = Lookup(thousand, m_factor);
-    const U16 piece = MulHigh(u, factor) + Lookup(thousand, m_offset);
-    return Lookup(piece, m_aKnots) + MulHigh(u * factor, Lookup(piece, m_aSteps));
+    const U16 piece = MulHigh(v, factor) + Lookup(thousand, m_offset);
+    return Lookup(piece, m_aKnots) + MulHigh(v * factor, Lookup(piece, m_aSteps));
   }
 
  private:
@@ -45,7 +44,7 @@ class Curve {
 
   U16 m_aKnots[2], m_aSteps[2];
   U16 m_factor, m_offset;
-  uint16_t m_uiUp;
+  U16 m_toThousands;
 };
 
 #else
