@@ -39,7 +39,7 @@ class Options:
     """What is the same for all files of a run."""
 
     bayer: Bayer = "standard"
-    output: Output = "BGR"
+    output: Output = "BGRA"
     resume: bool = False
     """Leave out what is there, whole and not older than its source."""
     force: bool = False

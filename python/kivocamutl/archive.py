@@ -138,7 +138,7 @@ def _parser() -> argparse.ArgumentParser:
                         help="how long to wait for a scheduler, or a worker when there is none (default: %(default)s)")
     parser.add_argument("--bayer", choices=[word for word in get_args(Bayer) if word != "half"], default="standard",
                         help="how Bayer frames are demosaiced (default: %(default)s)")
-    parser.add_argument("--output", choices=("BGRA", "BGR"), default="BGR", type=str.upper,
+    parser.add_argument("--output", choices=("BGRA", "BGR"), default="BGRA", type=str.upper,
                         help="24 or 32 bits per pixel (default: %(default)s)")
     parser.add_argument("--crop", type=_region, metavar="WxH+X+Y",
                         help="this region only, as if the camera had sent no more")

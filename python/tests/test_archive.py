@@ -46,12 +46,12 @@ def report_of(folder):
 
 
 def bmp(picture):
-    """The bytes of a 24-bit BMP file with these pixels."""
-    height, width = picture.shape[:2]
-    padding = bytes(-width * 3 % 4)
+    """The bytes of a BMP file with these pixels, of 32 or 24 bits each."""
+    height, width, channels = picture.shape
+    padding = bytes(-width * channels % 4)
     rows = b"".join(row.tobytes() + padding for row in picture[::-1])
     head = struct.pack("<2sIHHI", b"BM", 54 + len(rows), 0, 0, 54)
-    return head + struct.pack("<IiiHHIIiiII", 40, width, height, 1, 24, 0, len(rows), 16000, 16000, 0, 0) + rows
+    return head + struct.pack("<IiiHHIIiiII", 40, width, height, 1, 8 * channels, 0, len(rows), 16000, 16000, 0, 0) + rows
 
 
 def make_tree(root, count, width=64, height=48, names=("BayerRG8", "Mono12", "YUV8_UYV", "RGB12", "BayerGB12")):
@@ -63,7 +63,7 @@ def make_tree(root, count, width=64, height=48, names=("BayerRG8", "Mono12", "YU
         folder = root / f"day{i % 3}" / "camera"
         folder.mkdir(parents=True, exist_ok=True)
         kivo.write_rwh(folder / f"frame{i:04}.rwh", frame, format)
-        want[f"day{i % 3}/camera/frame{i:04}.bmp"] = bmp(model.convert(frame, format, "BGR"))
+        want[f"day{i % 3}/camera/frame{i:04}.bmp"] = bmp(model.convert(frame, format, "BGRA"))
     return want
 
 
@@ -100,7 +100,7 @@ def test_a_tree_and_then_again(tmp_path):
     assert run(source, target, "--bayer", "off").returncode == 0
     assert report_of(target)["counts"]["converted"] == 25
     frame = kivo.read_rwh(source / "day0/camera/frame0000.rwh").array
-    assert outputs(target)["day0/camera/frame0000.bmp"] == bmp(model.grey(frame, "BGR"))
+    assert outputs(target)["day0/camera/frame0000.bmp"] == bmp(model.grey(frame, "BGRA"))
 
 
 def test_a_frame_that_is_newer_than_its_output(tmp_path):
@@ -117,7 +117,7 @@ def test_a_frame_that_is_newer_than_its_output(tmp_path):
         os.utime(source / f"{name}.rwh", ns=(made, made + later))
     assert run(source, target, "--resume").returncode == 0
     assert report_of(target)["counts"] == {"converted": 1, "skipped": 2, "failed": 0, "not run": 0}
-    want = {name: bmp(model.grey(frame, "BGR")) for name, frame in
+    want = {name: bmp(model.grey(frame, "BGRA")) for name, frame in
             (("newer.bmp", new), ("same.bmp", old), ("older.bmp", old))}
     assert outputs(target) == want
     assert run(source, target).returncode == 0
@@ -208,7 +208,7 @@ def test_headerless_files(name, stride, tmp_path):
     options = ["--format", name, "--size", "40x6"] + (["--stride", stride] if stride else [])
     done = run(source, target, *options, "--extension", "raw", "--extension", ".bin")
     assert done.returncode == 5 and f"short.raw: {name} frame of 40 x 6 in 100 bytes" in done.stderr
-    want = bmp(model.standard(frame, "GR", "BGR", 4))
+    want = bmp(model.standard(frame, "GR", "BGRA", 4))
     assert outputs(target) == {"long.bmp": want, "other.bmp": want}
 
 
@@ -224,12 +224,12 @@ def test_what_is_done_to_samples(tmp_path):
     spread = stretch_model(cut)
     done = run(source, target, *layout, "--crop", "16x8+5+3", "--auto-range", "--bayer", "acpi")
     assert done.returncode == 0, done.stderr
-    assert outputs(target) == {"frame.bmp": bmp(model.convert(spread, kivo.find_format("BayerGB8"), "BGR", "acpi"))}
+    assert outputs(target) == {"frame.bmp": bmp(model.convert(spread, kivo.find_format("BayerGB8"), "BGRA", "acpi"))}
     # Skipped by the size of the region's picture, not of the frame's.
     assert "0 converted, 1 skipped" in run(source, target, *layout, "--crop", "16x8+5+3", "--resume").stderr
     done = run(source, target, *layout, "--shift", "3")
     assert done.returncode == 0, done.stderr
-    assert outputs(target) == {"frame.bmp": bmp(model.convert(frame, kivo.find_format("BayerGR12"), "BGR", shift=3))}
+    assert outputs(target) == {"frame.bmp": bmp(model.convert(frame, kivo.find_format("BayerGR12"), "BGRA", shift=3))}
 
     kivo.write_rwh(source / "bytes.rwh", np.zeros((4, 4), np.uint8), "Mono8")
     done = run(source, target, *layout, "--shift", "3")

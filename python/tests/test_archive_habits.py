@@ -109,7 +109,7 @@ def test_the_tool_ends_in_the_same_way(change, tmp_path):
             small(tmp_path / "in" / ".a.rwh")
     elif change == "same output":
         shutil.copy(first, first.with_suffix(".RWH"))
-    tool = subprocess.run([KIVOCAM, "convert", "in", "tool/", "--to", "bmp", "--bgr", "--quiet"], cwd=tmp_path,
+    tool = subprocess.run([KIVOCAM, "convert", "in", "tool/", "--to", "bmp", "--quiet"], cwd=tmp_path,
                           capture_output=True, text=True, timeout=240)
     ours = subprocess.run(command("in", "ours/", "--quiet"), env=ENVIRONMENT, cwd=tmp_path, capture_output=True,
                           text=True, timeout=240)

@@ -60,6 +60,7 @@ raw='good.raw out.png --format'
   fails 1 "--format: $hint" convert good.rwh out.png --size 4x4
   fails 1 "--format: $hint" convert good.rwh out.png --stride 4
   fails 1 "--size: $hint" convert $raw Mono8
+  short='the buffer is shorter than the frame'
   list="'kivocam formats' lists the known ones"
   fails 4 "--format: unknown pixel format 'Foo'; $list" convert $raw Foo --size 4x4
   fails 4 "--format: unknown pixel format '0x1'; $list" convert $raw 0x1 --size 4x4
@@ -69,17 +70,17 @@ raw='good.raw out.png --format'
     fails 1 "--size: '$bad' is not WIDTHxHEIGHT in pixels, such as 640x480" convert $raw Mono8 "--size=$bad"
   done
   fails 1 "--size: '-1x5' is not WIDTHxHEIGHT in pixels, such as 640x480" convert $raw Mono8 --size -1x5
-  fails 1 "--stride: 7 is smaller than a row of 4 Mono16 pixels, 8 bytes" convert $raw Mono16 --size 4x4 --stride 7
+  fails 1 "--stride: the row stride is smaller than a row: 7 bytes, 4 pixels of Mono16 take 8" convert $raw Mono16 --size 4x4 --stride 7
   for bad in -1 x 1.5 99999999999999999999; do
     fails 1 "--stride: '$bad' is not a number of bytes" convert $raw Mono8 --size 4x4 "--stride=$bad"
     fails 1 "--offset: '$bad' is not a number of bytes" convert $raw Mono8 --size 4x4 "--offset=$bad"
   done
   fails 4 "--size: the frame is too large to address" convert $raw RGB12 --size 4294967295x4294967295
-  fails 2 "good.raw: holds $((size - 16)) bytes, too few for 160 x 162 pixels of Mono8 with 160 bytes a row" \
+  fails 2 "good.raw: $short: it holds $((size - 16)) bytes, too few for 160 x 162 pixels of Mono8 with 160 bytes a row" \
     convert $raw Mono8 --size 160x162
-  fails 2 "good.raw: holds 0 bytes behind the offset, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
+  fails 2 "good.raw: $short: it holds 0 bytes behind the offset, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
     convert $raw Mono8 --size 1x1 --offset 99999999
-  fails 2 "empty: holds 0 bytes, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
+  fails 2 "empty: $short: it holds 0 bytes, too few for 1 x 1 pixels of Mono8 with 1 bytes a row" \
     convert empty out.png --format Mono8 --size 1x1
   fails 2 "nofile: cannot be opened: No such file or directory" convert nofile out.png --format Mono8 --size 1x1
   fails 2 "dir: holds no .raw, .bin or .dat files" convert dir out.png --format Mono8 --size 1x1

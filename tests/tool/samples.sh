@@ -257,7 +257,7 @@ says_error 'standard input: is not a whole RWH file: more follows behind the 512
 "$kivocam" convert - out.png </dev/null 2>stderr
 says_error 'standard input: the file is shorter than the 16-byte RWH header'
 bytes 001 | "$kivocam" convert - out.png --format Mono8 --size 2x2 2>stderr
-says_error 'standard input: holds 1 bytes, too few for 2 x 2 pixels of Mono8 with 2 bytes a row'
+says_error 'standard input: the buffer is shorter than the frame: it holds 1 bytes, too few for 2 x 2 pixels of Mono8 with 2 bytes a row'
 nothing_left "standard input"
 if [ -c /dev/full ]; then
   "$kivocam" convert twelve.rwh - --to ppm >/dev/full 2>stderr

@@ -54,9 +54,10 @@ Headerless parseHeaderless(const InputOptions &input) {
   }
   layout.stride = parseNumber(input.stride, "--stride");
   if (layout.stride < row)
-    throw Failure(Exit::Usage, "--stride",
-                  printed("%" PRIu64 " is smaller than a row of %" PRIu32 " %s pixels, %" PRIu64 " bytes",
-                          layout.stride, layout.size.width, format.name, row));
+    throw Failure(
+        Exit::Usage, "--stride",
+        printed("%s: %" PRIu64 " bytes, %" PRIu32 " pixels of %s take %" PRIu64,
+                kivo::message(kivo::Errc::ShortStride), layout.stride, layout.size.width, format.name, row));
   // Saturated where it cannot be: no file is that long.
   const std::uint64_t all = layout.size.height * (format.packing == KIVO_PLANAR ? std::uint64_t{3} : 1);
   layout.whole = layout.stride > kUncounted / all ? kUncounted : layout.stride * all;
@@ -90,10 +91,12 @@ std::uint64_t readBytes(Source &source, kivo::Bytes &to, std::uint64_t size) {
 Failure tooFew(const Source &source, const Headerless &layout, std::uint64_t available) {
   std::string rows = printed("with %" PRIu64 " bytes a row", layout.stride);
   if (layout.stride == 0) rows = printed("with %" PRIu64 " bytes a frame", layout.needed);
-  return Failure(Exit::Input, source.name(),
-                 printed("holds %" PRIu64 " bytes%s, too few for %" PRIu32 " x %" PRIu32 " pixels of %s %s",
-                         available, layout.offset == 0 ? "" : " behind the offset", layout.size.width,
-                         layout.size.height, layout.format->name, rows.c_str()));
+  return Failure(
+      Exit::Input, source.name(),
+      printed("%s: it holds %" PRIu64 " bytes%s, too few for %" PRIu32 " x %" PRIu32 " pixels of %s %s",
+              kivo::message(kivo::Errc::ShortBuffer), available,
+              layout.offset == 0 ? "" : " behind the offset", layout.size.width, layout.size.height,
+              layout.format->name, rows.c_str()));
 }
 
 RawInput loadHeaderless(Source &source, const Headerless &layout) {
