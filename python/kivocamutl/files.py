@@ -99,7 +99,8 @@ def read_header(file: "io.FileIO", name: str) -> RwhHeader:
         if length == expected and line_bytes:
             raise UnknownFormatError(f"{name}: pixel format 0x{code:08X} is not supported") from None
         raise RwhError(f"{name}: is not a whole RWH file: 0x{code:08X} at its start is no known pixel format") from None
-    if line_bytes < format.row_bytes(width):
+    bits, planar = width * format.bits_per_pixel, format.packing == "planar"
+    if line_bytes * 8 < bits or (planar and line_bytes * 8 != bits):
         raise RwhError(f"{name}: is not a whole RWH file: {line_bytes} bytes a row are too few for {width} pixels of "
                        f"{format.name}")
     if length != expected:
@@ -122,7 +123,8 @@ def read_bytes(file: "io.FileIO", name: str, size: int) -> npt.NDArray[np.uint8]
 def as_raw_frame(data: npt.NDArray[np.uint8], name: str, header: RwhHeader) -> RawFrame:
     """The bytes behind a header as a frame."""
     try:
-        pixels = pixels_of(as_frame(data, header.format, header.width, header.height, header.line_bytes))
+        stride = 0 if header.format.packing == "planar" else header.line_bytes
+        pixels = pixels_of(as_frame(data, header.format, header.width, header.height, stride))
     except FrameSizeError as error:
         raise RwhError(f"{name}: {error}") from None
     return RawFrame(pixels, header.format.plain)
@@ -196,29 +198,30 @@ def write_rwh(
         file, or its folder is not there; FileNotFoundError, FileExistsError, PermissionError and so on as well.
     """
     frame = as_frame(array, format, width, height, stride)
-    known, row = frame.format, frame.format.row_bytes(frame.width)
-    if row * 8 != frame.width * known.bits_per_pixel:
-        raise FrameSizeError(f"a row of {frame.width} {known.name} pixels does not end on a byte in one plane, as a "
-                             "row of an RWH file does: unpack() the frame first")
+    known = frame.format
+    row, rest = divmod(frame.width * known.bits_per_pixel, 8)
+    if rest:
+        raise FrameSizeError(f"a row of {frame.width} {known.name} pixels does not end on a byte, as a row of an RWH "
+                             "file does: unpack() the frame first")
     header = _HEADER.pack(known.code, frame.width, frame.height, size_argument("the length of a row", row))
     check_frame(frame)
-    data = _packed_rows(frame, row)
+    data = _packed_rows(frame)
     with atomic_file(path, force=force, no_clobber=no_clobber) as (_, descriptor):
         write_all(descriptor, header, path)
         if data.size:
             write_all(descriptor, data, path)
 
 
-def _packed_rows(frame: Frame, row: int) -> npt.NDArray[np.uint8]:
-    """The bytes of a frame; where they are, if nothing is between them."""
-    if not (row and frame.height):
+def _packed_rows(frame: Frame) -> npt.NDArray[np.uint8]:
+    """The bytes of a frame, words with the low byte first; where they are, if nothing is between them."""
+    if not (frame.width and frame.height):
         return np.empty(0, np.uint8)
-    if not frame.big_endian:
-        # Whatever a row holds, its bytes are the samples of a grey frame.
-        stride = frame.memory.stride or row
-        where = Memory(frame.memory.data, frame.memory.size, stride)
-        frame = Frame(find_format("Mono8"), row, frame.height, frame.array, where)
-    flat: npt.NDArray[np.uint8] = pixels_of(frame).reshape(-1).view(np.uint8)
+    # Whatever a row holds, its bytes or words are the samples of a grey one.
+    row, words = frame.format.row_bytes(frame.width), frame.big_endian
+    where = Memory(frame.memory.data, frame.memory.size, frame.memory.stride or row)
+    grey = Frame(find_format("Mono16" if words else "Mono8"), row // 2 if words else row,
+                 frame.height * (3 if frame.format.packing == "planar" else 1), frame.array, where)
+    flat: npt.NDArray[np.uint8] = pixels_of(grey).reshape(-1).view(np.uint8)
     return flat
 
 

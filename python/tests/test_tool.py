@@ -94,3 +94,30 @@ def test_words_with_the_high_byte_first_and_raw_samples(name, tmp_path):
     magic, size, top, pixels = (tmp_path / "frame.pgm").read_bytes().split(b"\n", 3)
     assert (magic, size, top) == (b"P5", b"8 6", b"65535")
     np.testing.assert_array_equal(np.frombuffer(pixels, ">u2").reshape(6, 8), frame)
+
+
+@pytest.mark.parametrize("format", [f for f in kivo.formats() if f.packing == "planar"], ids=lambda f: f.name)
+def test_planes_in_rwh_files(format, tmp_path):
+    data = np.random.default_rng(4).integers(0, 256, format.frame_bytes(8, 6), np.uint8)
+    data.tofile(tmp_path / "frame.raw")
+    subprocess.run([KIVOCAM, "import", "frame.raw", "tool.rwh", "--format", format.name, "--size", "8x6"],
+                   cwd=tmp_path, check=True)
+    kivo.write_rwh(tmp_path / "flat.rwh", data, format, width=8, height=6)
+    planes = data.view(format.dtype).reshape(format.shape(8, 6))
+    kivo.write_rwh(tmp_path / "planes.rwh", planes, format)
+    if format.word_bytes == 2:
+        kivo.write_rwh(tmp_path / "big.rwh", planes.astype(">u2"), format)
+    row = format.row_bytes(8)
+    padded = np.full((18, row + 3), 0xEE, np.uint8)
+    padded[:, :row] = data.reshape(18, row)
+    kivo.write_rwh(tmp_path / "padded.rwh", padded.reshape(-1), format, width=8, height=6, stride=row + 3)
+    want = (tmp_path / "tool.rwh").read_bytes()
+    assert want[16:] == data.tobytes()
+    for name in ("flat", "planes", "padded", *(["big"] if format.word_bytes == 2 else [])):
+        assert (tmp_path / f"{name}.rwh").read_bytes() == want, name
+    array, name = kivo.read_rwh(tmp_path / "tool.rwh")
+    np.testing.assert_array_equal(array, kivo.unpack(data, format, 8, 6))
+    assert name == format.plain
+    (tmp_path / "long.rwh").write_bytes(want[:12] + (3 * row + 1).to_bytes(4, "little") + want[16:] + bytes(6))
+    with pytest.raises(kivo.RwhError):
+        kivo.read_rwh_header(tmp_path / "long.rwh")
