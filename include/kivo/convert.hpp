@@ -162,10 +162,7 @@ inline Result<Image> convert(const FrameView &view, const Options &options = {},
   return image;
 }
 
-/**
- * A copy of a frame with packed rows, and a byte or a little-endian 16-bit word for each sample; cropped,
- * mirrored, flipped and mapped to a range as `options` say: a picture of Pixels::Samples.
- */
+/** A picture of Pixels::Samples: packed rows, a byte or a little-endian 16-bit word for each sample. */
 inline Result<Frame> unpack(const FrameView &view, Options options = {}) noexcept {
   Plan plan;
   Frame frame;

@@ -225,10 +225,8 @@ inline Errc check(const RwhInfo &info) noexcept {
   return info.expectedBytes() - 16 > 0xFFFFFFFFU ? Errc::TooLarge : Errc::Ok;
 }
 
-/**
- * Reads an RWH file whose header and length agree, whatever happens to the file or to its name meanwhile.
- * Rows longer than the width needs become the frame's stride.
- */
+/** Reads a file that check() accepts, whatever happens to it or to its name meanwhile. Padding becomes a
+ * stride. */
 inline Result<Frame> loadRwh(const char *path) noexcept {
   detail::FileHandle file;
   RwhInfo info;

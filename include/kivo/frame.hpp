@@ -3,14 +3,6 @@
  * @file frame.hpp
  * C++17 over KivoFrame.h, which is the manual: plans and pools that free themselves, options with types, any
  * callable as a scheduler. Checks and rules are the library's. Nothing throws; -fno-exceptions is fine.
- *
- * @code{.cpp}
- * kivo::Options options;
- * options.pixels = kivo::Pixels::Rgba8;
- * auto plan = kivo::Plan::make(kivo::findFormat("BayerRG12p"), 1936, 1216, options);
- * if (!plan) return fail(plan.message());
- * const kivo::Errc error = plan->run({data, bytes, 2944}, {texture, textureBytes, 8192});
- * @endcode
  */
 #ifndef KIVO_FRAME_HPP
 #define KIVO_FRAME_HPP
@@ -28,9 +20,8 @@
 namespace kivo {
 #pragma GCC visibility push(hidden)
 /**
- * The version of the layer: another one where a type changes. A program and each of its plug-ins keep the
- * functions that they were built with to themselves, since the loader would merge those of one name. The
- * types are visible: others may have them as members.
+ * The version of the layer: another one where a type changes. Functions are hidden, since the loader would
+ * merge those of a program and its plug-ins; types are visible: others may have them as members.
  */
 inline namespace v1 {
 

@@ -20,7 +20,7 @@ c++ -std=c++17 -Wall -Werror "$source/tests/abi/consumer_cpp.cpp" -o cpp_program
 ./cpp_program
 c++ -std=c++11 -Wall -Werror "$source/tests/abi/frame_consumer_cpp.cpp" -o frame_cpp_program -lKivoFrame
 ./frame_cpp_program
-c++ -std=c++17 -Wall -Werror "$source/tests/packages/layer_consumer.cpp" -o layer_program -lKivoCamUtl
+c++ -std=c++17 -Wall -Werror "$source/tests/packages/layer_consumer.cpp" -o layer_program -lKivoCamUtl -lKivoFrame
 ./layer_program frame.rwh frame.bmp
 test "$(wc -c <frame.bmp)" -eq $((54 + 64 * 48 * 4))
 done_with 'C++'
