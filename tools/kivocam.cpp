@@ -252,6 +252,46 @@ void addConvertSamples(CLI::App &command, tool::ConvertOptions &options, std::st
       ->group(group);
 }
 
+void addColour(CLI::App &command, tool::ColourWords &colour) {
+  const char *group = "Colour, from what a sensor counts to what a person wants to see (not YUV)";
+  command
+      .add_flag(
+          "--auto", colour.automatic,
+          "All of it by the frame itself: black level, white balance, range, sRGB; the options below say\n"
+          "otherwise of what they stand for")
+      ->group(group);
+  command
+      .add_option(
+          "--black", colour.black,
+          "Sample of no light: one, or those of red, both greens and blue; auto: by the darkest samples")
+      ->type_name("N|R,G,G,B|auto")
+      ->group(group);
+  command
+      .add_option("--white-balance", colour.whiteBalance,
+                  "Gains of red, green and blue, or what is taken for grey: white-patch (the brightest),\n"
+                  "grey-world (the mean) or median; none")
+      ->type_name("R,G,B|WORD")
+      ->group(group);
+  command
+      .add_option(
+          "--range", colour.range,
+          "Black and white point above the black level; with a p before each, percentages of the samples")
+      ->type_name("B,W|pB,pW")
+      ->group(group);
+  command
+      .add_option("--matrix", colour.matrix,
+                  "Nine coefficients: what of red, green and blue makes red; then green; then blue")
+      ->type_name("RR,RG,RB,...")
+      ->group(group);
+  command.add_option("--tone", colour.tone, "linear, srgb, or a gamma such as 2.2")
+      ->type_name("TONE")
+      ->group(group);
+  command
+      .add_option("--colour-of", colour.like, "Look at this frame, and give all the settings that suit it")
+      ->type_name("FRAME")
+      ->group(group);
+}
+
 void addConvert(CLI::App &app, Options &all) {
   CLI::App *command =
       addCommand(app, "convert", "Turn raw frames into BMP, PNG, PPM or PGM pictures",
@@ -259,6 +299,9 @@ void addConvert(CLI::App &app, Options &all) {
                  "  kivocam convert frame.rwh frame.bmp --bayer acpi --bgr\n"
                  "  kivocam convert frame.raw out.png --format BayerRG8 --size 640x480 --stride 704\n"
                  "  kivocam convert dark.rwh dark.png --crop 640x480+16+8 --auto-range --bayer acpi\n"
+                 "  kivocam convert frame.rwh frame.png --auto\n"
+                 "  kivocam convert archive/ pictures/ --auto --black 64 --colour-of archive/first.rwh\n"
+                 "  kivocam convert frame.rwh frame.png --black 64 --white-balance 1.9,1,1.6 --tone srgb\n"
                  "  kivocam convert frame.rwh samples.pgm --raw\n"
                  "  kivocam convert archive/ pictures/ -j 8\n"
                  "  kivocam convert archive/ pictures/ --resume\n"
@@ -267,6 +310,7 @@ void addConvert(CLI::App &app, Options &all) {
   tool::ConvertOptions &options = all.convert;
   addConvertFiles(*command, options);
   addConvertSamples(*command, options, all.bayer);
+  addColour(*command, options.colour);
   addHeaderlessOptions(*command, options.input);
   addSwapBytes(*command, options.input);
   command->callback([&all, command] {
@@ -315,6 +359,7 @@ void addMosaic(CLI::App &app, Options &all) {
   CLI::App *command =
       addCommand(app, "mosaic", "Make of a picture the raw frame that a camera would deliver of it",
                  "  kivocam mosaic photo.png photo.rwh --format BayerGB10\n"
+                 "  kivocam mosaic photo.png dark.rwh --format BayerRG12 --sensor\n"
                  "  kivocam mosaic photo.ppm photo.raw --format YUV422_8_UYVY\n");
   command->add_option("PICTURE", all.mosaic.picture, "PNG, PPM, PGM or BMP picture, or - (standard input)")
       ->required();
@@ -327,6 +372,9 @@ void addMosaic(CLI::App &app, Options &all) {
       ->required();
   command->add_option("--to", all.mosaic.to, "Type of OUT: rwh or raw (default: its extension)")
       ->type_name("TYPE");
+  command->add_flag_callback(
+      "--sensor", [&all] { all.mosaic.exposure = tool::Exposure::Sensor; },
+      "As a real sensor in weak light: linear, dark, green, above a black level, with noise (not YUV)");
   addOutputRules(*command, all.mosaic.rules);
   command->callback([&all] {
     nameStandardOutput(all.mosaic.output);

@@ -3,20 +3,6 @@
 # What convert does to samples on their way: every byte of these pictures is known.
 . "$(dirname "$0")/lib.sh"
 
-# pixels FILE BYTES: the last BYTES bytes of a PNM file, in octal.
-pixels() {
-  tail -c "$2" "$1" | od -An -v -to1 | tr -s ' \n' ' ' | sed 's/^ //; s/ $//'
-}
-
-# gives FILE "OCTETS": the picture ends in these bytes, and its header is right before them.
-gives() {
-  checks=$((checks + 1))
-  # shellcheck disable=SC2086
-  set -- "$1" "$2" $2
-  actual=$(pixels "$1" $(($# - 2)))
-  [ "$actual" = "$2" ] || fail "$1 has $actual, not $2"
-}
-
 # starts FILE "P5 W H MAX": the header of a PNM file.
 starts() {
   checks=$((checks + 1))

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "files/output_file.h"
+#include "frames/colour_rule.h"
+#include "frames/make_frame.h"
 #include "frames/raw_input.h"
 #include "pictures/picture.h"
 #include "words/failure.h"
@@ -48,6 +50,7 @@ struct ConvertOptions {
   std::string crop;
   std::optional<std::uint32_t> shift;
   bool autoRange = false;
+  ColourWords colour;
   bool raw = false;
   int pngLevel = kPngLevel;
   unsigned jobs = 0;  // threads, for one file too; 0: one for each processor
@@ -85,6 +88,7 @@ struct MosaicOptions {
   std::string output;
   std::string format;
   std::string to;  // rwh, raw, or empty: by extension
+  Exposure exposure = Exposure::Ideal;
   OutputRules rules;
 };
 void runMosaic(const MosaicOptions &options);

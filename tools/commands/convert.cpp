@@ -16,12 +16,31 @@
 #include "pictures/whole_picture.h"
 #include "words/failure.h"
 #include "words/numbers.h"
+#include "words/text.h"
 
 namespace tool {
 namespace {
 
 Failure contradiction(const std::string &option, const std::string &other) {
   return Failure(Exit::Usage, option, "does not go with " + other);
+}
+
+// The rule for all frames; that of one of them, if so asked.
+ColourRule colourOf(const ConvertOptions &options) {
+  ColourRule rule(options.colour);
+  const std::string &like = options.colour.like;
+  if (like.empty()) return rule;
+  if (rule.empty() || !rule.looks())
+    throw Failure(Exit::Usage, "--colour-of", "needs --auto, or another option that looks at a frame");
+  InputOptions from = options.input;
+  from.file = like;
+  from.named = true;
+  const RawInput input = loadInput(from);
+  const kivo::Result<std::optional<kivo::Colour>> colour = rule.of(input.view(), kivo::Region());
+  if (!colour) throw failureOf(colour.error(), inputName(like), Exit::Input);
+  if (!*colour) throw failureOf(kivo::Errc::BadColour, inputName(like), Exit::Input);
+  rule.fix(**colour);
+  return rule;
 }
 
 Treatment treatmentOf(const ConvertOptions &options) {
@@ -32,6 +51,7 @@ Treatment treatmentOf(const ConvertOptions &options) {
   treatment.autoRange = options.autoRange;
   treatment.shift = options.shift;
   treatment.bayer = options.bayer;
+  treatment.colour = colourOf(options);
   treatment.bgr = options.bgr;
   treatment.raw = options.raw;
   return treatment;
@@ -40,6 +60,11 @@ Treatment treatmentOf(const ConvertOptions &options) {
 void refuseContradictions(const ConvertOptions &options) {
   const bool shifts = options.shift.has_value();
   if (options.autoRange && shifts) throw contradiction("--shift", "--auto-range");
+  const bool colour = !ColourRule(options.colour).empty();
+  if (colour && options.autoRange) throw contradiction("--auto-range", "colour settings: take --range");
+  if (colour && shifts) throw contradiction("--shift", "colour settings: take --range");
+  if (colour && options.raw)
+    throw contradiction("--raw", "colour settings: it keeps the samples as they are");
   if (options.raw && options.bayerGiven && options.bayer != kivo::Bayer::Off)
     throw contradiction("--raw", "--bayer: it does not demosaic");
   if (options.raw && options.bgr) throw contradiction("--raw", "--bgr: it does not convert");
@@ -63,6 +88,8 @@ class Converter {
     if (made) pool_ = *std::move(made);
   }
 
+  bool looksAtColours() const noexcept { return treatment_.colour.looks(); }
+
   Outcome convert(const Job &job) {
     Outcome outcome;
     std::error_code unknown;
@@ -83,6 +110,7 @@ class Converter {
     outcome.format = &developed.format();
     outcome.width = developed.image().width;
     outcome.height = developed.image().height;
+    outcome.colour = developed.colour();
     if (options_.time) {
       outcome.milliseconds = developed.timeConversion(pool());
       outcome.conversion = developed.conversionName();
@@ -123,6 +151,9 @@ Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &
     finish(outcome);
     if (outcome.ignoredBytes != 0 && !options.quiet)
       std::fprintf(stderr, "%s\n", ignoredNote(job.input, outcome.ignoredBytes).c_str());
+    if (outcome.colour && converter.looksAtColours() && !options.quiet && !options.json)
+      std::fprintf(stderr, "kivocam: %s: %s\n", oneLine(inputName(job.input)).c_str(),
+                   wordsOf(*outcome.colour).c_str());
   } catch (const std::exception &) {
     if (options.json) {
       result.counts.failed = 1;
@@ -169,9 +200,9 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
 }  // namespace
 
 Exit runConvert(const ConvertOptions &options) {
-  const Treatment treatment = treatmentOf(options);
   refuseContradictions(options);
   checkInputOptions(options.input);
+  const Treatment treatment = treatmentOf(options);
   const ConvertPlan plan = planConversion(options);
   if (plan.files.jobs.empty()) return Exit::Input;
   Converter converter(options, treatment, plan);

@@ -4,6 +4,7 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "frames/colour_rule.h"
 #include "words/text.h"
 
 namespace tool {
@@ -22,6 +23,7 @@ std::string lineOf(const ConvertOptions &options, bool several, const Job &job, 
     if (!outcome.conversion.empty())
       line += printed(", \"conversion\": \"%s\", \"milliseconds\": %.3f", outcome.conversion.c_str(),
                       outcome.milliseconds);
+    if (outcome.colour) line += ", \"colour\": " + jsonOf(*outcome.colour);
     line += ", \"error\": " + (outcome.error.empty() ? "null" : jsonString(outcome.error)) + "}";
     return line;
   }

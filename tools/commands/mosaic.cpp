@@ -31,7 +31,7 @@ void runMosaic(const MosaicOptions &options) {
   const bool rwh = isRwh(options.output, options.to);
   refuseSameFile(options.picture, options.output);
   const Picture picture = loadPicture(options.picture);
-  const kivo::Frame frame = makeFrame(picture, format, inputName(options.picture));
+  const kivo::Frame frame = makeFrame(picture, format, options.exposure, inputName(options.picture));
   if (rwh) {
     saveRwh(frame.view(), options.output, options.rules);
     return;

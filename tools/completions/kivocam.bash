@@ -42,10 +42,11 @@ _kivocam() {
     formats | compare) options=--json ;;
     convert)
       options="-o --output --to --png-level -j --jobs --resume --no-sync -q --quiet --json --time --crop --mirror
-        --flip --auto-range --shift --bayer --bgr --raw $rules $headerless"
+        --flip --auto-range --shift --bayer --bgr --raw
+        --auto --black --white-balance --range --matrix --tone --colour-of $rules $headerless"
       ;;
     import) options="$rules $headerless" ;;
-    mosaic) options="-f --format --to $rules" ;;
+    mosaic) options="-f --format --to --sensor $rules" ;;
     scene) options="-s --size --to $rules" ;;
     sheet) options="--labels --title --columns --cell --to $rules" ;;
     *) return ;;

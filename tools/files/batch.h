@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,7 @@ struct Outcome {
   std::uint64_t ignoredBytes = 0;
   // Where it was asked for.
   std::string conversion;
+  std::optional<kivo::Colour> colour;
   double milliseconds = 0;
 };
 

@@ -24,10 +24,19 @@ Developed::Developed(RawInput input, const Treatment &treatment, PictureType typ
   if (treatment.autoRange) options_.range = kivo::Range();
   const kivo::Errc error = kivo::check(input_.view(), options_);
   if (error != kivo::Errc::Ok) refuse(error);
+  if (!treatment.colour.empty()) setColour(treatment.colour);
   if (!treatment.autoRange) return;
   const kivo::Result<kivo::Range> range = kivo::sampleRange(input_.view(), options_);
   if (!range) refuse(range.error());
   options_.range = *range;
+}
+
+void Developed::setColour(const ColourRule &rule) {
+  kivo::Result<std::optional<kivo::Colour>> colour = rule.of(input_.view(), options_.crop);
+  if (!colour) refuse(colour.error());
+  options_.colour = *colour;
+  const kivo::Errc error = kivo::check(input_.view(), options_);
+  if (error != kivo::Errc::Ok) refuse(error);
 }
 
 void Developed::choosePixels(const Treatment &treatment) {

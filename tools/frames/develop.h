@@ -7,18 +7,20 @@
 #include <string>
 
 #include "files/byte_sink.h"
+#include "frames/colour_rule.h"
 #include "frames/raw_input.h"
 #include "pictures/picture.h"
 
 namespace tool {
 
-// What is done to a frame, in this order: crop, auto-range or shift, demosaic, mirror and flip.
+// What is done to a frame, in this order: crop, auto-range, shift or colour, demosaic, mirror and flip.
 struct Treatment {
   std::optional<kivo::Region> crop;
   bool mirror = false;
   bool flip = false;
   bool autoRange = false;
   std::optional<std::uint32_t> shift;
+  ColourRule colour;
   kivo::Bayer bayer = kivo::Bayer::Standard;
   bool bgr = false;
   bool raw = false;  // the samples themselves, at their own depth
@@ -42,6 +44,8 @@ class Developed {
   const kivo::Format &format() const noexcept { return *input_.format; }
   // Of the picture, once it is there.
   const kivo::Image &image() const noexcept { return image_; }
+  // The colour settings that it has got, if any.
+  const std::optional<kivo::Colour> &colour() const noexcept { return options_.colour; }
   // What convert() makes: the pixels, for a mosaic with what was done to it in front. Throws Failure.
   std::string conversionName() const;
 
@@ -50,6 +54,7 @@ class Developed {
   [[noreturn]] void refuse(kivo::Errc error) const;
   bool isGrey() const noexcept;
   void choosePixels(const Treatment &treatment);
+  void setColour(const ColourRule &rule);
   Rows rows() const;
 
   RawInput input_;

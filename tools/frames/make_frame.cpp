@@ -8,9 +8,11 @@
 #include "frames/make_frame.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
 #include "words/failure.h"
+#include "words/text.h"
 
 namespace tool {
 namespace {
@@ -51,19 +53,55 @@ class SampleWriter {
   SampleWriter(Byte *to, unsigned depth) : to_(to), depth_(depth) {}
 
   void put(Byte sample) {
-    if (depth_ == 8) {
-      *to_++ = sample;
-      return;
-    }
-    const unsigned wide =
-        static_cast<unsigned>(sample) << (depth_ - 8) | static_cast<unsigned>(sample) >> (16 - depth_);
-    *to_++ = static_cast<Byte>(wide & 0xFF);
-    *to_++ = static_cast<Byte>(wide >> 8);
+    const unsigned byte = sample;
+    putWide(depth_ == 8 ? byte : byte << (depth_ - 8) | byte >> (16 - depth_));
+  }
+  void putWide(unsigned sample) {
+    *to_++ = static_cast<Byte>(sample & 0xFF);
+    if (depth_ > 8) *to_++ = static_cast<Byte>(sample >> 8);
   }
 
  private:
   Byte *to_;
   unsigned depth_;
+};
+
+// Counts electrons, as a sensor does in weak light: of what is white in the picture it gets a third of what
+// it can hold in green, less in red and blue. They arrive by chance, and reading them adds some. The same in
+// every run.
+class Sensor {
+ public:
+  explicit Sensor(unsigned depth) : top_((1U << depth) - 1), black_(top_ / 40.0) {
+    for (unsigned i = 0; i < 256; ++i) {
+      const double code = i / 255.0;
+      light_[i] = code <= 0.04045 ? code / 12.92 : std::pow((code + 0.055) / 1.055, 2.4);
+    }
+  }
+
+  unsigned count(Byte code, unsigned colour) {
+    static constexpr double kWhite[3] = {1500, 3300, 2100};
+    constexpr double kFull = 10000, kRead = 8;
+    const double electrons = kWhite[colour] * light_[code];
+    const double counted = electrons + std::sqrt(electrons + kRead * kRead) * chance();
+    return static_cast<unsigned>(
+        std::clamp(black_ + counted / kFull * (top_ - black_) + 0.5, 0.0, double(top_)));
+  }
+
+ private:
+  // Of mean 0 and variance 1, nearly normal.
+  double chance() {
+    double sum = -6;
+    for (unsigned i = 0; i < 12; ++i) {
+      state_ = state_ * 6364136223846793005U + 1442695040888963407U;
+      sum += static_cast<double>(state_ >> 32) / 4294967296.0;
+    }
+    return sum;
+  }
+
+  unsigned top_;
+  double black_;
+  double light_[256];
+  std::uint64_t state_ = 1;
 };
 
 // Index into R, G, B of the filter over a pixel.
@@ -165,9 +203,14 @@ kivo::Frame packed(const kivo::Frame &plain, const kivo::Format &format, const s
 
 }  // namespace
 
-kivo::Frame makeFrame(const Picture &picture, const kivo::Format &format, const std::string &subject) {
+kivo::Frame makeFrame(const Picture &picture, const kivo::Format &format, Exposure exposure,
+                      const std::string &subject) {
+  if (exposure == Exposure::Sensor && format.family == KIVO_YUV)
+    throw Failure(
+        Exit::Unsupported, subject,
+        printed("%s is what a camera makes of a sensor's samples, not what the sensor gives", format.name));
   if (format.packing != KIVO_PLAIN)
-    return packed(makeFrame(picture, *kivo::findFormat(format.plain), subject), format, subject);
+    return packed(makeFrame(picture, *kivo::findFormat(format.plain), exposure, subject), format, subject);
   if (picture.width % format.group_pixels != 0)
     throw failureOf(kivo::Errc::PartialGroup, subject, Exit::Unsupported);
   kivo::Frame frame;
@@ -178,6 +221,13 @@ kivo::Frame makeFrame(const Picture &picture, const kivo::Format &format, const 
           static_cast<std::size_t>(kivo_frame_bytes(format.code, picture.width, picture.height))))
     throw failureOf(kivo::Errc::OutOfMemory, subject, Exit::Input);
   SampleWriter writer(frame.data.data(), format.depth);
+  Sensor sensor(format.depth);
+  const auto put = [&](Byte code, unsigned colour) {
+    if (exposure == Exposure::Sensor)
+      writer.putWide(sensor.count(code, colour));
+    else
+      writer.put(code);
+  };
   const bool blueFirst = format.name[0] == 'B';
   const Matrix matrix = matrixOf(format);
   for (std::uint32_t y = 0; y < picture.height; ++y) {
@@ -185,13 +235,16 @@ kivo::Frame makeFrame(const Picture &picture, const kivo::Format &format, const 
       const Byte *rgb = picture.pixel(x, y);
       switch (format.family) {
         case KIVO_MONO:
-          writer.put(lumaOf(matrix, rgb));
+          put(lumaOf(matrix, rgb), 1);
           break;
         case KIVO_BAYER:
-          writer.put(rgb[filterColour(format.order, x, y)]);
+          put(rgb[filterColour(format.order, x, y)], filterColour(format.order, x, y));
           break;
         case KIVO_RGB:
-          for (unsigned c = 0; c < 3; ++c) writer.put(rgb[blueFirst ? 2 - c : c]);
+          for (unsigned i = 0; i < 3; ++i) {
+            const unsigned c = blueFirst ? 2 - i : i;
+            put(rgb[c], c);
+          }
           break;
         default:
           putGroup(writer, matrix, rgb, format.group_pixels);

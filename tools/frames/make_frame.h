@@ -8,7 +8,14 @@
 
 namespace tool {
 
+// How light becomes samples.
+enum class Exposure {
+  Ideal,  // as in the picture: what converting gives back
+  Sensor  // as a real sensor in weak light: linear, green, dark, above a black level, with noise; not for YUV
+};
+
 // Throws Failure, naming `subject`, when the picture's width does not fit the format.
-kivo::Frame makeFrame(const Picture &picture, const kivo::Format &format, const std::string &subject);
+kivo::Frame makeFrame(const Picture &picture, const kivo::Format &format, Exposure exposure,
+                      const std::string &subject);
 
 }  // namespace tool

@@ -18,6 +18,7 @@ Failure failureOf(kivo::Errc error, const std::string &subject, Exit otherwise) 
     case kivo::Errc::HalfSize:
     case kivo::Errc::BadShift:
     case kivo::Errc::BadRange:
+    case kivo::Errc::BadColour:
     case kivo::Errc::PartialByte:
       otherwise = Exit::Unsupported;
       break;
