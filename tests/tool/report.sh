@@ -20,7 +20,7 @@ done
 ok report frames -o out.html --title 'a <b> & "c"' --quiet
 holds 1 '<title>a &lt;b&gt; &amp; &quot;c&quot;</title>'
 holds 5 '<section class="card"'
-holds 5 'class="thumbnail" width="320" height="240"'
+holds 9 'class="thumbnail" width="320" height="240"'  # as it is, and with --auto what is not YUV
 holds 5 '<svg class="histogram"'
 # Standard and ACPI for the two Bayer frames alone.
 holds 4 'class="detail" width="256" height="192"'
@@ -84,8 +84,15 @@ for mode in standard adaptive; do
   ok mosaic $mode.png $mode.rwh --format RGB8
   ok convert $mode.rwh $mode-detail.png --crop "32x24+${where% *}+${where#* }"
 done
-shows 2 standard-detail.png
-shows 3 adaptive-detail.png
+shows 3 standard-detail.png
+shows 4 adaptive-detail.png
+# The second picture is what --auto makes, with the settings that make it again.
+ok convert tile.rwh seen.png --auto -q
+shows 2 seen.png
+checks=$((checks + 1))
+settings=$(sed -n 's/.*<code>\(--black [^<]*\)<.*/\1/p' out.html)
+# shellcheck disable=SC2086
+"$kivocam" convert tile.rwh again.png $settings && cmp -s seen.png again.png || fail "settings '$settings'"
 
 # Hostile names are shown as what they are.
 mkdir hostile

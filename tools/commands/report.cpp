@@ -11,6 +11,7 @@
 #include "files/file_list.h"
 #include "files/interrupt.h"
 #include "files/output_file.h"
+#include "frames/colour_rule.h"
 #include "pictures/thumbnail.h"
 #include "words/failure.h"
 #include "words/text.h"
@@ -64,6 +65,26 @@ Detail detailOf(const kivo::Image &standard, const kivo::Image &adaptive) {
   return detail;
 }
 
+Thumbnail thumbnailOf(const kivo::Image &picture) {
+  const Picture small =
+      shrunk(picture.width, picture.height, kThumbnailWidth, kThumbnailHeight,
+             [&](std::uint32_t x, std::uint32_t y, std::size_t c) { return picture.pixel(x, y)[c]; });
+  return {pngOf(small), small.width, small.height};
+}
+
+// The frame as convert --auto shows it.
+void setSeen(ReportEntry &entry, const RawInput &raw) {
+  ColourWords words;
+  words.automatic = true;
+  kivo::Result<std::optional<kivo::Colour>> colour = ColourRule(words).of(raw.view(), kivo::Region());
+  if (!colour) throw failureOf(colour.error(), entry.file, Exit::Input);
+  kivo::Options options;
+  options.pixels = kivo::Pixels::Rgb8;
+  options.colour = *colour;
+  entry.seen = thumbnailOf(convertOrThrow(raw, options, entry.file));
+  entry.colour = wordsOf(**colour);
+}
+
 ReportEntry entryOf(const InputOptions &input, bool autoRange) {
   const RawInput raw = loadInput(input);
   ReportEntry entry;
@@ -82,12 +103,8 @@ ReportEntry entryOf(const InputOptions &input, bool autoRange) {
     options.range = range;
   }
   const kivo::Image picture = convertOrThrow(raw, options, entry.file);
-  const Picture thumbnail =
-      shrunk(picture.width, picture.height, kThumbnailWidth, kThumbnailHeight,
-             [&](std::uint32_t x, std::uint32_t y, std::size_t c) { return picture.pixel(x, y)[c]; });
-  entry.thumbnail = pngOf(thumbnail);
-  entry.thumbnailWidth = thumbnail.width;
-  entry.thumbnailHeight = thumbnail.height;
+  entry.thumbnail = thumbnailOf(picture);
+  if (raw.format->family != KIVO_YUV) setSeen(entry, raw);
 
   options.bayer = kivo::Bayer::Acpi;
   const bool even = picture.width % 2 == 0 && picture.height % 2 == 0;

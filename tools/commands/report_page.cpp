@@ -46,11 +46,10 @@ std::string base64(const std::string &bytes) {
   return text;
 }
 
-std::string image(const std::string &png, std::uint32_t width, std::uint32_t height, const std::string &kind,
-                  const std::string &what) {
-  return printed("<img class=\"%s\" width=\"%" PRIu32 "\" height=\"%" PRIu32 "\" alt=\"", kind.c_str(), width,
-                 height) +
-         htmlText(what) + "\" src=\"data:image/png;base64," + base64(png) + "\">";
+std::string image(const Thumbnail &picture, const std::string &kind, const std::string &what) {
+  return printed("<img class=\"%s\" width=\"%" PRIu32 "\" height=\"%" PRIu32 "\" decoding=\"async\" alt=\"",
+                 kind.c_str(), picture.width, picture.height) +
+         htmlText(what) + "\" src=\"data:image/png;base64," + base64(picture.png) + "\">";
 }
 
 std::string percent(double share) {
@@ -106,7 +105,8 @@ std::string samplesTable(const Statistics &statistics) {
 std::string detailFigures(const Detail &detail) {
   const auto figure = [](const Picture &picture, const char *name) {
     return "<figure>" +
-           image(pngOf(picture), kDetailWidth * kDetailScale, kDetailHeight * kDetailScale, "detail", name) +
+           image({pngOf(picture), kDetailWidth * kDetailScale, kDetailHeight * kDetailScale}, "detail",
+                 name) +
            "<figcaption>" + name + "</figcaption></figure>";
   };
   return printed("<div class=\"details\"><p>Where standard and adaptive demosaicing differ most: %" PRIu32
@@ -163,9 +163,12 @@ thead th { color: var(--soft); font-size: 0.8125rem }
 .summary td:first-child { white-space: normal; overflow-wrap: anywhere; min-width: 10rem }
 .bad { color: var(--bad); text-align: left; white-space: normal }
 .card { background: var(--paper); border: 1px solid var(--line); border-radius: 6px; padding: 1rem; margin: 0 0 1rem;
-  display: grid; grid-template-columns: 320px minmax(0, 1fr); gap: 1rem 1.5rem; align-items: start }
+  display: grid; grid-template-columns: 320px minmax(0, 1fr); gap: 1rem 1.5rem; align-items: start;
+  content-visibility: auto; contain-intrinsic-size: auto 34rem }
 .card header { grid-column: 1 / -1 }
 .card header p { margin: 0 }
+.pictures { display: grid; gap: 0.75rem }
+code { overflow-wrap: anywhere }
 .thumbnail { display: block; max-width: 100%; height: auto; border-radius: 3px }
 .facts { overflow-x: auto }
 .histogram { display: block; width: 100%; max-width: 30rem; height: 6rem; margin: 0 0 0.75rem; border-bottom: 1px solid var(--line) }
@@ -233,8 +236,12 @@ std::string pageCard(const ReportEntry &entry, std::size_t number) {
               facts.rwh ? "RWH" : "headerless", facts.fileBytes, facts.rwh ? ", as its header says" : "",
               entry.stretched ? "; pictures spread over the range of the frame" : "") +
       "</p></header>\n";
-  text += image(entry.thumbnail, entry.thumbnailWidth, entry.thumbnailHeight, "thumbnail",
-                "Thumbnail of " + baseName(entry.file));
+  text += "<div class=\"pictures\">" +
+          image(entry.thumbnail, "thumbnail", "Thumbnail of " + baseName(entry.file));
+  if (!entry.seen.png.empty())
+    text += "<figure>" + image(entry.seen, "thumbnail", baseName(entry.file) + " with --auto") +
+            "<figcaption>with --auto: <code>" + htmlText(entry.colour) + "</code></figcaption></figure>";
+  text += "</div>";
   text +=
       "\n<div class=\"facts\">" + histogramOf(entry.statistics) + samplesTable(entry.statistics) + "</div>\n";
   if (entry.hasDetail) text += detailFigures(entry.detail) + "\n";

@@ -20,6 +20,12 @@ struct Detail {
   Picture adaptive;
 };
 
+struct Thumbnail {
+  std::string png;  // a file; empty if there is none
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+};
+
 // One frame, or why there is none.
 struct ReportEntry {
   std::string file;
@@ -27,9 +33,9 @@ struct ReportEntry {
   FileFacts facts;
   const kivo::Format *format = nullptr;
   Statistics statistics;
-  std::string thumbnail;  // a PNG file
-  std::uint32_t thumbnailWidth = 0;
-  std::uint32_t thumbnailHeight = 0;
+  Thumbnail thumbnail;
+  Thumbnail seen;          // as a person wants to see it; none of YUV, which the camera has made so
+  std::string colour;      // the settings for that, as options
   bool stretched = false;  // whether the pictures show the frame's own range spread from black to white
   bool hasDetail = false;
   Detail detail;
