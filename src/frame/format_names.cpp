@@ -95,8 +95,11 @@ unsigned Distance(std::string_view strA, std::string_view strB) noexcept {
 // The distance of a text from a name, where no more than every third character is wrong.
 unsigned NameDistance(std::string_view strText, std::string_view strName) noexcept {
   if (strName.empty() || strText.size() > c_uiLongest) return c_uiFar;
+  // Whatever is longer has that many characters inserted at the least.
+  const std::size_t uiLonger = std::max(strText.size(), strName.size());
+  if (3 * (uiLonger - std::min(strText.size(), strName.size())) > uiLonger) return c_uiFar;
   const unsigned uiDistance = Distance(strText, strName);
-  return uiDistance * 3 <= std::max(strText.size(), strName.size()) ? uiDistance : c_uiFar;
+  return std::size_t{3} * uiDistance <= uiLonger ? uiDistance : c_uiFar;
 }
 
 // A code has no characters to spare: one wrong digit is all that it may have.
@@ -127,8 +130,14 @@ const kivo_format *kivo_format_find(const char *name) KIVO_NOEXCEPT {
 
 size_t kivo_format_suggest(const char *name, const kivo_format **formats, size_t most) KIVO_NOEXCEPT {
   if (name == nullptr || formats == nullptr) return 0;
+  std::uint32_t uiThere = 0;  // a bit for each distance that some format has
+  for (const kivo_format &s : Formats()) {
+    const unsigned uiDistance = FormatDistance(name, s);
+    if (uiDistance != c_uiFar) uiThere |= std::uint32_t{1} << uiDistance;
+  }
   size_t count = 0;
-  for (unsigned uiDistance = 0; uiDistance <= c_uiLongest / 3; ++uiDistance) {
+  for (unsigned uiDistance = 0; uiThere >> uiDistance != 0; ++uiDistance) {
+    if ((uiThere >> uiDistance & 1) == 0) continue;
     for (const kivo_format &s : Formats()) {
       if (count == most) return count;
       if (FormatDistance(name, s) == uiDistance) formats[count++] = &s;
