@@ -2,6 +2,7 @@
 // Adaptive demosaic of 8-bit samples. All sums fit signed 16-bit lanes.
 #include "kernels/acpi_rows.h"
 #include "kernels/bayer8_means.h"
+#include "simd/vec_as.h"
 
 namespace Kivo::KIVO_TARGET {
 namespace {
@@ -14,8 +15,8 @@ struct ByteSamples {
 
   KIVO_INLINE static U8 Load(const uint8_t *p) { return KIVO_TARGET::Load<U8>(p); }
   KIVO_INLINE static U8 Take(const uint8_t *p) { return Load(p); }
-  KIVO_INLINE static I16 Even(U8 v) { return reinterpret_cast<I16>(reinterpret_cast<U16>(v) & 0xFF); }
-  KIVO_INLINE static I16 Odd(U8 v) { return reinterpret_cast<I16>(reinterpret_cast<U16>(v) >> 8); }
+  KIVO_INLINE static I16 Even(U8 v) { return As<I16>(As<U16>(v) & 0xFF); }
+  KIVO_INLINE static I16 Odd(U8 v) { return As<I16>(As<U16>(v) >> 8); }
   KIVO_INLINE static U8 Merge(I16 even, I16 odd) { return MergeSat(even, odd); }
   KIVO_INLINE static I16 Wrap(I16 v) { return v & 0xFF; }
 };

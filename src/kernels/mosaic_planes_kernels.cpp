@@ -3,6 +3,7 @@
 #include "kernels/acpi_rows.h"
 #include "kernels/bayer16_means.h"
 #include "simd/frame_kernels.h"
+#include "simd/vec_as.h"
 
 namespace Kivo::KIVO_TARGET {
 namespace {
@@ -18,15 +19,15 @@ struct WordSamples {
 
   KIVO_INLINE static U16 Load(const uint8_t *p) { return KIVO_TARGET::Load<U16>(p); }
   KIVO_INLINE U16 Take(const uint8_t *p) const { return Load(p) & static_cast<uint16_t>(iTop); }
-  KIVO_INLINE static I32 Even(U16 v) { return reinterpret_cast<I32>(reinterpret_cast<U32>(v) & 0xFFFF); }
-  KIVO_INLINE static I32 Odd(U16 v) { return reinterpret_cast<I32>(reinterpret_cast<U32>(v) >> 16); }
+  KIVO_INLINE static I32 Even(U16 v) { return As<I32>(As<U32>(v) & 0xFFFF); }
+  KIVO_INLINE static I32 Odd(U16 v) { return As<I32>(As<U32>(v) >> 16); }
   KIVO_INLINE I32 Clamp(I32 v) const {
     const I32 top = Splat<I32>(iTop);
     const I32 positive = SelectGreater(v, I32{}, v, I32{});
     return SelectGreater(positive, top, top, positive);
   }
   KIVO_INLINE U16 Merge(I32 even, I32 odd) const {
-    return reinterpret_cast<U16>(Clamp(even) | Clamp(odd) << 16);
+    return As<U16>(Clamp(even) | Clamp(odd) << 16);
   }
   KIVO_INLINE I32 Wrap(I32 v) const { return v & iTop; }
 };

@@ -1,0 +1,318 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writes what is to be proved, as SMT-LIB: that the very functions of the kernels, compiled for a target of
+// terms, give what KivoFrame.h says in plain words, for every value of every sample. For solve.py:
+//
+//   ; case NAME            definitions follow
+//   ; claim NAME           the negation follows: it must have no solution
+//   ; broken NAME          the same of a formula with a mistake in it: it must have one
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include "kernels/acpi8_kernels.cpp"
+#include "kernels/bayer16_means.h"
+#include "kernels/bayer8_means.h"
+#include "kernels/mosaic_planes_kernels.cpp"
+
+namespace Kivo::KIVO_TARGET {
+namespace {
+
+using KivoTest::Proofs::Equal;
+using KivoTest::Proofs::Greater;
+using KivoTest::Proofs::If;
+using KivoTest::Proofs::TakeDefinitions;
+using KivoTest::Proofs::Truth;
+
+// A whole number between two bounds, with as many bits as it needs: it never overflows, or the program ends.
+// What is said in plain words is computed in these.
+struct Whole {
+  static inline unsigned s_uiBits = 32;  // that are there
+  Term term;
+  int64_t iLow = 0, iHigh = 0;
+
+  Whole(int64_t i) : Whole(Term::Of(s_uiBits, static_cast<uint64_t>(i)), i, i) {}
+  Whole(Term t, int64_t low, int64_t high) : term(std::move(t)), iLow(low), iHigh(high) {
+    const int64_t iEnd = int64_t{1} << (s_uiBits - 1);
+    if (low < -iEnd || high >= iEnd) std::fprintf(stderr, "a plain number needs more bits\n"), std::abort();
+  }
+  // Bits that mean a number from 0 on.
+  static Whole Of(const Term &t) {
+    return {t.width < s_uiBits ? ZeroExtend(t, s_uiBits) : t, 0, (int64_t{1} << t.width) - 1};
+  }
+};
+Whole operator+(const Whole &a, const Whole &b) {
+  return {Add(a.term, b.term), a.iLow + b.iLow, a.iHigh + b.iHigh};
+}
+Whole operator-(const Whole &a, const Whole &b) {
+  return {Sub(a.term, b.term), a.iLow - b.iHigh, a.iHigh - b.iLow};
+}
+Whole Twice(const Whole &a) {
+  return {ShiftLeft(a.term, Term::Of(Whole::s_uiBits, 1)), 2 * a.iLow, 2 * a.iHigh};
+}
+Truth operator>(const Whole &a, const Whole &b) {
+  return Greater(a.term, b.term);
+}
+Whole If(const Truth &condition, const Whole &a, const Whole &b) {
+  return {If(condition, a.term, b.term), std::min(a.iLow, b.iLow), std::max(a.iHigh, b.iHigh)};
+}
+// Divided by a power of two and rounded down.
+Whole Floor(const Whole &a, unsigned uiLog2) {
+  return {ShiftArithmetic(a.term, Term::Of(Whole::s_uiBits, uiLog2)), a.iLow >> uiLog2, a.iHigh >> uiLog2};
+}
+Whole Magnitude(const Whole &a) {
+  const Whole minus = 0 - a;
+  return {If(0 > a, minus.term, a.term), 0, std::max(-a.iLow, a.iHigh)};
+}
+// The lowest bits of a number.
+Whole Low(const Whole &a, unsigned uiMask) {
+  return {And(a.term, Term::Of(Whole::s_uiBits, uiMask)), 0, uiMask};
+}
+
+void Write(const char *pszKind, const std::string &name, const std::string &text) {
+  std::printf("; %s %s\n%s", pszKind, name.c_str(), text.c_str());
+}
+
+void Case(const std::string &name) {
+  Write("case", name, TakeDefinitions());
+}
+// Claims belong to the case before and may define more.
+void Claim(const std::string &name, const Term &made, const Whole &plain, const char *pszKind = "claim",
+           const Truth &where = {"true"}) {
+  const Whole ours = Whole::Of(made);
+  const std::string text = TakeDefinitions() + "(assert " + where.text + ")\n";
+  Write(pszKind, name, text + "(assert (not " + Equal(ours.term, plain.term).text + "))\n");
+}
+
+// Rows of samples in memory. Sample x of row y is what kernels load there, and here by its place.
+class Picture {
+ public:
+  Picture(const char *pszName, size_t uiOffset, size_t uiWidth, size_t uiSampleBytes, size_t uiRows)
+      : uiOffset_(uiOffset), uiPitch_(uiWidth * uiSampleBytes), uiSampleBytes_(uiSampleBytes) {
+    for (size_t i = 0; i < uiRows * uiPitch_; ++i)
+      s_memory.terms.at(uiOffset + i) = Term::Variable(pszName + std::to_string(i), 8);
+  }
+  uint8_t *At(size_t y, size_t x) const {
+    return s_memory.auc + uiOffset_ + y * uiPitch_ + x * uiSampleBytes_;
+  }
+  size_t pitch() const { return uiPitch_; }
+  Whole Sample(size_t y, size_t x) const {
+    const uint8_t *const p = At(y, x);
+    return Whole::Of(uiSampleBytes_ == 1 ? s_memory.At(p) : Concat(s_memory.At(p + 1), s_memory.At(p)));
+  }
+
+ private:
+  size_t uiOffset_, uiPitch_, uiSampleBytes_;
+};
+
+// A pixel of the standard demosaic, at a green site or not, from the 3 x 3 square around it; the colour of
+// the row, green, and the other.
+struct PlainPixelOf {
+  std::array<Whole, 3> channels{0, 0, 0};
+
+  PlainPixelOf(const Picture &s, size_t y, size_t x, bool bGreen, unsigned uiMask) {
+    const auto At = [&](size_t v, size_t u) { return Low(s.Sample(v, u), uiMask); };
+    if (bGreen) {
+      channels = {Floor(At(y, x - 1) + At(y, x + 1), 1), At(y, x), Floor(At(y - 1, x) + At(y + 1, x), 1)};
+    } else {
+      channels = {At(y, x), Floor(At(y, x - 1) + At(y, x + 1) + At(y - 1, x) + At(y + 1, x), 2),
+                  Floor(At(y - 1, x - 1) + At(y - 1, x + 1) + At(y + 1, x - 1) + At(y + 1, x + 1), 2)};
+    }
+  }
+};
+
+// A block of the standard demosaic of one row. uiBits of a channel are kept, from uiShift on.
+template <Output eOut, class Means>
+void StandardBlock(const std::string &name, const Means &sMeans, unsigned uiShift, unsigned uiKeep,
+                   unsigned uiMask, const char *pszKind = "claim") {
+  constexpr size_t c_uiBytes = Means::c_uiSampleBytes;
+  constexpr size_t c_uiBlock = Means::c_uiBlock;
+  for (const bool bFirst : {false, true}) {
+    for (const bool bRowColourFirst : {false, true}) {
+      const Picture s("s", 0, c_uiBlock + 2, c_uiBytes, 3);
+      const uint8_t *const apucRows[] = {s.At(0, 0), s.At(1, 0), s.At(2, 0)};
+      const GreenLanes sGreen(bFirst);
+      s_pixels.clear();
+      s_words.clear();
+      ConvertBlock<eOut, false, 1>(sMeans, apucRows, 1, nullptr, 0, 0, sGreen.aRows, bRowColourFirst);
+      Case(name + (bFirst ? ", green first" : ", green second") + (bRowColourFirst ? "" : ", turned"));
+      for (size_t i = 0; i < c_uiBlock; ++i) {
+        const PlainPixelOf plain(s, 1, 1 + i, (i % 2 == 0) == bFirst, uiMask);
+        for (size_t k = 0; k < 3; ++k) {
+          const Whole &value = plain.channels[bRowColourFirst || k == 1 ? k : 2 - k];
+          const Whole cut = Low(Floor(value, uiShift), (1U << uiKeep) - 1);
+          Term made = s_words.empty() ? s_pixels.at(i).at(k) : s_words.at(k * c_uiBlock + i);
+          if (made.width > uiKeep) made = Extract(made, uiKeep - 1, 0);  // words whose lower bytes count
+          Claim("lane " + std::to_string(i) + " channel " + std::to_string(k), made, cut, pszKind);
+        }
+      }
+    }
+  }
+}
+
+// A mistake that looks right: the pairs' own halves are forgotten where their means differ.
+struct BrokenMeans : ByteMeans {
+  using ByteMeans::Mean;
+  Row Mean(Pair s, Pair t) const { return Avg(s.average, t.average) - ((s.differing | t.differing) & 1); }
+};
+
+void Standards() {
+  Whole::s_uiBits = 32;
+  StandardBlock<c_eBGRA>("bayer8", ByteMeans(), 0, 8, 255);
+  StandardBlock<c_eBGRA>("bayer8, means of means", BrokenMeans(), 0, 8, 255, "broken");
+  for (unsigned uiShift = 0; uiShift <= WrappingMeans::c_uiLargestShift; ++uiShift) {
+    const std::string shift = ", shift " + std::to_string(uiShift);
+    StandardBlock<c_eBGRA>("bayer16 wrapping" + shift, WrappingMeans{{{uiShift}, {}}}, uiShift, 8, 0xFFFF);
+    StandardBlock<c_eBGRA>("bayer16 slim" + shift, SlimMeans{{uiShift}, {}}, uiShift, 8, 0xFFFF);
+  }
+  // One more would shift bits out that the mean still needs.
+  StandardBlock<c_eBGRA>("bayer16 slim, shift 7", SlimMeans{{7}, {}}, 7, 8, 0xFFFF, "broken");
+  for (const unsigned uiShift : {7u, 8u, 15u, 16u, 29u})
+    StandardBlock<c_eBGRA>("bayer16 exact, shift " + std::to_string(uiShift),
+                           ExactMeans<uint8_t>{{{uiShift}, {}}}, uiShift, 8, 0xFFFF);
+  StandardBlock<c_ePlanes>("bayer16 planes", ExactMeans<uint16_t>{{{0}, {}}}, 0, 16, 0xFFFF);
+  StandardBlock<c_ePlanes>("bayer16 planes of 12 bits", DepthMeans{{{{0}, {}}}, 4095}, 0, 16, 4095);
+}
+
+// KivoFrame.h, ACPI: of a direction with its two samples and its Laplacian, the gradient and the estimate.
+struct Direction {
+  Whole gradient, estimate;
+
+  Direction(const Whole &a, const Whole &b, const Whole &laplace)
+      : gradient(Magnitude(a - b) + Magnitude(laplace)), estimate(Twice(a + b) + laplace) {}
+};
+Whole PlainChoice(const Direction &h, const Direction &v) {
+  return If(v.gradient > h.gradient, Floor(h.estimate, 2),
+            If(h.gradient > v.gradient, Floor(v.estimate, 2), Floor(h.estimate + v.estimate, 3)));
+}
+// Which of two numbers is greater, as both comparisons say it.
+Truth Compared(const Whole &a, const Whole &b, bool bGreater, bool bLess) {
+  const auto said = [](const Truth &s, bool bTrue) { return bTrue ? s.text : "(not " + s.text + ")"; };
+  return {"(and " + said(a > b, bGreater) + " " + said(b > a, bLess) + ")"};
+}
+// A claim about a choice between two directions, one case at a time: solvers know little of sums.
+void ClaimChoice(const std::string &name, const Term &made, const Whole &plain, const char *pszKind,
+                 const Direction &h, const Direction &v) {
+  Claim(name + ", one", made, plain, pszKind, Compared(v.gradient, h.gradient, true, false));
+  Claim(name + ", the other", made, plain, pszKind, Compared(v.gradient, h.gradient, false, true));
+  Claim(name + ", a tie", made, plain, pszKind, Compared(v.gradient, h.gradient, false, false));
+}
+Whole PlainClamp(const Whole &t, unsigned uiTop) {
+  const Whole made = If(t > uiTop, uiTop, If(0 > t, 0, t));
+  return {made.term, 0, uiTop};
+}
+
+// t / 8 rounded toward zero: up, where it is negative. That these are the same is a claim of its own.
+Whole EighthTowardZero(const Whole &t) {
+  return If(0 > t, Floor(t + 7, 3), Floor(t, 3));
+}
+void Rounding() {
+  Whole::s_uiBits = 40;
+  const Whole t(SignExtend(Term::Variable("t", 32), 40), INT32_MIN, INT32_MAX);
+  Write("case", "rounding toward zero", TakeDefinitions());
+  const Truth same = Equal(EighthTowardZero(t).term, If(0 > t, 0 - Floor(0 - t, 3), Floor(t, 3)).term);
+  Write("claim", "of sums", TakeDefinitions() + "(assert (not " + same.text + "))\n");
+}
+
+// The pixels of a vector that begins at a red or blue site, column 4 of row 2 of five.
+template <class Samples>
+void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop, const char *pszKind) {
+  constexpr size_t c_uiBlock = Samples::c_uiBlock;
+  constexpr size_t c_uiBytes = Samples::c_uiSampleBytes;
+  constexpr size_t c_uiWidth = c_uiBlock + 8;
+  const auto Begin = [&] {
+    const Picture s("s", 0, c_uiWidth, c_uiBytes, 5);
+    return s;
+  };
+  const auto ColumnOf = [](const Picture &s) {
+    return Column{s.At(0, 4), s.At(1, 4), s.At(2, 4), s.At(3, 4), s.At(4, 4)};
+  };
+  Whole::s_uiBits = 16 * c_uiBytes;
+  {
+    const Picture s = Begin();
+    const auto green = GreenBlock(sSamples, ColumnOf(s));
+    Case(name + " green");
+    const auto S = [&](size_t y, size_t x) { return Low(s.Sample(y, x), uiTop); };
+    for (size_t i = 0; i < c_uiBlock; ++i) {
+      const size_t x = 4 + i;
+      if (i % 2 != 0) {
+        Claim("lane " + std::to_string(i) + ", kept", green.at[i], S(2, x), pszKind);
+        continue;
+      }
+      const Direction h(S(2, x - 1), S(2, x + 1), Twice(S(2, x)) - S(2, x - 2) - S(2, x + 2));
+      const Direction v(S(1, x), S(3, x), Twice(S(2, x)) - S(0, x) - S(4, x));
+      ClaimChoice("lane " + std::to_string(i) + ", made", green.at[i], PlainClamp(PlainChoice(h, v), uiTop),
+                  pszKind, h, v);
+    }
+  }
+  const auto Colours = [&]<bool bRoundTie>() {
+    const Picture s = Begin();
+    const Picture g("g", s.pitch() * 5, c_uiWidth, c_uiBytes, 3);
+    const auto made =
+        ColourBlock<bRoundTie>(sSamples, ColumnOf(s), GreenColumn{g.At(0, 4), g.At(1, 4), g.At(2, 4)});
+    const auto S = [&](size_t y, size_t x) { return Low(s.Sample(y, x), uiTop); };
+    const auto G = [&](size_t y, size_t x) {
+      const Whole green = g.Sample(y - 1, x);
+      return Whole(green.term, 0, uiTop);  // as is said below
+    };
+    // Greens were clamped when they were made.
+    std::string greens;
+    for (size_t y = 1; y <= 3; ++y)
+      for (size_t x = 0; x < c_uiWidth; ++x)
+        greens += "(assert (not " + (g.Sample(y - 1, x) > uiTop).text + "))\n";
+    Write("case", name + (bRoundTie ? " colours, RG" : " colours"), TakeDefinitions() + greens);
+    for (size_t i = 0; i < c_uiBlock; ++i) {
+      const size_t x = 4 + i;
+      const std::string lane = "lane " + std::to_string(i);
+      Claim(lane + ", green", made.green.at[i], G(2, x), pszKind);
+      if (i % 2 != 0) {
+        const auto Along = [&](const Whole &a, const Whole &b, const Whole &ga, const Whole &gb) {
+          return PlainClamp(Floor(Twice(a + b + G(2, x)) - ga - gb, 2), uiTop);
+        };
+        Claim(lane + ", of the row", made.row.at[i],
+              Along(S(2, x - 1), S(2, x + 1), G(2, x - 1), G(2, x + 1)), pszKind);
+        Claim(lane + ", other", made.other.at[i], Along(S(1, x), S(3, x), G(1, x), G(3, x)), pszKind);
+        continue;
+      }
+      Claim(lane + ", own", made.row.at[i], S(2, x), pszKind);
+      const Direction d(S(1, x + 1), S(3, x - 1), Twice(G(2, x)) - G(1, x + 1) - G(3, x - 1));
+      const Direction e(S(1, x - 1), S(3, x + 1), Twice(G(2, x)) - G(1, x - 1) - G(3, x + 1));
+      Whole plain = PlainClamp(PlainChoice(d, e), uiTop);
+      if constexpr (bRoundTie) {
+        // t / 8 rounded toward zero, modulo the range.
+        const Whole t = d.estimate + e.estimate + 4;
+        const Whole towardZero = EighthTowardZero(t);
+        plain = If(Compared(d.gradient, e.gradient, false, false), Low(towardZero, uiTop), plain);
+      }
+      ClaimChoice(lane + ", third", made.other.at[i], plain, pszKind, d, e);
+    }
+  };
+  Colours.template operator()<false>();
+  Colours.template operator()<true>();
+}
+
+// A mistake that looks right: sums of three bits more than a byte's do not fit the samples of 15 bits in
+// lanes of 16.
+struct BrokenSamples : ByteSamples {
+  static I16 Even(const U8 &v) { return ByteSamples::Even(v) << 5; }
+  static I16 Odd(const U8 &v) { return ByteSamples::Odd(v) << 5; }
+  static U8 Merge(const I16 &even, const I16 &odd) { return MergeSat(even >> 5, odd >> 5); }
+};
+
+}  // namespace
+}  // namespace Kivo::KIVO_TARGET
+
+int main() {
+  using namespace Kivo::KIVO_TARGET;
+  Standards();
+  Rounding();
+  Adaptives("acpi8", ByteSamples(), 255, "claim");
+  Adaptives("acpi8, scaled", BrokenSamples(), 255, "broken");
+  for (const unsigned depth : {10u, 12u, 14u, 16u}) {
+    const int top = (1 << depth) - 1;
+    Adaptives("acpi16 of " + std::to_string(depth) + " bits", WordSamples{top}, static_cast<unsigned>(top),
+              "claim");
+  }
+  return std::fflush(stdout) == 0 ? 0 : 1;
+}
