@@ -219,7 +219,8 @@ void addConvertFiles(CLI::App &command, tool::ConvertOptions &options) {
       ->group(group);
 }
 
-void addConvertSamples(CLI::App &command, tool::ConvertOptions &options, std::string &bayer) {
+// Returns --bayer.
+CLI::Option *addConvertSamples(CLI::App &command, tool::ConvertOptions &options, std::string &bayer) {
   const char *group = "What is done to the samples, in this order";
   command.add_option("--crop", options.crop, "This region only, as if the camera had delivered no more")
       ->type_name("WxH+X+Y")
@@ -237,19 +238,17 @@ void addConvertSamples(CLI::App &command, tool::ConvertOptions &options, std::st
       ->type_name("N")
       ->check(numberFrom(0, 15))
       ->group(group);
-  command
-      .add_option(
-          "--bayer", bayer,
-          "Bayer frames: standard (means of neighbours), acpi (adaptive; even sizes from 4 x 4 up), best (acpi\n"
-          "where it can be, else standard), half (a pixel from each 2 x 2) or off (grey mosaic)")
-      ->type_name("MODE")
-      ->capture_default_str()
-      ->group(group);
+  CLI::Option *const bayerOption = command.add_option(
+      "--bayer", bayer,
+      "Bayer frames: standard (means of neighbours), acpi (adaptive; even sizes from 4 x 4 up), best (acpi\n"
+      "where it can be, else standard), half (a pixel from each 2 x 2) or off (grey mosaic)");
+  bayerOption->type_name("MODE")->capture_default_str()->group(group);
   command.add_flag("--bgr", options.bgr, "Give a BMP 24 bits a pixel, not 32")->group(group);
   command
       .add_flag("--raw", options.raw,
                 "No conversion: the samples as they are, in a PNG, PGM or PPM of 8 or 16 bits")
       ->group(group);
+  return bayerOption;
 }
 
 void addColour(CLI::App &command, tool::ColourWords &colour) {
@@ -309,11 +308,11 @@ void addConvert(CLI::App &app, Options &all) {
                  "  zcat frame.rwh.gz | kivocam convert - - --to ppm | display -\n");
   tool::ConvertOptions &options = all.convert;
   addConvertFiles(*command, options);
-  addConvertSamples(*command, options, all.bayer);
+  CLI::Option *const bayer = addConvertSamples(*command, options, all.bayer);
   addColour(*command, options.colour);
   addHeaderlessOptions(*command, options.input);
   addSwapBytes(*command, options.input);
-  command->callback([&all, command] {
+  command->callback([&all, bayer] {
     tool::ConvertOptions &convert = all.convert;
     if (convert.output.empty()) {
       if (convert.inputs.size() < 2) throw CLI::RequiredError("OUT");
@@ -331,7 +330,8 @@ void addConvert(CLI::App &app, Options &all) {
       throw tool::Failure(Exit::Usage, "--bayer",
                           "'" + all.bayer + "' is not standard, acpi, best, half or off");
     convert.bayer = mode->second;
-    convert.bayerGiven = command->count("--bayer") != 0;
+    // Not by its name: looking for that takes memory, and there is no way to say that there is none.
+    convert.bayerGiven = bayer->count() != 0;
     all.result = tool::runConvert(convert);
   });
 }

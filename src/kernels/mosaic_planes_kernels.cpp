@@ -26,9 +26,7 @@ struct WordSamples {
     const I32 positive = SelectGreater(v, I32{}, v, I32{});
     return SelectGreater(positive, top, top, positive);
   }
-  KIVO_INLINE U16 Merge(I32 even, I32 odd) const {
-    return As<U16>(Clamp(even) | Clamp(odd) << 16);
-  }
+  KIVO_INLINE U16 Merge(I32 even, I32 odd) const { return As<U16>(Clamp(even) | Clamp(odd) << 16); }
   KIVO_INLINE I32 Wrap(I32 v) const { return v & iTop; }
 };
 
