@@ -11,7 +11,7 @@ for file in $(git ls-files); do
   case $file in
     # What has no comments, what others read, and texts.
     *.md | *.json | *.png | *.svg | *.abi | *.map | *.typed) continue ;;
-    packaging/METADATA.in | tests/*.txt | docs/*.txt | LICENSES/* | .reuse/* | .gitignore) continue ;;
+    packaging/METADATA.in | tests/*.txt | docs/*.txt | fuzz/corpus/* | LICENSES/* | .reuse/* | .gitignore) continue ;;
     LICENSE | python/LICENSE) continue ;;
     debian/rules | debian/tests/consumers) ;;
     debian/*) continue ;;
