@@ -101,7 +101,7 @@ int main(int argc, char **argv) {
       result = EXIT_SUCCESS;
     }
   }
-  std::remove(description);
+  (void)std::remove(description);  // it lies in a folder of temporary files
   g_free(description);
   return result;
 }

@@ -58,7 +58,7 @@ bool configure(ArvCamera *camera, const char *formatName, const char *size) {
   }
   int width = 0, height = 0;
   if (std::strcmp(size, "-") != 0) {
-    if (std::sscanf(size, "%dx%d", &width, &height) != 2)
+    if (std::sscanf(size, "%6dx%6d", &width, &height) != 2)
       return std::fprintf(stderr, "%s: not WIDTHxHEIGHT\n", size), false;
     Problem problem("region");
     arv_camera_set_region(camera, 0, 0, width, height, problem);

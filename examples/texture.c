@@ -35,7 +35,7 @@ static int is_as_sent(const uint8_t *texture) {
   for (unsigned y = 0; y < HEIGHT; ++y) {
     const uint8_t *row = texture + (size_t)y * TEXTURE_STRIDE;
     for (unsigned x = 0; x < WIDTH; ++x)
-      if (memcmp(row + 4 * x, pixel, sizeof pixel) != 0) return 0;
+      if (memcmp(row + (size_t)4 * x, pixel, sizeof pixel) != 0) return 0;
     for (unsigned i = 4 * WIDTH; i < TEXTURE_STRIDE; ++i)
       if (row[i] != PADDING) return 0;
   }

@@ -30,7 +30,8 @@ inline CamUtlStatus CheckBuffers(const void *pDst, const void *pSrc, Tables eTab
 
 // Pixels of a frame that is converted as one run: the product is formed in 32 bits and wraps.
 inline std::size_t RunPixels(std::uint32_t uiWidth, std::uint32_t uiHeight) noexcept {
-  return uiWidth * uiHeight;
+  const std::uint32_t uiPixels = uiWidth * uiHeight;
+  return uiPixels;
 }
 
 // The shift of the wide converters: the low 8 bits of the argument, modulo 32.

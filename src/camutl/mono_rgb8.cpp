@@ -64,5 +64,6 @@ CamUtlStatus ConvBGR8PToBGR(uint8_t *pucDst, const uint8_t *pucSrc, uint32_t uiW
   const CamUtlStatus eStatus = CheckBuffers(pucDst, pucSrc, Tables::NotNeeded);
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
   // One block: the byte count is the 32-bit product, and wraps as such.
-  return ConvertRun(ActiveKernels().psReverse->pfnCopy, pucDst, pucSrc, uiHeight * 3 * uiWidth, 1, 1);
+  const uint32_t uiBytes = uiHeight * 3 * uiWidth;
+  return ConvertRun(ActiveKernels().psReverse->pfnCopy, pucDst, pucSrc, uiBytes, 1, 1);
 }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
@@ -22,7 +23,7 @@ std::size_t terminalWidth() {
 }
 
 std::string timeLeft(double seconds) {
-  const unsigned whole = static_cast<unsigned>(std::min(seconds, 3.6e6) + 0.5);
+  const unsigned whole = static_cast<unsigned>(std::lround(std::min(seconds, 3.6e6)));
   if (whole < 100) return printed("%u s left", whole);
   if (whole < 6000) return printed("%u:%02u min left", whole / 60, whole % 60);
   return printed("%u:%02u h left", whole / 3600, whole / 60 % 60);

@@ -123,7 +123,7 @@ void putGroup(SampleWriter &writer, const Matrix &matrix, const Byte *rgb, unsig
   const unsigned beforeV = (pixels + 1) / 2;
   for (unsigned i = 0; i < pixels; ++i) {
     if (i == beforeV) writer.put(v);
-    writer.put(lumaOf(matrix, rgb + 3 * i));
+    writer.put(lumaOf(matrix, rgb + std::size_t{3} * i));
   }
   if (beforeV == pixels) writer.put(v);
 }

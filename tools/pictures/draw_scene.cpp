@@ -125,7 +125,7 @@ void drawFineText(Picture &picture, const Box &box) {
   std::uint32_t y = box.y + 3;
   for (std::uint32_t line = 0; y + kGlyphHeight <= box.y + box.height; ++line) {
     const std::uint32_t scale = line % 5 == 0 ? 2 : 1;
-    drawLine(picture, box, y, text.substr((line * 7) % pangram.size()), kInks[line % 5], scale);
+    drawLine(picture, box, y, text.substr(std::size_t{7} * line % pangram.size()), kInks[line % 5], scale);
     y += (kGlyphHeight + 3) * scale;
   }
 }
