@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Builds the harnesses with the compiler and the flags of a fuzzing service: CXX, CXXFLAGS, LIB_FUZZING_ENGINE. They go to
-# $OUT, each with its dictionary and its corpus; $WORK is for what lies between. Readers of pictures need libpng and
+# Builds the harnesses with the compiler and the flags of a fuzzing service: CXX, CXXFLAGS, LIB_FUZZING_ENGINE. They go
+# to $OUT, each with its dictionary and its corpus; $WORK is for what lies between. Readers of pictures need libpng and
 # CLI11, which the tool is built with.
 set -eu
 : "${OUT:?where the harnesses go}" "${WORK:?a folder to build in}" "${LIB_FUZZING_ENGINE:=-fsanitize=fuzzer}"

@@ -4,8 +4,8 @@
 #
 #   fuzz/run.sh [SECONDS [HARNESS...]]   60 seconds for each of them all; needs clang and libclang-rt
 #
-# What is found lies in build/fuzz/findings, what is learnt in build/fuzz/corpus, from which the next run goes on; a line
-# for each harness, its executions among it, is added to build/fuzz/figures. Exit status: 1 after a finding.
+# What is found lies in build/fuzz/findings, what is learnt in build/fuzz/corpus, from which the next run goes on; a
+# line for each harness, its executions among it, is added to build/fuzz/figures. Exit status: 1 after a finding.
 set -eu
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -25,9 +25,11 @@ for name in $names; do
   set -- -max_total_time="$seconds" -rss_limit_mb=4096 -timeout=60 -print_final_stats=1 -verbosity=0 \
     -artifact_prefix="$work/findings/$name-"
   [ ! -e "fuzz/dictionaries/$name.dict" ] || set -- "$@" -dict="fuzz/dictionaries/$name.dict"
-  if $work/fuzz/fuzz_$name "$@" "$learnt" "fuzz/corpus/$name" >"$work/$name.log" 2>&1; then result=clean; else result=FINDING; fi
+  result=clean
+  $work/fuzz/fuzz_$name "$@" "$learnt" "fuzz/corpus/$name" >"$work/$name.log" 2>&1 || result=FINDING
   executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$work/$name.log")
-  echo "$(date -u +%Y-%m-%dT%H:%MZ) $name ${executions:-0} executions in $seconds s, $(find "$learnt" -type f | wc -l) inputs learnt: $result" |
+  learnt=$(find "$learnt" -type f | wc -l)
+  echo "$(date -u +%Y-%m-%dT%H:%MZ) $name ${executions:-0} executions in $seconds s, $learnt inputs learnt: $result" |
     tee -a "$work/figures"
   if [ $result != clean ]; then
     found=1

@@ -167,7 +167,7 @@ Errc saveWhole(const char *path, std::uint64_t bytes, Save save) noexcept {
 }
 
 struct CloseFile {
-  void operator()(std::FILE *file) const noexcept { std::fclose(file); }
+  void operator()(std::FILE *file) const noexcept { (void)std::fclose(file); }
 };
 using FileHandle = std::unique_ptr<std::FILE, CloseFile>;
 

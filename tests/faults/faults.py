@@ -247,7 +247,8 @@ def writers(options, work):
     if options.kivocam:
         codes = {1, 2, 3, 4, 5, 6}
         for kind in ("png", "bmp", "ppm"):
-            yield Writer(f"kivocam convert --to {kind}", [options.kivocam, "convert", frame, "OUT", "--to", kind], codes)
+            yield Writer(f"kivocam convert --to {kind}", [options.kivocam, "convert", frame, "OUT", "--to", kind],
+                         codes)
         yield Writer("kivocam scene", [options.kivocam, "scene", "OUT", "--to", "png", "--size", "160x160"], codes,
                      memory=False)
         # Hidden names, where the system has no unnamed files.
@@ -257,7 +258,8 @@ def writers(options, work):
         for kind in ("bmp", "rwh"):
             yield Writer(f"C++ {kind}", [options.writer, kind, "OUT"], {1})
     if options.python:
-        for call in ("write_rwh(sys.argv[1], frame, 'BayerRG8')", "write_bmp(sys.argv[1], kivo.convert(frame, 'BayerRG8'))"):
+        for call in ("write_rwh(sys.argv[1], frame, 'BayerRG8')",
+                     "write_bmp(sys.argv[1], kivo.convert(frame, 'BayerRG8'))"):
             code = ("import sys, numpy as np, kivocamutl as kivo\n"
                     "frame = np.arange(64 * 48, dtype=np.uint8).reshape(48, 64)\n"
                     f"try:\n  kivo.{call}\nexcept kivo.KivoError as error:\n  sys.exit(str(error))\n")
