@@ -233,7 +233,7 @@ double DoubtOf(const File &sFile, const Grid &sGrid, const Place &sPlace) {
   if (sGrid.sLayout.ePattern == Pattern::Rgb || sGrid.sLayout.ePattern == Pattern::RgbLinked) {
     const Channels s = ChannelsOf(sRows, 3);
     const auto [dLeast, dMost] = std::minmax_element(s.adMean, s.adMean + 3);
-    if (*dMost - *dLeast < 0.005 * *dMost) dDoubt *= 1.03;
+    if (*dMost - *dLeast < 0.005 * *dMost) dDoubt *= 1.01;
   }
   const double dContrast = Contrast(sRows);
   if (sGrid.sLayout.ePattern == Pattern::Bayer && dContrast < 0.005) dDoubt *= 1.03;
