@@ -69,7 +69,8 @@ CLI::App *addCommand(CLI::App &app, const char *name, const char *summary, const
 }
 
 void addPictureType(CLI::App &command, std::string &to) {
-  command.add_option("--to", to, "Type of OUT: png, ppm or bmp (default: its extension)")->type_name("TYPE");
+  command.add_option("--to", to, "Type of OUT: png, ppm, bmp or tiff (default: its extension)")
+      ->type_name("TYPE");
 }
 
 void addOutputRules(CLI::App &command, tool::OutputRules &rules, const char *group = "Options") {
@@ -185,7 +186,7 @@ void addConvertFiles(CLI::App &command, tool::ConvertOptions &options) {
       ->group(group);
   command
       .add_option("--to", options.to,
-                  "Type of OUT: png, ppm, pgm or bmp (default: its extension; png in folders)")
+                  "Type of OUT: png, ppm, pgm, bmp, tiff or dng (default: its extension; png in folders)")
       ->type_name("TYPE")
       ->group(group);
   command.add_option("--png-level", options.pngLevel, "Compression of PNG, 0 (none) to 9 (slow)")
@@ -246,7 +247,11 @@ CLI::Option *addConvertSamples(CLI::App &command, tool::ConvertOptions &options,
   command.add_flag("--bgr", options.bgr, "Give a BMP 24 bits a pixel, not 32")->group(group);
   command
       .add_flag("--raw", options.raw,
-                "No conversion: the samples as they are, in a PNG, PGM or PPM of 8 or 16 bits")
+                "No conversion: the samples as they are, in a PNG, PGM, PPM or TIFF of 8 or 16 bits")
+      ->group(group);
+  command
+      .add_flag("--wide", options.wide,
+                "16 bits a sample, spread over all of them, in a PNG, PPM, PGM or TIFF")
       ->group(group);
   return bayerOption;
 }
@@ -293,7 +298,7 @@ void addColour(CLI::App &command, tool::ColourWords &colour) {
 
 void addConvert(CLI::App &app, Options &all) {
   CLI::App *command =
-      addCommand(app, "convert", "Turn raw frames into BMP, PNG, PPM or PGM pictures",
+      addCommand(app, "convert", "Turn raw frames into PNG, TIFF, DNG, PPM, PGM or BMP pictures",
                  "  kivocam convert frame.rwh frame.png\n"
                  "  kivocam convert frame.rwh frame.bmp --bayer acpi --bgr\n"
                  "  kivocam convert frame.raw out.png --format BayerRG8 --size 640x480 --stride 704\n"
@@ -302,6 +307,7 @@ void addConvert(CLI::App &app, Options &all) {
                  "  kivocam convert archive/ pictures/ --auto --black 64 --colour-of archive/first.rwh\n"
                  "  kivocam convert frame.rwh frame.png --black 64 --white-balance 1.9,1,1.6 --tone srgb\n"
                  "  kivocam convert frame.rwh samples.pgm --raw\n"
+                 "  kivocam convert frame.rwh frame.dng\n"
                  "  kivocam convert archive/ pictures/ -j 8\n"
                  "  kivocam convert archive/ pictures/ --resume\n"
                  "  kivocam convert 'day*/' extra.rwh -o pictures/ --to bmp --json\n"

@@ -100,7 +100,7 @@ cp in/f.BIN raw.png
 fails 1 './raw.png: the output is one of the inputs' convert raw.png in/a.rwh -o . --format Mono8 --size 2x2
 fails 2 'no*such.rwh: no file has such a name' convert 'no*such.rwh' none
 fails 1 "OUT is required; see 'kivocam convert --help'" convert good.rwh
-fails 1 "--to: 'rwh' is not png, ppm, pgm or bmp" convert in none --to rwh
+fails 1 "--to: 'rwh' is not png, ppm, pgm, bmp, tiff or dng" convert in none --to rwh
 fails 1 '--raw: does not go with BMP, which has no 16 bits; take png, pgm or ppm' convert in none --raw --to bmp
 checks=$((checks + 1))
 [ ! -e none ] || fail "something was written"

@@ -113,9 +113,9 @@ ok convert - same.ppm --format BayerRG8 --size 160x160 <good.rwh && same with.pp
 ok convert - same.ppm --format BayerRG8 --size 160x160 --offset 16 <good.rwh && same with.ppm same.ppm
 ok convert - same.ppm --format BayerRG8 --size 160x160 <good.raw && same with.ppm same.ppm
 rm with.ppm same.ppm
-fails 1 "--to: 'gif' is not png, ppm, pgm or bmp" convert good.rwh out.png --to gif
-fails 1 "out.gif: name it .png, .ppm, .pgm or .bmp, or say --to" convert good.rwh out.gif
-fails 1 "out: name it .png, .ppm or .bmp, or say --to" scene out
+fails 1 "--to: 'gif' is not png, ppm, pgm, bmp, tiff or dng" convert good.rwh out.png --to gif
+fails 1 "out.gif: name it .png, .ppm, .pgm, .bmp, .tiff or .dng, or say --to" convert good.rwh out.gif
+fails 1 "out: name it .png, .ppm, .bmp or .tiff, or say --to" scene out
 
 # Pictures
 head -c 1000 scene.png >cut.png

@@ -28,7 +28,7 @@ ok guess frame.raw --sheet sheet.png
 checks=$((checks + 1))
 [ "$(head -c 20 sheet.png | od -An -tu1 -j16 | tr -d ' ')" = 00550 ] ||
   fail "the sheet is not 1330 pixels wide: $(od -An -tu1 -j16 -N4 sheet.png)"
-fails 1 'out.txt: name it .png, .ppm or .bmp, or say --to' guess frame.raw --sheet out.txt
+fails 1 'out.txt: name it .png, .ppm, .bmp or .tiff, or say --to' guess frame.raw --sheet out.txt
 fails 1 '--sheet: takes the name of a picture' guess frame.raw --sheet -
 cp frame.raw frame.png
 fails 1 "frame.png: the output is the input itself" guess frame.png --sheet frame.png

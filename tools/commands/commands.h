@@ -52,6 +52,7 @@ struct ConvertOptions {
   bool autoRange = false;
   ColourWords colour;
   bool raw = false;
+  bool wide = false;
   int pngLevel = kPngLevel;
   unsigned jobs = 0;  // threads, for one file too; 0: one for each processor
   bool resume = false;

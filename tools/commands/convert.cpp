@@ -54,6 +54,7 @@ Treatment treatmentOf(const ConvertOptions &options) {
   treatment.colour = colourOf(options);
   treatment.bgr = options.bgr;
   treatment.raw = options.raw;
+  treatment.wide = options.wide;
   return treatment;
 }
 
@@ -71,7 +72,28 @@ void refuseContradictions(const ConvertOptions &options) {
   if (options.raw && shifts) throw contradiction("--raw", "--shift: it keeps the samples as they are");
   if (options.raw && options.autoRange)
     throw contradiction("--raw", "--auto-range: it keeps the samples as they are");
+  if (options.wide && (options.raw || options.autoRange || shifts || options.bgr))
+    throw contradiction("--wide", options.raw         ? "--raw: it keeps the samples as they are"
+                                  : options.autoRange ? "--auto-range, which makes 8 bits"
+                                  : shifts            ? "--shift, which makes 8 bits"
+                                                      : "--bgr, which is for BMP");
   if (options.raw && options.time) throw contradiction("--raw", "--time: it does not convert");
+}
+
+// What the type of the picture makes senseless. A DNG has the samples as they are.
+void refuseForType(const ConvertOptions &options, PictureType type) {
+  if (options.wide && (type == PictureType::Bmp || type == PictureType::Dng))
+    throw contradiction("--wide", type == PictureType::Bmp ? "BMP, which has no 16 bits" : "DNG");
+  if (type != PictureType::Dng) return;
+  const char *const option = options.bgr                                               ? "--bgr"
+                             : options.shift.has_value()                               ? "--shift"
+                             : options.autoRange                                       ? "--auto-range"
+                             : options.time                                            ? "--time"
+                             : options.bayerGiven && options.bayer != kivo::Bayer::Off ? "--bayer"
+                                                                                       : nullptr;
+  if (!ColourRule(options.colour).empty())
+    throw contradiction("DNG", "colour settings: it keeps the samples as they are");
+  if (option != nullptr) throw contradiction(option, "DNG, which keeps the samples as they are");
 }
 
 // One frame to its picture. Usable from several threads.
@@ -202,8 +224,10 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
 Exit runConvert(const ConvertOptions &options) {
   refuseContradictions(options);
   checkInputOptions(options.input);
-  const Treatment treatment = treatmentOf(options);
+  Treatment treatment = treatmentOf(options);
   const ConvertPlan plan = planConversion(options);
+  refuseForType(options, plan.type);
+  if (plan.type == PictureType::Dng) treatment.raw = true;
   if (plan.files.jobs.empty()) return Exit::Input;
   Converter converter(options, treatment, plan);
   if (plan.alone()) return convertOne(converter, options, plan.files.jobs[0]);

@@ -16,7 +16,8 @@ namespace fs = std::filesystem;
 bool isFileName(const std::string &path) {
   const std::string extension = fs::path(path).extension().string();
   const auto is = [&extension](const char *wanted) { return sameName(extension, wanted); };
-  return is(".png") || is(".ppm") || is(".pgm") || is(".bmp") || is(".rwh");
+  return is(".png") || is(".ppm") || is(".pgm") || is(".bmp") || is(".tif") || is(".tiff") || is(".dng") ||
+         is(".rwh");
 }
 
 void checkStandardOutput(const FileList &list, const ConvertOptions &options) {
@@ -52,7 +53,7 @@ PictureType nameAll(FileList &list, const ConvertOptions &options) {
                   "does not exist; several pictures need a folder: add a / if it is to be one");
   const std::string to = options.to.empty() ? "png" : options.to;
   const PictureType type = pictureType("", to, true);
-  static const char *const kExtensions[] = {".png", ".ppm", ".pgm", ".bmp"};
+  static const char *const kExtensions[] = {".png", ".ppm", ".pgm", ".bmp", ".tiff", ".dng"};
   nameOutputs(list, output, kExtensions[static_cast<int>(type)]);
   return type;
 }

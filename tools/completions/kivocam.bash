@@ -4,8 +4,8 @@
 # Words that an option of a command takes, or nothing where it takes a name of file or a text.
 _kivocam_values() {
   case $1:$2 in
-    convert:--to) echo png ppm pgm bmp ;;
-    scene:--to | sheet:--to) echo png ppm bmp ;;
+    convert:--to) echo png ppm pgm bmp tiff dng ;;
+    scene:--to | sheet:--to) echo png ppm bmp tiff ;;
     mosaic:--to) echo rwh raw ;;
     *:--bayer) echo standard acpi best half off ;;
     *:--png-level) echo 0 1 2 3 4 5 6 7 8 9 ;;
@@ -42,7 +42,7 @@ _kivocam() {
     formats | compare) options=--json ;;
     convert)
       options="-o --output --to --png-level -j --jobs --resume --no-sync -q --quiet --json --time --crop --mirror
-        --flip --auto-range --shift --bayer --bgr --raw
+        --flip --auto-range --shift --bayer --bgr --raw --wide
         --auto --black --white-balance --range --matrix --tone --colour-of $rules $headerless"
       ;;
     import) options="$rules $headerless" ;;

@@ -51,7 +51,12 @@ void Developed::choosePixels(const Treatment &treatment) {
                           of.family == KIVO_BAYER ? ", or say --bayer off or --raw" : ""));
   if (treatment.raw && type_ == PictureType::Ppm && isGrey())
     throw Failure(Exit::Unsupported, subject_, "its raw samples are grey: make it a PGM");
-  const bool wide = treatment.raw && of.plain_bytes == 2, grey = isGrey() && type_ != PictureType::Ppm;
+  if (type_ == PictureType::Dng && of.family != KIVO_BAYER && of.family != KIVO_MONO)
+    throw Failure(Exit::Unsupported, subject_,
+                  printed("a DNG is of grey or Bayer samples; it is %s", of.name));
+  if (treatment.wide) options_.levels = kivo::Levels::Spread;
+  const bool wide = treatment.wide || (treatment.raw && of.plain_bytes == 2),
+             grey = isGrey() && type_ != PictureType::Ppm;
   if (type_ == PictureType::Bmp)
     options_.pixels = treatment.bgr ? Pixels::Bgr8 : Pixels::Bgra8;
   else if (wide)
@@ -128,9 +133,37 @@ Rows Developed::rows() const {
   return rows;
 }
 
+// Black level and neutral are the engine's suggestions. Where they are those of whole frames, so is the
+// order.
+DngFacts Developed::dngFacts() const {
+  const kivo_format &plain = *kivo_format_of_code(format().plain);
+  DngFacts facts;
+  facts.white = (1U << plain.plain_depth) - 1;
+  kivo_colour colour = KIVO_COLOUR_INIT;
+  const kivo::Plan made = plan();
+  const kivo_frame frame = {input_.frame.data.data(), input_.frame.data.size(), input_.frame.stride};
+  if (kivo_auto_black(made.c(), &frame, &colour) == KIVO_OK)
+    facts.black = static_cast<std::uint32_t>(colour.black[1] + 0.5);
+  if (format().family != KIVO_BAYER) return facts;
+  if (kivo_auto_balance(made.c(), &frame, KIVO_BALANCE_MEDIAN, &colour) == KIVO_OK)
+    for (std::size_t i = 0; i < 3; ++i) facts.neutral[i] = 1 / colour.gain[i];
+  static const char *const kOrders[] = {"", "GRBG", "RGGB", "GBRG", "BGGR"};
+  // A plan for the samples says what the region and the mirroring have made of the order.
+  kivo::Options samples = options_;
+  samples.pixels = kivo::Pixels::Samples;
+  samples.bayer = kivo::Bayer::Standard;
+  const kivo::Result<kivo::Plan> turned =
+      kivo::Plan::make(&format(), input_.frame.width, input_.frame.height, samples);
+  if (!turned) refuse(turned.error());
+  facts.order = kOrders[kivo_format_of_code(turned->samplesFormat())->order];
+  return facts;
+}
+
 void Developed::write(int pngLevel, ByteSink &sink) const {
   if (type_ == PictureType::Bmp) return encodeBmp(image_, sink);
   if (type_ == PictureType::Png) return encodePng(rows(), sink, pngLevel);
+  if (type_ == PictureType::Tiff) return encodeTiff(rows(), sink);
+  if (type_ == PictureType::Dng) return encodeDng(rows(), dngFacts(), sink);
   encodePnm(rows(), sink);
 }
 

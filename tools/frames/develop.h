@@ -10,6 +10,7 @@
 #include "frames/colour_rule.h"
 #include "frames/raw_input.h"
 #include "pictures/picture.h"
+#include "pictures/picture_tiff.h"
 
 namespace tool {
 
@@ -23,7 +24,8 @@ struct Treatment {
   ColourRule colour;
   kivo::Bayer bayer = kivo::Bayer::Standard;
   bool bgr = false;
-  bool raw = false;  // the samples themselves, at their own depth
+  bool raw = false;   // the samples themselves, at their own depth
+  bool wide = false;  // 16 bits a sample, spread over all of them
 };
 
 // A frame on its way to a picture of some type.
@@ -56,6 +58,7 @@ class Developed {
   void choosePixels(const Treatment &treatment);
   void setColour(const ColourRule &rule);
   Rows rows() const;
+  DngFacts dngFacts() const;
 
   RawInput input_;
   PictureType type_;

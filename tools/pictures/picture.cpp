@@ -8,6 +8,7 @@
 
 #include "files/output_file.h"
 #include "pictures/picture_file.h"
+#include "pictures/picture_tiff.h"
 #include "words/failure.h"
 #include "words/text.h"
 
@@ -36,13 +37,16 @@ PictureType pictureType(const std::string &path, const std::string &to, bool can
   if (sameName(name, "ppm")) return PictureType::Ppm;
   if (canBeGrey && sameName(name, "pgm")) return PictureType::Pgm;
   if (sameName(name, "bmp")) return PictureType::Bmp;
-  const std::string pgm = canBeGrey ? ", pgm" : "";
+  if (sameName(name, "tiff") || sameName(name, "tif")) return PictureType::Tiff;
+  if (canBeGrey && sameName(name, "dng")) return PictureType::Dng;
+  const std::string types = canBeGrey ? "png, ppm, pgm, bmp, tiff or dng" : "png, ppm, bmp or tiff";
   if (to.empty() && path == "-") throw Failure(Exit::Usage, "standard output", "has no extension: say --to");
-  if (!to.empty()) throw Failure(Exit::Usage, "--to", "'" + to + "' is not png, ppm" + pgm + " or bmp");
+  if (!to.empty()) throw Failure(Exit::Usage, "--to", "'" + to + "' is not " + types);
   std::error_code failed;
   if (std::filesystem::is_directory(path, failed)) throw Failure(Exit::Output, path, "is a directory");
   throw Failure(Exit::Usage, path,
-                "name it .png, .ppm" + std::string(canBeGrey ? ", .pgm" : "") + " or .bmp, or say --to");
+                canBeGrey ? "name it .png, .ppm, .pgm, .bmp, .tiff or .dng, or say --to"
+                          : "name it .png, .ppm, .bmp or .tiff, or say --to");
 }
 
 Picture loadPicture(const std::string &path, Depth depth) {
@@ -89,6 +93,9 @@ void savePicture(const Picture &picture, const std::string &path, PictureType ty
       break;
     case PictureType::Bmp:
       encodeBmp(imageOf(picture), file);
+      break;
+    case PictureType::Tiff:
+      encodeTiff(rowsOf(picture), file);
       break;
     default:
       encodePnm(rowsOf(picture), file);

@@ -50,7 +50,7 @@ struct Picture {
 // What becomes of more than 8 bits a sample: reduced to 8, or 16 as they are.
 enum class Depth { Reduced, Kept };
 
-enum class PictureType { Png, Ppm, Pgm, Bmp };
+enum class PictureType { Png, Ppm, Pgm, Bmp, Tiff, Dng };
 
 // What the PNG and PNM writers write, row by row: grey or R, G, B samples of 8 bits, or of 16 with the high
 // byte first.

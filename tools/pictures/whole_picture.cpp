@@ -9,10 +9,12 @@
 #include <cstring>
 #include <tuple>
 
+#include "pictures/picture_tiff.h"
+
 namespace tool {
 namespace {
 
-constexpr std::size_t kLook = 128;
+constexpr std::size_t kLook = 512;
 
 bool isWholeBmp(const unsigned char *head, std::size_t size, std::uint64_t bytes) {
   if (size < 54 || head[0] != 'B' || head[1] != 'M') return false;
@@ -55,6 +57,9 @@ bool isWhole(int file, std::uint64_t bytes, PictureType type) {
       return isWholePnm(head, size, bytes, '6');
     case PictureType::Pgm:
       return isWholePnm(head, size, bytes, '5');
+    case PictureType::Tiff:
+    case PictureType::Dng:
+      return isWholeTiff(reinterpret_cast<const unsigned char *>(head), size, bytes);
     case PictureType::Png:
       return isWholePng(head, size, file, bytes);
   }
