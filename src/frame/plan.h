@@ -52,6 +52,7 @@ struct PixelsOf {
 struct ScratchLayout {
   std::size_t uiPiece;       // pixels of a row at a time, whole groups of every format; of a mosaic, columns
   std::size_t uiBand;        // rows at a time
+  std::size_t uiRingRows;    // of a mosaic, a power of two
   std::size_t auiSpaces[2];  // what stages hand on
   std::size_t uiSamples;     // samples of the piece, or the ring of rows of a mosaic, behind their lead
   std::size_t uiSamplesPitch;
@@ -115,9 +116,6 @@ BayerOrder OrderOf(const kivo_plan &s) noexcept;
 inline std::uint16_t DoublingLeft(const kivo_plan &s) noexcept {
   return s.eCourse == Course::MosaicPlanes && s.uiBayer == KIVO_BAYER_STANDARD ? 0 : 1;
 }
-
-// Rows that a ring of samples holds.
-constexpr std::size_t c_uiRingRows = 8;
 
 ScratchLayout LayOut(const kivo_plan &s) noexcept;
 

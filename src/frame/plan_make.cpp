@@ -255,13 +255,18 @@ bool MakeToneTable(const kivo_colour &c, kivo_plan &s) noexcept {
   return true;
 }
 
+// Whether an adaptive demosaic of words makes pixels of bytes.
+bool IsSlim(const kivo_plan &s) noexcept {
+  return s.psPlain->plain_depth <= c_uiSlimDepth && s.uiShift + 8 == s.psPlain->plain_depth;
+}
+
 Course ChooseCourse(const kivo_plan &s) noexcept {
   const bool bBytes = s.sPixels.uiBits == 8 && !s.sPixels.bGrey && !s.sColour.bFinish;
   switch (s.uiBayer) {
     case KIVO_BAYER_STANDARD:
       return bBytes ? Course::Mosaic : Course::MosaicPlanes;
     case KIVO_BAYER_ACPI:
-      return bBytes && !IsWords(s) ? Course::Mosaic : Course::MosaicPlanes;
+      return bBytes && (!IsWords(s) || IsSlim(s)) ? Course::Mosaic : Course::MosaicPlanes;
     case KIVO_BAYER_HALF:
       return Course::Half;
     default:

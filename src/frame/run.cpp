@@ -269,12 +269,15 @@ class Maker {
   void MakeMosaic(std::size_t y, std::size_t uiRows) const noexcept {
     const bool bAdaptive = m_s.uiBayer == KIVO_BAYER_ACPI;
     const bool bBytes = m_s.eCourse == Course::Mosaic;
-    // Words have planes; bytes that are to become planes are widened on their way into the ring.
+    // Bytes that are to become planes are widened on their way into the ring.
     const MosaicPlanesKernels &p = *ActiveFrameKernels().psMosaicPlanes;
     MosaicKernel pfn = bAdaptive ? p.pfnAdaptive : m_s.sColour.bFinish ? p.pfnDoubled : p.pfnStandard;
     if (bBytes) {
       const Kernels &k = ActiveKernels();
-      pfn = (bAdaptive ? k.psAcpi8->apfn : IsWords(m_s) ? k.psBayer16->apfn : k.psBayer8->apfn)[OutputKind()];
+      const bool bWords = IsWords(m_s);
+      pfn = (bAdaptive ? (bWords ? p.apfnAdaptiveSlim : k.psAcpi8->apfn)
+             : bWords  ? k.psBayer16->apfn
+                       : k.psBayer8->apfn)[OutputKind()];
     }
     for (std::size_t uiEnd = 0; uiEnd < m_s.uiWidth;) {
       const Tile sTile =
@@ -294,7 +297,7 @@ class Maker {
     MosaicJob sJob = {};
     sJob.pucSrc = m_pucScratch + m_l.uiSamples;
     sJob.iSrcPitch = static_cast<std::ptrdiff_t>(m_l.uiSamplesPitch);
-    sJob.uiRowMask = c_uiRingRows - 1;
+    sJob.uiRowMask = m_l.uiRingRows - 1;
     if (!bRing) {
       sJob.pucSrc = m_sSource.Row(0) + sTile.uiFirst * m_s.psPlain->plain_bytes;
       sJob.iSrcPitch = m_sSource.Pitch();
@@ -340,7 +343,8 @@ class Maker {
 
   // Row y of the columns of a tile, as bytes or words as the kernel takes them.
   void BringToRing(std::size_t y, const Tile &sTile) const noexcept {
-    std::uint8_t *const pucRow = m_pucScratch + m_l.uiSamples + (y & (c_uiRingRows - 1)) * m_l.uiSamplesPitch;
+    std::uint8_t *const pucRow =
+        m_pucScratch + m_l.uiSamples + (y & (m_l.uiRingRows - 1)) * m_l.uiSamplesPitch;
     if (MosaicOfWords(m_s) == IsWords(m_s)) {
       m_sSource.Bring(y, sTile.uiFirst, sTile.uiWidth, pucRow, m_sSpaces);
       return;

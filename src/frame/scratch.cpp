@@ -20,6 +20,7 @@ constexpr std::size_t c_uiPieceBytes = 8192;
 constexpr std::size_t c_uiPieceStep = 64;
 constexpr std::size_t c_uiPlanesTile = 2048;
 constexpr std::size_t c_uiColourTile = 1024;  // planes that are read and written several times
+constexpr std::size_t c_uiWalkedTile = 1024;
 
 constexpr std::size_t Aligned(std::size_t uiBytes) noexcept {
   return (uiBytes + c_uiAlignment - 1) / c_uiAlignment * c_uiAlignment;
@@ -47,15 +48,21 @@ ScratchLayout LayOut(const kivo_plan &s) noexcept {
   const bool bAdaptive = s.uiBayer == KIVO_BAYER_ACPI;
   const bool bPlanes =
       s.eCourse == Course::Planes || s.eCourse == Course::MosaicPlanes || s.eCourse == Course::Half;
+  // Where pixels of an adaptive mosaic come out of the scratch memory, or go through it, a kernel that walks
+  // down its columns gets rows enough for a walk.
+  const bool bThroughOut = s.eCourse == Course::Mosaic && s.bMirror && !s.bMirrorSamples;
+  const bool bLong = s.eCourse == Course::Mosaic && bAdaptive && (s.uiStages != 0 || bThroughOut);
   if (bMosaic) {
     const std::size_t uiPlanesTile = s.sColour.bFinish ? c_uiColourTile : c_uiPlanesTile;
-    l.uiPiece = std::min<std::size_t>(bPlanes ? uiPlanesTile : c_uiLargestTile, s.uiWidth);
+    const std::size_t uiTile = bPlanes ? uiPlanesTile : bLong ? c_uiWalkedTile : c_uiLargestTile;
+    l.uiPiece = std::min<std::size_t>(uiTile, s.uiWidth);
   } else {
     l.uiPiece =
         (bPlanes ? c_uiPieceBytes / 2 : c_uiPieceBytes) / SampleBytes(s) / c_uiPieceStep * c_uiPieceStep;
   }
   // An adaptive band reads three rows more on either side, a standard one a row, out of the ring.
-  l.uiBand = bAdaptive ? 2 : 4;
+  l.uiBand = bLong ? 26 : bAdaptive ? 2 : 4;
+  l.uiRingRows = bLong ? 32 : 8;
 
   // Bytes of the samples of a piece before the range, and of what a ring of a mosaic holds.
   const bool bWiden = bMosaic && MosaicOfWords(s) && !IsWords(s);
@@ -64,7 +71,7 @@ ScratchLayout LayOut(const kivo_plan &s) noexcept {
   for (std::size_t &uiSpace : l.auiSpaces) uiSpace = TakeSamples(s.uiStages != 0 ? uiPieceBytes : 0);
   l.uiSamplesPitch = Aligned(c_uiLeadBytes + uiRowBytes);
   if (s.uiStages != 0 || bWiden)
-    l.uiSamples = TakeSamples(l.uiSamplesPitch * (bMosaic                     ? c_uiRingRows
+    l.uiSamples = TakeSamples(l.uiSamplesPitch * (bMosaic                     ? l.uiRingRows
                                                   : s.eCourse == Course::Half ? 2
                                                                               : 1));
   if (bPlanes) {
@@ -75,8 +82,7 @@ ScratchLayout LayOut(const kivo_plan &s) noexcept {
     l.uiGreensPitch = Aligned((l.uiPiece + GreenRing::c_uiRoom) * (MosaicOfWords(s) ? 2 : 1));
     l.uiGreens = Take(GreenRing::c_uiRows * l.uiGreensPitch);
   }
-  if (s.eCourse == Course::Swapped || (s.psPlain->family == KIVO_YUV && bPlanes) ||
-      (s.eCourse == Course::Mosaic && s.bMirror && !s.bMirrorSamples)) {
+  if (s.eCourse == Course::Swapped || (s.psPlain->family == KIVO_YUV && bPlanes) || bThroughOut) {
     l.uiOutPitch = Aligned(l.uiPiece * 4);
     l.uiOut = Take(l.uiOutPitch * l.uiBand);
   }

@@ -18,7 +18,11 @@
 //   c_uiSampleBytes, c_uiBlock     bytes of a sample, samples of a vector
 //   Take, Even, Odd                a vector of samples, and its lanes
 //   Merge                          two vectors of lanes, clamped to the samples' range and interleaved
-//   Wrap                           lanes modulo the samples' range
+//   Eighth                         lanes over 8, of which at most two Y make the sum
+//   RoundedTie                     of both Y of diagonals that tie: half up, truncated toward zero, and
+//   modulo
+//                                  the samples' range, so that it wraps outside of it
+//   Reduce                         a vector of samples to bytes, where the result is pixels of bytes
 #ifndef KIVO_KERNELS_ACPI_ROWS_H
 #define KIVO_KERNELS_ACPI_ROWS_H
 
@@ -56,7 +60,7 @@ KIVO_INLINE typename Samples::Vector GreenBlock(const Samples &s, const Column &
   const Lanes gradientH = Abs(left - right) + Abs(laplaceH);
   const Lanes sumV = ((up + down) << 1) + laplaceV;
   const Lanes sumH = ((left + right) << 1) + laplaceH;
-  return s.Merge(Calmer(gradientV, sumV, gradientH, sumH) >> 3, right);
+  return s.Merge(s.Eighth(Calmer(gradientV, sumV, gradientH, sumH)), right);
 }
 
 // Pointers to one column of the green rows above, of, and below the row being made.
@@ -100,11 +104,9 @@ KIVO_INLINE Colours<Samples> ColourBlock(const Samples &s, const Column &sAt, co
   const Lanes gradientNW = Abs(nw - se) + Abs(laplaceNW);
   const Lanes sumNE = ((ne + sw) << 1) + laplaceNE;
   const Lanes sumNW = ((nw + se) << 1) + laplaceNW;
-  Lanes diagonal = Calmer(gradientNE, sumNE, gradientNW, sumNW) >> 3;
+  Lanes diagonal = s.Eighth(Calmer(gradientNE, sumNE, gradientNW, sumNW));
   if constexpr (bRoundTie) {
-    // Half up, truncated toward zero, low bits kept: a tie outside the samples' range wraps.
-    const Lanes sum = sumNE + sumNW + 4;
-    const Lanes tie = s.Wrap((sum + ((sum >> (8 * sizeof(Lanes{}[0]) - 1)) & 7)) >> 3);
+    const Lanes tie = s.RoundedTie(sumNE + sumNW);
     const Lanes notGreater = SelectGreater(gradientNE, gradientNW, diagonal, tie);
     diagonal = SelectGreater(gradientNW, gradientNE, diagonal, notGreater);
   }
@@ -205,18 +207,17 @@ void MakeGreens(const Adaptive<Samples, Means> &a, size_t y) {
   if (s.bRightEdge) PlainGreen(a, y, s.uiWidth - 2);
 }
 
-// A vector that is stored as it is: two halves of words are stored one after the other.
-template <Output eOut, bool bStream, class Vector>
-KIVO_INLINE void StoreMade(uint8_t *p, ptrdiff_t iPlanePitch, bool bRowColourFirst, Vector row, Vector green,
-                           Vector other) {
-  const Vector first = bRowColourFirst ? row : other;
-  const Vector last = bRowColourFirst ? other : row;
+template <Output eOut, bool bStream, class Samples, class Vector = typename Samples::Vector>
+KIVO_INLINE void StoreMade(const Samples &s, uint8_t *p, ptrdiff_t iPlanePitch, bool bRowColourFirst,
+                           Vector row, Vector green, Vector other) {
   if constexpr (eOut == c_ePlanes) {
-    Store(p, first);
+    Store(p + (bRowColourFirst ? 0 : 2 * iPlanePitch), row);
     Store(p + iPlanePitch, green);
-    Store(p + 2 * iPlanePitch, last);
+    Store(p + (bRowColourFirst ? 2 * iPlanePitch : 0), other);
   } else {
-    StorePixels<eOut, bStream>(p, first, green, last);
+    const U8 rowBytes = s.Reduce(row), otherBytes = s.Reduce(other);
+    StorePixels<eOut, bStream>(p, bRowColourFirst ? rowBytes : otherBytes, s.Reduce(green),
+                               bRowColourFirst ? otherBytes : rowBytes);
   }
 }
 
@@ -257,7 +258,7 @@ KIVO_INLINE void StreamRow(const Adaptive<Samples, Means> &a, size_t y) {
       Store(aucOther + (u - uiPlaneStart), c.other);
     });
     const auto StoreAt = [&]<bool bStream>(uint8_t *p, size_t u) {
-      StoreMade<eOut, bStream>(p, 0, bRowColourFirst, Load<U8>(aucRow + (u - uiPlaneStart)),
+      StoreMade<eOut, bStream>(a.sSamples, p, 0, bRowColourFirst, Load<U8>(aucRow + (u - uiPlaneStart)),
                                Load<U8>(a.Green(y, u)), Load<U8>(aucOther + (u - uiPlaneStart)));
     };
     const auto Ordinary = [&](size_t uiStop) {
@@ -294,10 +295,10 @@ KIVO_INLINE void MakeRow(const Adaptive<Samples, Means> &a, size_t y) {
         ColourBlock<bRoundTie>(a.sSamples, sCopy.Take(s, y, sAll.uiFirst), a.Greens(y, sAll.uiFirst));
     uint8_t *const p = s.Out(y) + sAll.uiFirst * c_uiPixel;
     if constexpr (eOut == c_ePlanes) {
-      StoreMade<eOut, false>(p, s.iPlanePitch, bRowColourFirst, c.row, c.green, c.other);
+      StoreMade<eOut, false>(a.sSamples, p, s.iPlanePitch, bRowColourFirst, c.row, c.green, c.other);
     } else {
       uint8_t auc[Samples::c_uiBlock * c_uiPixel];
-      StoreMade<eOut, false>(auc, 0, bRowColourFirst, c.row, c.green, c.other);
+      StoreMade<eOut, false>(a.sSamples, auc, 0, bRowColourFirst, c.row, c.green, c.other);
       memcpy(p, auc, (sAll.uiEnd - sAll.uiFirst) * c_uiPixel);
     }
   } else if constexpr (bStream) {
@@ -305,8 +306,8 @@ KIVO_INLINE void MakeRow(const Adaptive<Samples, Means> &a, size_t y) {
   } else {
     ForVectors<Samples::c_uiBlock>(sAll.uiFirst, sAll.uiEnd, [&](size_t x) {
       const auto c = ColourBlock<bRoundTie>(a.sSamples, a.At(y, x), a.Greens(y, x));
-      StoreMade<eOut, false>(s.Out(y) + x * c_uiPixel, s.iPlanePitch, bRowColourFirst, c.row, c.green,
-                             c.other);
+      StoreMade<eOut, false>(a.sSamples, s.Out(y) + x * c_uiPixel, s.iPlanePitch, bRowColourFirst, c.row,
+                             c.green, c.other);
     });
   }
 }

@@ -26,6 +26,10 @@ namespace {
 struct WordRow {
   U16 low, high;
 };
+KIVO_INLINE void Store(uint8_t *p, WordRow v) {
+  Store(p, v.low);
+  Store(p + c_uiVec, v.high);
+}
 
 template <Output eOut, bool bStream>
 KIVO_INLINE void StoreColours(uint8_t *p, ptrdiff_t, U8 first, U8 green, U8 last) {
@@ -35,8 +39,7 @@ template <Output eOut, bool bStream>
 KIVO_INLINE void StoreColours(uint8_t *p, ptrdiff_t iPlanePitch, WordRow first, WordRow green, WordRow last) {
   const WordRow aRows[] = {first, green, last};
   for (const WordRow &v : aRows) {
-    Store(p, v.low);
-    Store(p + c_uiVec, v.high);
+    Store(p, v);
     p += iPlanePitch;
   }
 }

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-// Both demosaics of 16-bit samples to planes of words, at the samples' own depth.
+// Both demosaics of 16-bit samples to planes of words, at the samples' own depth; the adaptive one of few
+// bits also straight to pixels.
 #include "kernels/acpi_rows.h"
+#ifdef KIVO_TARGET_Avx512
+#include "kernels/acpi_walk.h"
+#endif
 #include "kernels/bayer16_means.h"
 #include "simd/frame_kernels.h"
 #include "simd/vec_as.h"
@@ -27,16 +31,116 @@ struct WordSamples {
     return SelectGreater(positive, top, top, positive);
   }
   KIVO_INLINE U16 Merge(I32 even, I32 odd) const { return As<U16>(Clamp(even) | Clamp(odd) << 16); }
-  KIVO_INLINE I32 Wrap(I32 v) const { return v & iTop; }
+  KIVO_INLINE static I32 Eighth(I32 sum) { return sum >> 3; }
+  KIVO_INLINE I32 RoundedTie(I32 sum) const {
+    sum += 4;
+    return ((sum + ((sum >> 31) & 7)) >> 3) & iTop;
+  }
 };
 
-// The plain means around them, of the same bits.
-struct DepthMeans : ExactMeans<uint16_t> {
+// The first or the second words of the pairs of two vectors, which take turns in the result. The halves of
+// two results are made of them in the same way.
+KIVO_INLINE I16 FirstOfPairs(U16 a, U16 b) {
+  return reinterpret_cast<I16>((reinterpret_cast<U32>(a) & 0xFFFF) | reinterpret_cast<U32>(b) << 16);
+}
+KIVO_INLINE I16 SecondOfPairs(U16 a, U16 b) {
+  return reinterpret_cast<I16>(reinterpret_cast<U32>(a) >> 16 | (reinterpret_cast<U32>(b) & 0xFFFF0000));
+}
+
+// Up to 12 bits, lanes of 16 hold what matters: a gradient is at most 3 * 4095, and the sum of two Y, between
+// -4 * 4095 and 12 * 4095, is known from its lower 16 bits. Less its least value it is positive.
+struct SlimSamples {
+  using Vector = WordRow;
+  using Lanes = I16;
+  static constexpr size_t c_uiSampleBytes = 2;
+  static constexpr size_t c_uiBlock = c_uiVec;
+  static constexpr int c_iLeast = -0x4000;
+
   uint16_t usTop;
+  unsigned uiShift;  // of what is stored as bytes
+
+  KIVO_INLINE static WordRow Load(const uint8_t *p) {
+    return {KIVO_TARGET::Load<U16>(p), KIVO_TARGET::Load<U16>(p + c_uiVec)};
+  }
+  KIVO_INLINE WordRow Take(const uint8_t *p) const {
+    const WordRow s = Load(p);
+    return {s.low & usTop, s.high & usTop};
+  }
+  KIVO_INLINE static I16 Even(WordRow s) { return FirstOfPairs(s.low, s.high); }
+  KIVO_INLINE static I16 Odd(WordRow s) { return SecondOfPairs(s.low, s.high); }
+  KIVO_INLINE I16 Clamp(I16 v) const {
+    const I16 top = Splat<I16>(usTop);
+    const I16 positive = SelectGreater(v, I16{}, v, I16{});
+    return SelectGreater(positive, top, top, positive);
+  }
+  KIVO_INLINE WordRow Merge(I16 even, I16 odd) const {
+    const U16 e = reinterpret_cast<U16>(Clamp(even)), o = reinterpret_cast<U16>(Clamp(odd));
+    return {reinterpret_cast<U16>(FirstOfPairs(e, o)), reinterpret_cast<U16>(SecondOfPairs(e, o))};
+  }
+  KIVO_INLINE static U16 Positive(I16 sum) { return reinterpret_cast<U16>(sum) - Splat<U16>(c_iLeast); }
+  KIVO_INLINE static I16 Eighth(I16 sum) {
+    return reinterpret_cast<I16>((Positive(sum) >> 3) + Splat<U16>(c_iLeast / 8));
+  }
+  KIVO_INLINE I16 RoundedTie(I16 sum) const {
+    const U16 v = Positive(sum + 4);
+    const U16 negative = ((v >> 14) - 1) >> 13;  // 7 where the sum is, else 0
+    return reinterpret_cast<I16>((((v + negative) >> 3) + Splat<U16>(c_iLeast / 8)) & usTop);
+  }
+  KIVO_INLINE U8 Reduce(WordRow s) const {
+    return PackLow(ShiftRight(s.low, uiShift), ShiftRight(s.high, uiShift));
+  }
+};
+
+#ifdef KIVO_TARGET_Avx512
+
+struct WalkedWords : SlimSamples {
+  I16 shift, shift2, shift3;  // of results: by uiShift and the logarithm of what they are sums of
+
+  KIVO_INLINE explicit WalkedWords(const SlimSamples &s)
+      : SlimSamples(s),
+        shift(Splat<I16>(static_cast<int>(s.uiShift))),
+        shift2(shift + 2),
+        shift3(shift + 3) {}
+
+  static constexpr size_t Lane(size_t k) { return k < c_uiVec / 4 ? 2 * k : 2 * k - c_uiVec / 2 + 1; }
+  KIVO_INLINE Halves Split(U16 low, U16 high) const {
+    const I16 top = Splat<I16>(usTop);
+    return {FirstOfPairs(low, high) & top, SecondOfPairs(low, high) & top};
+  }
+  KIVO_INLINE Halves Split(const uint8_t *p) const {
+    return Split(Pin(KIVO_TARGET::Load<U16>(p)), Pin(KIVO_TARGET::Load<U16>(p + c_uiVec)));
+  }
+  KIVO_INLINE Halves Split(const uint8_t *p, uint64_t uiInside) const {
+    return Split(LoadSomeWords(p, static_cast<uint32_t>(uiInside)),
+                 LoadSomeWords(p + c_uiVec, static_cast<uint32_t>(uiInside >> 32)));
+  }
+  KIVO_INLINE I16 Own(I16 v) const { return v >> shift; }
+  KIVO_INLINE I16 Quarter(I16 sum) const { return sum >> shift2; }
+  KIVO_INLINE I16 Diagonal(I16 sum) const {
+    return reinterpret_cast<I16>(Positive(sum) >> reinterpret_cast<U16>(shift3)) +
+           Splat<I16>(c_iLeast / 8 >> uiShift);
+  }
+  KIVO_INLINE I16 Tie(I16 sum) const { return Own(RoundedTie(sum)); }
+  KIVO_INLINE static U8 Pack(I16 sites, I16 greens) { return PackSatBy16(sites, greens); }
+  KIVO_INLINE U8 Clamp(I16 &green, I16 other) const {
+    green = SlimSamples::Clamp(green);
+    return Pack(Own(green), Own(other));
+  }
+};
+
+#endif
+
+// The plain means around them, of the same bits.
+template <class Channel>
+struct DepthMeans : ExactMeans<Channel> {
+  using Row = WordRow;
+  uint16_t usTop;
+
+  KIVO_INLINE DepthMeans(uint16_t us, unsigned uiBits) : ExactMeans<Channel>{{{uiBits}, {}}}, usTop(us) {}
 
   KIVO_INLINE uint32_t At(const uint8_t *pucRow, size_t x) const { return WordSample::At(pucRow, x) & usTop; }
   KIVO_INLINE Row LoadRow(const uint8_t *p) const {
-    const Row s = WordMeans::LoadRow(p);
+    const Row s = WordMeans<Channel>::LoadRow(p);
     return {s.low & usTop, s.high & usTop};
   }
 };
@@ -77,13 +181,32 @@ void Standard(const MosaicJob &sJob) {
 
 void Adaptive16(const MosaicJob &sJob) {
   const int32_t iTop = (1 << sJob.uiDepth) - 1;
-  ConvertAdaptive<c_ePlanes, false>(WordSamples{iTop}, DepthMeans{{{{0}, {}}}, static_cast<uint16_t>(iTop)},
-                                    Mosaic(sJob));
+  const auto usTop = static_cast<uint16_t>(iTop);
+  const DepthMeans<uint16_t> sMeans(usTop, 0);
+  if (sJob.uiDepth <= c_uiSlimDepth) {
+    ConvertAdaptive<c_ePlanes, false>(SlimSamples{usTop, 0}, sMeans, Mosaic(sJob));
+  } else {
+    ConvertAdaptive<c_ePlanes, false>(WordSamples{iTop}, sMeans, Mosaic(sJob));
+  }
+}
+
+template <Output eOut>
+void AdaptiveSlim(const MosaicJob &sJob) {
+  const auto usTop = static_cast<uint16_t>((1 << sJob.uiDepth) - 1);
+  const DepthMeans<uint8_t> sMeans(usTop, sJob.uiShift);
+  const SlimSamples sSamples = {usTop, sJob.uiShift};
+#ifdef KIVO_TARGET_Avx512
+  ConvertWalking<eOut>(WalkedWords(sSamples), sMeans, Mosaic(sJob));
+#else
+  ConvertAdaptive<eOut, false>(sSamples, sMeans, Mosaic(sJob));
+#endif
 }
 
 }  // namespace
 
-const MosaicPlanesKernels c_sMosaicPlanesKernels = {Standard<ExactMeans<uint16_t>>, Adaptive16,
-                                                    Standard<DoubledMeans>};
+const MosaicPlanesKernels c_sMosaicPlanesKernels = {Standard<ExactMeans<uint16_t>>,
+                                                    Adaptive16,
+                                                    Standard<DoubledMeans>,
+                                                    {AdaptiveSlim<c_eBGRA>, AdaptiveSlim<c_eBGR>}};
 
 }  // namespace Kivo::KIVO_TARGET

@@ -113,9 +113,12 @@ struct RangeKernels {
 };
 
 // Both demosaics of 16-bit samples to c_ePlanes, at the samples' own depth and without a shift. Doubled:
-// samples of at most 14 bits, standard means times two, floor(2 sum / count).
+// samples of at most 14 bits, standard means times two, floor(2 sum / count). The adaptive one of at most
+// c_uiSlimDepth bits also to pixels of bytes: the upper 8 bits, uiShift being the number of the others.
+constexpr unsigned c_uiSlimDepth = 12;
 struct MosaicPlanesKernels {
   MosaicKernel pfnStandard, pfnAdaptive, pfnDoubled;
+  MosaicKernel apfnAdaptiveSlim[c_uiOutputs];
 };
 
 // What becomes of a sample t of 15 bits: with d = t - usBlack, 0 at the least,

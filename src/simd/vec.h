@@ -56,6 +56,11 @@ KIVO_INLINE void Store(void *p, V v) {
   memcpy(p, &v, sizeof v);
 }
 
+// The line at p will be needed soon; it may be anywhere.
+KIVO_INLINE void Prefetch(const uint8_t *p) {
+  __builtin_prefetch(p);
+}
+
 template <class V>
 KIVO_INLINE V Splat(int i) {
   using Lane = __typeof__(V{}[0]);

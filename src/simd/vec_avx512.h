@@ -33,6 +33,14 @@ KIVO_INLINE void StreamFence() {
   _mm_sfence();
 }
 
+// Clamped sum and difference.
+KIVO_INLINE U8 AddSat(U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm512_adds_epu8(Raw(a), Raw(b)));
+}
+KIVO_INLINE U8 SubSat(U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm512_subs_epu8(Raw(a), Raw(b)));
+}
+
 KIVO_INLINE U8 Avg(U8 a, U8 b) {
   return reinterpret_cast<U8>(_mm512_avg_epu8(Raw(a), Raw(b)));
 }
@@ -67,6 +75,26 @@ KIVO_INLINE I16 SelectGreater(I16 x, I16 y, I16 a, I16 b) {
       _mm512_mask_blend_epi16(_mm512_cmpgt_epi16_mask(Raw(x), Raw(y)), Raw(b), Raw(a)));
 }
 
+// a where x = y, else b.
+KIVO_INLINE I16 SelectEqual(I16 x, I16 y, I16 a, I16 b) {
+  return reinterpret_cast<I16>(
+      _mm512_mask_blend_epi16(_mm512_cmpeq_epi16_mask(Raw(x), Raw(y)), Raw(b), Raw(a)));
+}
+
+// a in the lanes of the bits that are set, else b.
+KIVO_INLINE I16 SelectLanes(uint32_t uiBits, I16 a, I16 b) {
+  return reinterpret_cast<I16>(_mm512_mask_blend_epi16(uiBits, Raw(b), Raw(a)));
+}
+
+// The bytes of the bits that are set; no other is touched, and each gives 0.
+KIVO_INLINE U8 LoadSome(const uint8_t *p, uint64_t uiBits) {
+  return reinterpret_cast<U8>(_mm512_maskz_loadu_epi8(uiBits, p));
+}
+
+KIVO_INLINE U16 LoadSomeWords(const uint8_t *p, uint32_t uiBits) {
+  return reinterpret_cast<U16>(_mm512_maskz_loadu_epi16(uiBits, p));
+}
+
 // Low bytes of two word vectors, in order.
 KIVO_INLINE U8 PackLow(U16 a, U16 b) {
   static constexpr Table c_sLow = MakeTable([](size_t i) { return 2 * i; });
@@ -95,6 +123,11 @@ KIVO_INLINE U8 PackSatBy16(I16 a, I16 b) {
   return reinterpret_cast<U8>(_mm512_packus_epi16(Raw(a), Raw(b)));
 }
 
+// Of each 16 bytes the first 8 to words.
+KIVO_INLINE U16 WidenLowBy16(U8 v) {
+  return reinterpret_cast<U16>(_mm512_unpacklo_epi8(Raw(v), __m512i{}));
+}
+
 // Two word vectors clamped to bytes and interleaved: even, odd, even, odd.
 KIVO_INLINE U8 MergeSat(I16 even, I16 odd) {
   const __m512i v = _mm512_packus_epi16(Raw(even), Raw(odd));
@@ -120,6 +153,11 @@ KIVO_INLINE I32 MulAddPairs(I16 a, I16 b) {
 // The upper word of each product.
 KIVO_INLINE U16 MulHigh(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm512_mulhi_epu16(Raw(a), Raw(b)));
+}
+
+// Words by index.
+KIVO_INLINE U16 Lookup(U16 v, const Table &sIndex) {
+  return reinterpret_cast<U16>(_mm512_permutexvar_epi16(Raw(Load(sIndex)), Raw(v)));
 }
 
 // The words of three vectors by index; an index counts through all of them. Only those of the mask come from
@@ -248,37 +286,74 @@ KIVO_INLINE void StoreVec(uint8_t *p, __m512i v) {
   }
 }
 
-template <bool bStream>
-KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
+// Which byte of its plane a pixel is.
+struct InOrder {
+  static constexpr size_t Byte(size_t uiPixel) { return uiPixel; }
+};
+
+// A vector of pixels of uiPixelBytes bytes.
+template <size_t uiPixelBytes>
+struct Joined {
+  U8 av[uiPixelBytes];
+};
+
+template <class Place = InOrder>
+KIVO_INLINE Joined<4> JoinBGRA(U8 b, U8 g, U8 r) {
   // Four pixels a doubleword: sorted so that the in-lane unpacks below come out in memory order.
-  const __m512i order = _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15);
-  const __m512i vb = _mm512_permutexvar_epi32(order, Raw(b));
-  const __m512i vg = _mm512_permutexvar_epi32(order, Raw(g));
-  const __m512i vr = _mm512_permutexvar_epi32(order, Raw(r));
+  static constexpr Table c_s =
+      MakeTable([](size_t j) { return Place::Byte(j / 4 % 4 * 16 + j / 16 * 4 + j % 4); });
+  const __m512i vb = Raw(Lookup(b, Load(c_s)));
+  const __m512i vg = Raw(Lookup(g, Load(c_s)));
+  const __m512i vr = Raw(Lookup(r, Load(c_s)));
   const __m512i alpha = _mm512_set1_epi8(-1);
   const __m512i bgLow = _mm512_unpacklo_epi8(vb, vg);
   const __m512i bgHigh = _mm512_unpackhi_epi8(vb, vg);
   const __m512i raLow = _mm512_unpacklo_epi8(vr, alpha);
   const __m512i raHigh = _mm512_unpackhi_epi8(vr, alpha);
-  StoreVec<bStream>(p, _mm512_unpacklo_epi16(bgLow, raLow));
-  StoreVec<bStream>(p + 64, _mm512_unpackhi_epi16(bgLow, raLow));
-  StoreVec<bStream>(p + 128, _mm512_unpacklo_epi16(bgHigh, raHigh));
-  StoreVec<bStream>(p + 192, _mm512_unpackhi_epi16(bgHigh, raHigh));
+  return {{reinterpret_cast<U8>(_mm512_unpacklo_epi16(bgLow, raLow)),
+           reinterpret_cast<U8>(_mm512_unpackhi_epi16(bgLow, raLow)),
+           reinterpret_cast<U8>(_mm512_unpacklo_epi16(bgHigh, raHigh)),
+           reinterpret_cast<U8>(_mm512_unpackhi_epi16(bgHigh, raHigh))}};
 }
 
-template <bool bStream>
-KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
-  static constexpr Table c_sB = MakeTable([](size_t j) { return BgrSourcePixel(64, 0, j); });
-  static constexpr Table c_sG = MakeTable([](size_t j) { return BgrSourcePixel(64, 1, j); });
-  static constexpr Table c_sR = MakeTable([](size_t j) { return BgrSourcePixel(64, 2, j); });
+template <class Place = InOrder>
+KIVO_INLINE Joined<3> JoinBGR(U8 b, U8 g, U8 r) {
+  static constexpr Table c_sB = MakeTable([](size_t j) { return Place::Byte(BgrSourcePixel(64, 0, j)); });
+  static constexpr Table c_sG = MakeTable([](size_t j) { return Place::Byte(BgrSourcePixel(64, 1, j)); });
+  static constexpr Table c_sR = MakeTable([](size_t j) { return Place::Byte(BgrSourcePixel(64, 2, j)); });
   constexpr __mmask64 m1 = 0x2492492492492492u;  // j = 1 modulo 3
   constexpr __mmask64 m2 = 0x4924924924924924u;  // j = 2 modulo 3
   const __m512i vb = Raw(Lookup(b, Load(c_sB)));
   const __m512i vg = Raw(Lookup(g, Load(c_sG)));
   const __m512i vr = Raw(Lookup(r, Load(c_sR)));
-  StoreVec<bStream>(p, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vb, m1, vg), m2, vr));
-  StoreVec<bStream>(p + 64, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vg, m1, vr), m2, vb));
-  StoreVec<bStream>(p + 128, _mm512_mask_mov_epi8(_mm512_mask_mov_epi8(vr, m1, vb), m2, vg));
+  const auto mix = [](__m512i v0, __m512i v1, __m512i v2) {
+    return reinterpret_cast<U8>(_mm512_mask_mov_epi8(_mm512_mask_mov_epi8(v0, m1, v1), m2, v2));
+  };
+  return {{mix(vb, vg, vr), mix(vg, vr, vb), mix(vr, vb, vg)}};
+}
+
+template <bool bStream, size_t uiPixelBytes>
+KIVO_INLINE void StoreJoined(uint8_t *p, const Joined<uiPixelBytes> &s) {
+  for (size_t k = 0; k < uiPixelBytes; ++k) StoreVec<bStream>(p + k * c_uiVec, Raw(s.av[k]));
+}
+
+// The first uiBytes bytes of them.
+template <size_t uiPixelBytes>
+KIVO_INLINE void StoreSome(uint8_t *p, const Joined<uiPixelBytes> &s, size_t uiBytes) {
+  for (size_t k = 0; k < uiPixelBytes; ++k) {
+    const size_t n = uiBytes < k * c_uiVec ? 0 : uiBytes - k * c_uiVec;
+    const __mmask64 m = n < c_uiVec ? (__mmask64{1} << n) - 1 : ~__mmask64{0};
+    _mm512_mask_storeu_epi8(p + k * c_uiVec, m, Raw(s.av[k]));
+  }
+}
+
+template <bool bStream>
+KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
+  StoreJoined<bStream>(p, JoinBGRA(b, g, r));
+}
+template <bool bStream>
+KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
+  StoreJoined<bStream>(p, JoinBGR(b, g, r));
 }
 
 // The same for words.
