@@ -55,18 +55,10 @@ struct Pairs<Group422Wide> {
   static constexpr size_t c_uiVectorBytes = c_uiLanes * c_uiLaneBytes;
   static constexpr size_t c_uiReach = c_uiVectorBytes - 1;
 
-  static constexpr size_t Source(size_t j) { return j % c_uiLane / 4 * 5 + j % 4; }
-  static constexpr bool IsFirst(size_t j) { return j % c_uiLane / 4 * 5 + 3 < c_uiLane; }
+  static constexpr size_t Source(size_t j) { return j / 4 * 5 + j % 4; }
 
   KIVO_INLINE static U8 Fetch(const uint8_t *p) {
-    static constexpr Table c_sFirst = MakeTable([](size_t j) { return IsFirst(j) ? Source(j) : 0; });
-    static constexpr Table c_sLast =
-        MakeTable([](size_t j) { return IsFirst(j) ? 0 : Source(j) - c_uiSecond; });
-    static constexpr Table c_sMask = MakeTable([](size_t j) { return IsFirst(j) ? 255 : 0; });
-    const U8 first = Lookup(LoadLanes<c_uiLaneBytes>(p), Load(c_sFirst));
-    const U8 last = Lookup(LoadLanes<c_uiLaneBytes>(p + c_uiSecond), Load(c_sLast));
-    const U8 mask = Load(c_sMask);
-    return (first & mask) | (last & ~mask);
+    return Gather<Pairs>(LoadLanes<c_uiLaneBytes>(p), LoadLanes<c_uiLaneBytes>(p + c_uiSecond));
   }
 };
 

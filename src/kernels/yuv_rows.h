@@ -200,6 +200,22 @@ struct Pairs {
   }
 };
 
+// Lanes that draw on two loads: byte j of a lane is byte From::Source(j) of its source, which the first load
+// begins with and the second, From::c_uiSecond bytes further on, ends with.
+template <class From>
+KIVO_INLINE U8 Gather(U8 first, U8 second) {
+  constexpr auto c_isFirst = [](size_t j) { return From::Source(j % c_uiLane) < c_uiLane; };
+  static constexpr Table c_sFirst =
+      MakeTable([=](size_t j) { return c_isFirst(j) ? From::Source(j % c_uiLane) : 255; });
+  static constexpr Table c_sSecond =
+      MakeTable([=](size_t j) { return c_isFirst(j) ? 255 : From::Source(j % c_uiLane) - From::c_uiSecond; });
+  static constexpr Table c_sMask = MakeTable([=](size_t j) { return c_isFirst(j) ? 255 : 0; });
+  const U8 v0 = Lookup(first, Load(c_sFirst)), v1 = Lookup(second, Load(c_sSecond));
+  if constexpr (c_bLookupClears) return v0 | v1;
+  const U8 mask = Load(c_sMask);
+  return (v0 & mask) | (v1 & ~mask);
+}
+
 template <>
 struct Pairs<Group422> {
   static constexpr size_t c_uiVectorBytes = c_uiVec;
@@ -223,6 +239,53 @@ struct MatrixStep : GroupStep<Group, eOut> {
     const ChannelWords s1 =
         ConvertPairs(sMatrix, Pairs<Group>::Fetch(pucSrc + Pairs<Group>::c_uiVectorBytes));
     StorePixels<eOut, bStream>(pucDst, PackSat(s0.b, s1.b), PackSat(s0.g, s1.g), PackSat(s0.r, s1.r));
+  }
+};
+
+// Four pixels a group, by the matrix that takes luma as it is: chroma is computed once, cut to what it adds
+// and what it takes away, and meets the luma in bytes.
+template <class Group, Output eOut>
+requires(Group::c_uiPixels == 4) struct MatrixStep<Group, eOut, TablesMatrix, false>
+    : GroupStep<Group, eOut> {
+  static constexpr size_t c_uiItems = c_uiVec / 4;
+  static constexpr size_t c_uiSrcReach = c_uiVec / 4 * 6;
+  static constexpr size_t c_uiDstReach = c_uiVec * PixelBytes(eOut);
+  static constexpr bool c_bWholeVectors = true;
+  static constexpr size_t c_uiLaneBytes = c_uiLane / 4 * 6;
+
+  struct Luma {
+    static constexpr size_t c_uiSecond = c_uiLaneBytes - c_uiLane;
+    static constexpr size_t Source(size_t j) { return j / 4 * 6 + Group::c_auiY[j % 4]; }
+  };
+  // U ? V ? of each group.
+  struct Chroma {
+    static constexpr size_t c_uiSecond = Luma::c_uiSecond;
+    static constexpr size_t Source(size_t j) { return j / 4 * 6 + (j % 4 < 2 ? Group::c_uiU : Group::c_uiV); }
+  };
+
+  // What is in bytes uiFirst of the groups' pairs for all of their pixels; the parts to take away follow the
+  // parts to add by 8.
+  template <size_t uiFirst>
+  KIVO_INLINE static U8 Apply(U8 luma, U8 parts) {
+    static constexpr Table c_sMore = MakeTable([](size_t j) { return Index(j) + uiFirst; });
+    static constexpr Table c_sLess = MakeTable([](size_t j) { return Index(j) + uiFirst + 8; });
+    return SubSat(AddSat(luma, Lookup(parts, Load(c_sMore))), Lookup(parts, Load(c_sLess)));
+  }
+  static constexpr size_t Index(size_t j) {
+    const size_t uiGroup = j % c_uiLane / 4;
+    return uiGroup / 4 * 16 + uiGroup % 4 * 2;
+  }
+
+  template <bool bStream>
+  KIVO_INLINE void Do(uint8_t *pucDst, const uint8_t *pucSrc) const {
+    const U8 first = LoadLanes<c_uiLaneBytes>(pucSrc);
+    const U8 second = LoadLanes<c_uiLaneBytes>(pucSrc + Luma::c_uiSecond);
+    const U8 luma = Gather<Luma>(first, second);
+    const Terms s = TablesMatrix::Of(Gather<Chroma>(first, second));
+    const I16 green = reinterpret_cast<I16>(s.green), lessGreen = reinterpret_cast<I16>(-s.green);
+    const U8 blueRed = PackSatBy16(s.blueRed, -s.blueRed), greens = PackSatBy16(green, lessGreen);
+    StorePixels<eOut, bStream>(pucDst, Apply<0>(luma, blueRed), Apply<0>(luma, greens),
+                               Apply<1>(luma, blueRed));
   }
 };
 

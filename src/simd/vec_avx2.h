@@ -33,6 +33,14 @@ KIVO_INLINE void StreamFence() {
   _mm_sfence();
 }
 
+// Clamped sum and difference.
+KIVO_INLINE U8 AddSat(U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm256_adds_epu8(Raw(a), Raw(b)));
+}
+KIVO_INLINE U8 SubSat(U8 a, U8 b) {
+  return reinterpret_cast<U8>(_mm256_subs_epu8(Raw(a), Raw(b)));
+}
+
 KIVO_INLINE U8 Avg(U8 a, U8 b) {
   return reinterpret_cast<U8>(_mm256_avg_epu8(Raw(a), Raw(b)));
 }

@@ -35,6 +35,14 @@ KIVO_INLINE void Stream(void *p, U8 v) {
 }
 KIVO_INLINE void StreamFence() {}
 
+// Clamped sum and difference.
+KIVO_INLINE U8 AddSat(U8 a, U8 b) {
+  return reinterpret_cast<U8>(vqaddq_u8(Raw(a), Raw(b)));
+}
+KIVO_INLINE U8 SubSat(U8 a, U8 b) {
+  return reinterpret_cast<U8>(vqsubq_u8(Raw(a), Raw(b)));
+}
+
 KIVO_INLINE U8 Avg(U8 a, U8 b) {
   return reinterpret_cast<U8>(vrhaddq_u8(Raw(a), Raw(b)));
 }
