@@ -140,8 +140,10 @@ Parsed ParseOptions(int argc, char **argv, const char *summary, Options &options
 
 std::vector<Setting> Settings(const Options &options, bool huge) {
   if (options.size) return {{*options.size, false}, {*options.size, true}};
-  std::vector<Setting> settings{
-      {{640, 480}, false}, {{1920, 1080}, false}, {{1920, 1080}, true}, {{5472, 3648}, false}};
+  // Besides the four common sizes, cameras of 5 and 12 megapixels, around which streaming begins to pay.
+  std::vector<Setting> settings{{{640, 480}, false},   {{640, 480}, true},    {{1920, 1080}, false},
+                                {{1920, 1080}, true},  {{2592, 1944}, false}, {{4096, 3072}, false},
+                                {{5472, 3648}, false}, {{5472, 3648}, true}};
   if (huge && !options.quick) settings.push_back({{10240, 7680}, false});
   return settings;
 }

@@ -43,6 +43,15 @@ if grep -q '"target": "Avx512"' "$results/best.json"; then
   set -- "$@" "$results/avx2.json"
 fi
 
+echo "== cold frames with streaming stores"
+"$build/bench/bench_convert" $quick --stores=streaming --filter='/1920x1080/cold' --json="$results/streamed.json"
+set -- "$@" --streamed "$results/streamed.json"
+if [ -f "$results/avx2.json" ]; then
+  "$build/bench/bench_convert" $quick --stores=streaming --target=Avx2 --filter='/1920x1080/cold' \
+    --json="$results/streamed2.json"
+  set -- "$@" "$results/streamed2.json"
+fi
+
 echo "== ordinary and streaming stores"
 "$build/bench/bench_convert" $quick --with-read --json="$results/read.json"
 set -- "$@" --read "$results/read.json"
