@@ -63,7 +63,8 @@ Picture decodeBmp(PictureFile &file) {
     const std::uint64_t line = signedHeight < 0 ? y : height - 1 - y;
     const std::uint8_t *from = rows.data() + line * row;
     for (std::uint32_t x = 0; x < picture.width; ++x) {
-      const std::uint8_t *bgr = bits == 8 ? palette + std::size_t{4} * from[x] : from + std::size_t{x} * (bits / 8);
+      const std::uint8_t *bgr =
+          bits == 8 ? palette + std::size_t{4} * from[x] : from + std::size_t{x} * (bits / 8);
       std::uint8_t *to = picture.pixel(x, y);
       to[0] = bgr[2];
       to[1] = bgr[1];
