@@ -23,7 +23,7 @@ struct ByteSamples {
   KIVO_INLINE static U8 Merge(I16 even, I16 odd) { return MergeSat(even, odd); }
   KIVO_INLINE static I16 Eighth(I16 sum) { return sum >> 3; }
   KIVO_INLINE static I16 RoundedTie(I16 sum) {
-    sum += 4;
+    sum = sum + 4;
     return ((sum + ((sum >> 15) & 7)) >> 3) & 0xFF;
   }
   KIVO_INLINE static U8 Reduce(U8 v) { return v; }

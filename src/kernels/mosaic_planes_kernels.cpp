@@ -33,7 +33,7 @@ struct WordSamples {
   KIVO_INLINE U16 Merge(I32 even, I32 odd) const { return As<U16>(Clamp(even) | Clamp(odd) << 16); }
   KIVO_INLINE static I32 Eighth(I32 sum) { return sum >> 3; }
   KIVO_INLINE I32 RoundedTie(I32 sum) const {
-    sum += 4;
+    sum = sum + 4;
     return ((sum + ((sum >> 31) & 7)) >> 3) & iTop;
   }
 };
@@ -41,10 +41,10 @@ struct WordSamples {
 // The first or the second words of the pairs of two vectors, which take turns in the result. The halves of
 // two results are made of them in the same way.
 KIVO_INLINE I16 FirstOfPairs(U16 a, U16 b) {
-  return reinterpret_cast<I16>((reinterpret_cast<U32>(a) & 0xFFFF) | reinterpret_cast<U32>(b) << 16);
+  return As<I16>((As<U32>(a) & 0xFFFF) | As<U32>(b) << 16);
 }
 KIVO_INLINE I16 SecondOfPairs(U16 a, U16 b) {
-  return reinterpret_cast<I16>(reinterpret_cast<U32>(a) >> 16 | (reinterpret_cast<U32>(b) & 0xFFFF0000));
+  return As<I16>(As<U32>(a) >> 16 | (As<U32>(b) & 0xFFFF0000));
 }
 
 // Up to 12 bits, lanes of 16 hold what matters: a gradient is at most 3 * 4095, and the sum of two Y, between
@@ -74,17 +74,17 @@ struct SlimSamples {
     return SelectGreater(positive, top, top, positive);
   }
   KIVO_INLINE WordRow Merge(I16 even, I16 odd) const {
-    const U16 e = reinterpret_cast<U16>(Clamp(even)), o = reinterpret_cast<U16>(Clamp(odd));
-    return {reinterpret_cast<U16>(FirstOfPairs(e, o)), reinterpret_cast<U16>(SecondOfPairs(e, o))};
+    const U16 e = As<U16>(Clamp(even)), o = As<U16>(Clamp(odd));
+    return {As<U16>(FirstOfPairs(e, o)), As<U16>(SecondOfPairs(e, o))};
   }
-  KIVO_INLINE static U16 Positive(I16 sum) { return reinterpret_cast<U16>(sum) - Splat<U16>(c_iLeast); }
+  KIVO_INLINE static U16 Positive(I16 sum) { return As<U16>(sum) - Splat<U16>(c_iLeast); }
   KIVO_INLINE static I16 Eighth(I16 sum) {
-    return reinterpret_cast<I16>((Positive(sum) >> 3) + Splat<U16>(c_iLeast / 8));
+    return As<I16>((Positive(sum) >> 3) + Splat<U16>(c_iLeast / 8));
   }
   KIVO_INLINE I16 RoundedTie(I16 sum) const {
     const U16 v = Positive(sum + 4);
     const U16 negative = ((v >> 14) - 1) >> 13;  // 7 where the sum is, else 0
-    return reinterpret_cast<I16>((((v + negative) >> 3) + Splat<U16>(c_iLeast / 8)) & usTop);
+    return As<I16>((((v + negative) >> 3) + Splat<U16>(c_iLeast / 8)) & usTop);
   }
   KIVO_INLINE U8 Reduce(WordRow s) const {
     return PackLow(ShiftRight(s.low, uiShift), ShiftRight(s.high, uiShift));
@@ -117,7 +117,7 @@ struct WalkedWords : SlimSamples {
   KIVO_INLINE I16 Own(I16 v) const { return v >> shift; }
   KIVO_INLINE I16 Quarter(I16 sum) const { return sum >> shift2; }
   KIVO_INLINE I16 Diagonal(I16 sum) const {
-    return reinterpret_cast<I16>(Positive(sum) >> reinterpret_cast<U16>(shift3)) +
+    return As<I16>(Positive(sum) >> As<U16>(shift3)) +
            Splat<I16>(c_iLeast / 8 >> uiShift);
   }
   KIVO_INLINE I16 Tie(I16 sum) const { return Own(RoundedTie(sum)); }

@@ -172,7 +172,7 @@ void Standards() {
     StandardBlock<c_eBGRA>("bayer16 exact, shift " + std::to_string(uiShift),
                            ExactMeans<uint8_t>{{{uiShift}, {}}}, uiShift, 8, 0xFFFF);
   StandardBlock<c_ePlanes>("bayer16 planes", ExactMeans<uint16_t>{{{0}, {}}}, 0, 16, 0xFFFF);
-  StandardBlock<c_ePlanes>("bayer16 planes of 12 bits", DepthMeans{{{{0}, {}}}, 4095}, 0, 16, 4095);
+  StandardBlock<c_ePlanes>("bayer16 planes of 12 bits", DepthMeans<uint16_t>(4095, 0), 0, 16, 4095);
 }
 
 // KivoFrame.h, ACPI: of a direction with its two samples and its Laplacian, the gradient and the estimate.
@@ -215,6 +215,15 @@ void Rounding() {
   Write("claim", "of sums", TakeDefinitions() + "(assert (not " + same.text + "))\n");
 }
 
+const Term &LaneOf(const WordRow &s, size_t i) {
+  constexpr size_t c_uiHalf = c_uiVec / 2;
+  return i < c_uiHalf ? s.low.at[i] : s.high.at[i - c_uiHalf];
+}
+template <class Vector>
+const Term &LaneOf(const Vector &v, size_t i) {
+  return v.at[i];
+}
+
 // The pixels of a vector that begins at a red or blue site, column 4 of row 2 of five.
 template <class Samples>
 void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop, const char *pszKind) {
@@ -237,12 +246,12 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
     for (size_t i = 0; i < c_uiBlock; ++i) {
       const size_t x = 4 + i;
       if (i % 2 != 0) {
-        Claim("lane " + std::to_string(i) + ", kept", green.at[i], S(2, x), pszKind);
+        Claim("lane " + std::to_string(i) + ", kept", LaneOf(green, i), S(2, x), pszKind);
         continue;
       }
       const Direction h(S(2, x - 1), S(2, x + 1), Twice(S(2, x)) - S(2, x - 2) - S(2, x + 2));
       const Direction v(S(1, x), S(3, x), Twice(S(2, x)) - S(0, x) - S(4, x));
-      ClaimChoice("lane " + std::to_string(i) + ", made", green.at[i], PlainClamp(PlainChoice(h, v), uiTop),
+      ClaimChoice("lane " + std::to_string(i) + ", made", LaneOf(green, i), PlainClamp(PlainChoice(h, v), uiTop),
                   pszKind, h, v);
     }
   }
@@ -265,17 +274,17 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
     for (size_t i = 0; i < c_uiBlock; ++i) {
       const size_t x = 4 + i;
       const std::string lane = "lane " + std::to_string(i);
-      Claim(lane + ", green", made.green.at[i], G(2, x), pszKind);
+      Claim(lane + ", green", LaneOf(made.green, i), G(2, x), pszKind);
       if (i % 2 != 0) {
         const auto Along = [&](const Whole &a, const Whole &b, const Whole &ga, const Whole &gb) {
           return PlainClamp(Floor(Twice(a + b + G(2, x)) - ga - gb, 2), uiTop);
         };
-        Claim(lane + ", of the row", made.row.at[i],
+        Claim(lane + ", of the row", LaneOf(made.row, i),
               Along(S(2, x - 1), S(2, x + 1), G(2, x - 1), G(2, x + 1)), pszKind);
-        Claim(lane + ", other", made.other.at[i], Along(S(1, x), S(3, x), G(1, x), G(3, x)), pszKind);
+        Claim(lane + ", other", LaneOf(made.other, i), Along(S(1, x), S(3, x), G(1, x), G(3, x)), pszKind);
         continue;
       }
-      Claim(lane + ", own", made.row.at[i], S(2, x), pszKind);
+      Claim(lane + ", own", LaneOf(made.row, i), S(2, x), pszKind);
       const Direction d(S(1, x + 1), S(3, x - 1), Twice(G(2, x)) - G(1, x + 1) - G(3, x - 1));
       const Direction e(S(1, x - 1), S(3, x + 1), Twice(G(2, x)) - G(1, x - 1) - G(3, x + 1));
       Whole plain = PlainClamp(PlainChoice(d, e), uiTop);
@@ -285,7 +294,7 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
         const Whole towardZero = EighthTowardZero(t);
         plain = If(Compared(d.gradient, e.gradient, false, false), Low(towardZero, uiTop), plain);
       }
-      ClaimChoice(lane + ", third", made.other.at[i], plain, pszKind, d, e);
+      ClaimChoice(lane + ", third", LaneOf(made.other, i), plain, pszKind, d, e);
     }
   };
   Colours.template operator()<false>();
@@ -310,9 +319,14 @@ int main() {
   Adaptives("acpi8", ByteSamples(), 255, "claim");
   Adaptives("acpi8, scaled", BrokenSamples(), 255, "broken");
   for (const unsigned depth : {10u, 12u, 14u, 16u}) {
-    const int top = (1 << depth) - 1;
-    Adaptives("acpi16 of " + std::to_string(depth) + " bits", WordSamples{top}, static_cast<unsigned>(top),
-              "claim");
+    const unsigned top = (1u << depth) - 1;
+    const std::string name = "acpi16 of " + std::to_string(depth) + " bits";
+    if (depth <= Kivo::c_uiSlimDepth)
+      Adaptives(name, SlimSamples{static_cast<uint16_t>(top), 0}, top, "claim");
+    else
+      Adaptives(name, WordSamples{static_cast<int>(top)}, top, "claim");
   }
+  // One bit more than the lanes hold.
+  Adaptives("acpi16 of 13 bits in lanes of 16", SlimSamples{8191, 0}, 8191, "broken");
   return std::fflush(stdout) == 0 ? 0 : 1;
 }
