@@ -4,8 +4,8 @@
 # The strict set is clean with g++ 12 and clang 14; CAMUTL_STRICT makes it binding.
 function(kivo_warnings target)
   target_compile_options(${target} PRIVATE
-    -Wall -Wextra -Wpedantic -Wshadow -Wcast-qual -Wconversion -Wsign-conversion -Wnon-virtual-dtor
-    -Woverloaded-virtual -Wformat=2 -Wundef)
+    -Wall -Wextra -Wpedantic -Wshadow -Wcast-qual -Wconversion -Wsign-conversion -Wformat=2 -Wundef
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>)
   if(CAMUTL_STRICT)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -78,9 +78,7 @@ struct SlimSamples {
     return {As<U16>(FirstOfPairs(e, o)), As<U16>(SecondOfPairs(e, o))};
   }
   KIVO_INLINE static U16 Positive(I16 sum) { return As<U16>(sum) - Splat<U16>(c_iLeast); }
-  KIVO_INLINE static I16 Eighth(I16 sum) {
-    return As<I16>((Positive(sum) >> 3) + Splat<U16>(c_iLeast / 8));
-  }
+  KIVO_INLINE static I16 Eighth(I16 sum) { return As<I16>((Positive(sum) >> 3) + Splat<U16>(c_iLeast / 8)); }
   KIVO_INLINE I16 RoundedTie(I16 sum) const {
     const U16 v = Positive(sum + 4);
     const U16 negative = ((v >> 14) - 1) >> 13;  // 7 where the sum is, else 0
@@ -117,8 +115,7 @@ struct WalkedWords : SlimSamples {
   KIVO_INLINE I16 Own(I16 v) const { return v >> shift; }
   KIVO_INLINE I16 Quarter(I16 sum) const { return sum >> shift2; }
   KIVO_INLINE I16 Diagonal(I16 sum) const {
-    return As<I16>(Positive(sum) >> As<U16>(shift3)) +
-           Splat<I16>(c_iLeast / 8 >> uiShift);
+    return As<I16>(Positive(sum) >> As<U16>(shift3)) + Splat<I16>(c_iLeast / 8 >> uiShift);
   }
   KIVO_INLINE I16 Tie(I16 sum) const { return Own(RoundedTie(sum)); }
   KIVO_INLINE static U8 Pack(I16 sites, I16 greens) { return PackSatBy16(sites, greens); }

@@ -251,8 +251,8 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
       }
       const Direction h(S(2, x - 1), S(2, x + 1), Twice(S(2, x)) - S(2, x - 2) - S(2, x + 2));
       const Direction v(S(1, x), S(3, x), Twice(S(2, x)) - S(0, x) - S(4, x));
-      ClaimChoice("lane " + std::to_string(i) + ", made", LaneOf(green, i), PlainClamp(PlainChoice(h, v), uiTop),
-                  pszKind, h, v);
+      ClaimChoice("lane " + std::to_string(i) + ", made", LaneOf(green, i),
+                  PlainClamp(PlainChoice(h, v), uiTop), pszKind, h, v);
     }
   }
   const auto Colours = [&]<bool bRoundTie>() {
