@@ -198,4 +198,18 @@ fails 3 "'': cannot be written: No such file or directory" import good.rwh '' --
 name=$(printf 'two\nlines')
 fails 2 'two\x0alines: cannot be opened: No such file or directory' convert "$name" out.png
 
+# A name that says another format than is written is a slip.
+other='is called like another format than is written,'
+cp good.rwh named.rwh
+ok scene named.png --size 160x160
+fails 1 "out.bmp: $other png" convert named.rwh out.bmp --to png
+fails 1 "out.rwh: is called like a raw frame, not like a picture" convert named.rwh out.rwh --to png
+fails 1 "out.raw: $other png" convert named.rwh out.raw --to png
+fails 1 "out.html: $other ppm" scene out.html --to ppm
+fails 1 "out.png: $other samples without a header" mosaic named.png out.png --format Mono8
+fails 1 "out.raw: $other rwh" mosaic named.png out.raw --format Mono8 --to rwh
+fails 1 "out.rwh: $other samples without a header" mosaic named.png out.rwh --format Mono8 --to raw
+fails 1 "out.raw: $other rwh" import named.rwh out.raw --format Mono8 --size 4x4 --offset 16
+fails 1 "out.png: $other html" report named.rwh -o out.png
+
 finish

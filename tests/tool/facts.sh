@@ -6,21 +6,34 @@
 # A 4 x 2 frame of 12 bits in RG order, with samples at 0, at 4095 and above it:
 #   R 0, Gr 4095, R 2, Gr 1 / Gb 5000, B 7, Gb 3, B 4
 bytes 000 000 377 017 002 000 001 000 210 023 007 000 003 000 004 000 >frame.raw
-ok import frame.raw frame.rwh --format BayerRG12 --size 4x2
+checks=$((checks + 1))
+doubt='frame.raw: samples above 4095, the largest of 12 bits: 1 of 8, up to 5000; a format of 13 bits holds them'
+"$kivocam" import frame.raw frame.rwh --format BayerRG12 --size 4x2 2>stderr || fail "import: $(cat stderr)"
+[ "$(cat stderr)" = "kivocam: $doubt" ] || fail "import says '$(cat stderr)'"
+"$kivocam" convert frame.raw frame.png --format BayerRG12 --size 4x2 2>stderr || fail "convert: $(cat stderr)"
+[ "$(cat stderr)" = "kivocam: $doubt" ] || fail "convert says '$(cat stderr)'"
+ok convert frame.rwh frame.png --json --quiet && says '"doubt": "samples above 4095, '
+ok convert frame.rwh frame.png --quiet
+# Words of the other byte order.
+bytes 000 012 000 002 000 003 000 000 >big.raw
+"$kivocam" convert big.raw big.pgm --format Mono10 --size 4x1 2>stderr
+[ "$(cat stderr)" = 'kivocam: big.raw: samples above 1023, the largest of 10 bits: 1 of 4, up to 2560; none is with --swap-bytes' ] ||
+  fail "big-endian words: '$(cat stderr)'"
+ok convert big.raw big.pgm --format Mono10 --size 4x1 --swap-bytes
 ok info frame.rwh
 says '^  format     BayerRG12 \(0x01100011\)$'
 says '^  size       4 x 2 pixels, 8 bytes a row$'
 says '^  file       32 bytes, as the header says$'
-says '^  R +0 +2 +1\.00 +50\.00% +0\.00% +0\.00%$'
-says '^  Gr +1 +4095 +2048\.00 +0\.00% +50\.00% +0\.00%$'
-says '^  Gb +3 +5000 +2501\.50 +0\.00% +0\.00% +50\.00%$'
-says '^  B +4 +7 +5\.50 +0\.00% +0\.00% +0\.00%$'
+says '^  R +0 +2 +1\.00 +50\.00% +0\.00% +50\.00% +0\.00%$'
+says '^  Gr +1 +4095 +2048\.00 +0\.00% +50\.00% +50\.00% +0\.00%$'
+says '^  Gb +3 +5000 +2501\.50 +0\.00% +0\.00% +50\.00% +50\.00%$'
+says '^  B +4 +7 +5\.50 +0\.00% +0\.00% +50\.00% +0\.00%$'
 ok info frame.raw --format BayerGR12 --size 4x2
 says '^  file       16 bytes, headerless$'
 says '^  Gr +0 +2 '
 says '^  B +3 +5000 '
 ok info --json frame.rwh
-says '^\{"file": "frame.rwh", "kind": "rwh", "format": "BayerRG12", "code": "0x01100011", "depth": 12, "width": 4, "height": 2, "row_bytes": 8, "file_bytes": 32, "bin_width": 64, "samples": \{"R": \{"min": 0, "max": 2, "mean": 1.0000, "zero": 0.500000, "clipped": 0.000000, "above": 0.000000, "histogram": \[2, 0, 0, .*\]\}, '
+says '^\{"file": "frame.rwh", "path": "/.*/frame.rwh", "kind": "rwh", "format": "BayerRG12", "code": "0x01100011", "depth": 12, "width": 4, "height": 2, "row_bytes": 8, "file_bytes": 32, "unused_bytes": 0, "bin_width": 64, "samples": \{"R": \{"min": 0, "max": 2, "mean": 1.0000, "zero": 0.500000, "clipped": 0.000000, "at_max": 0.500000, "above": 0.000000, "histogram": \[2, 0, 0, .*\]\}, '
 says '"Gr": .*"histogram": \[1, 0, .*, 0, 1\]\}, "Gb": .*"histogram": \[1, 0, .*, 0, 1\]\}, "B": '
 
 # The header of a bad file is shown, then judged; the other files are told all the same.
@@ -63,7 +76,7 @@ says '^  grey +564 +3018 +1791\.00 '
 says '^  size       2 x 1 pixels, 3 bytes a row$'
 "$kivocam" info --json cut.rwh frame.rwh >stdout 2>stderr
 says '^\{"file": "cut.rwh", "error": "cut.rwh: is not a whole RWH file: it holds 20 bytes, its header says 32"\}$'
-says '^\{"file": "frame.rwh", "kind": "rwh"'
+says '^\{"file": "frame.rwh", "path": "[^"]*", "kind": "rwh"'
 
 # Which sample of a YUV group is which.
 bytes 001 012 013 002 014 015 >yuv.raw

@@ -13,6 +13,7 @@
 #include "files/interrupt.h"
 #include "files/output_file.h"
 #include "frames/develop.h"
+#include "frames/doubts.h"
 #include "pictures/whole_picture.h"
 #include "words/failure.h"
 #include "words/numbers.h"
@@ -126,6 +127,7 @@ class Converter {
     RawInput input = loadInput(from);
     outcome.bytes = input.fileBytes;
     outcome.ignoredBytes = input.ignoredBytes;
+    if (!options_.quiet || options_.json) outcome.doubt = doubtOf(input);
     const std::string subject = inputName(job.input);
     Developed developed(std::move(input), treatment_, type_, subject);
     developed.convert(pool());
@@ -156,6 +158,10 @@ class Converter {
   kivo::Pool pool_;
 };
 
+std::string doubtNote(const Job &job, const Outcome &outcome) {
+  return "kivocam: " + oneLine(inputName(job.input)) + ": " + outcome.doubt;
+}
+
 Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &job) {
   BatchResult result;
   const auto start = std::chrono::steady_clock::now();
@@ -173,6 +179,8 @@ Exit convertOne(Converter &converter, const ConvertOptions &options, const Job &
     finish(outcome);
     if (outcome.ignoredBytes != 0 && !options.quiet)
       std::fprintf(stderr, "%s\n", ignoredNote(job.input, outcome.ignoredBytes).c_str());
+    if (!outcome.doubt.empty() && !options.quiet)
+      std::fprintf(stderr, "%s\n", doubtNote(job, outcome).c_str());
     if (outcome.colour && converter.looksAtColours() && !options.quiet && !options.json)
       std::fprintf(stderr, "kivocam: %s: %s\n", oneLine(inputName(job.input)).c_str(),
                    wordsOf(*outcome.colour).c_str());
@@ -191,11 +199,15 @@ Exit convertAll(Converter &converter, const ConvertOptions &options, const FileL
   Counts counts;
   counts.total = list.jobs.size() + list.unreadable.size();
   counts.failed = list.unreadable.size();
-  bool noted = false;
+  bool noted = false, doubted = false;
   const auto report = [&](const Job &job, const Outcome &outcome) {
     const std::string facts = lineOf(options, true, job, outcome);
     if (!facts.empty()) progress.line(facts, stdout);
     // What is true of one file of an archive is true of all: one line is enough.
+    if (!outcome.doubt.empty() && !doubted && !options.quiet) {
+      progress.line(doubtNote(job, outcome));
+      doubted = true;
+    }
     if (outcome.ignoredBytes == 0 || noted || options.quiet) return;
     progress.line(ignoredNote(job.input, outcome.ignoredBytes));
     noted = true;

@@ -23,6 +23,7 @@ std::string lineOf(const ConvertOptions &options, bool several, const Job &job, 
     if (!outcome.conversion.empty())
       line += printed(", \"conversion\": \"%s\", \"milliseconds\": %.3f", outcome.conversion.c_str(),
                       outcome.milliseconds);
+    if (!outcome.doubt.empty()) line += ", \"doubt\": " + jsonString(outcome.doubt);
     if (outcome.colour) line += ", \"colour\": " + jsonOf(*outcome.colour);
     line += ", \"error\": " + (outcome.error.empty() ? "null" : jsonString(outcome.error)) + "}";
     return line;

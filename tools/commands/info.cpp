@@ -34,7 +34,13 @@ void printFileFacts(const FileFacts &facts) {
     verdict = "headerless";
   else if (facts.fileBytes == facts.expectedBytes)
     verdict = "as the header says";
+  if (facts.unusedBytes == kUncounted)
+    verdict += "; more behind the frame";
+  else if (facts.unusedBytes != 0)
+    verdict += printed("; %" PRIu64 " unused behind the frame", facts.unusedBytes);
   std::printf("  file       %" PRIu64 " bytes, %s\n", facts.fileBytes, verdict.c_str());
+  const std::string path = fullPath(facts.file);
+  if (!path.empty()) std::printf("  path       %s\n", oneLine(path).c_str());
 }
 
 // Eight heights of a bar; blocks where the reader is a terminal that can show them.
@@ -48,10 +54,10 @@ const char *const *shades() {
 }
 
 void printComponents(const Statistics &statistics) {
-  std::printf("  samples    min    max      mean     at 0  clipped    above\n");
+  std::printf("  samples    min    max      mean     at 0  clipped   at max    above\n");
   for (const Component &c : statistics.components)
-    std::printf("  %-6s  %6" PRIu32 " %6" PRIu32 " %9.2f  %6.2f%%  %6.2f%%  %6.2f%%\n", c.name, c.least,
-                c.most, c.mean, 100 * c.zero, 100 * c.clipped, 100 * c.above);
+    std::printf("  %-6s  %6" PRIu32 " %6" PRIu32 " %9.2f  %6.2f%%  %6.2f%%  %6.2f%%  %6.2f%%\n", c.name,
+                c.least, c.most, c.mean, 100 * c.zero, 100 * c.clipped, 100 * c.atMost, 100 * c.above);
   std::printf("  histogram  0 to %" PRIu32 ", heights by the square root\n", statistics.top);
   const char *const *shade = shades();
   for (const Component &c : statistics.components) {

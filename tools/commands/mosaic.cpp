@@ -29,6 +29,7 @@ void runMosaic(const MosaicOptions &options) {
     throw Failure(Exit::Usage, "--to", "'" + options.to + "' is not rwh or raw");
   const kivo::Format &format = parseFormat(options.format, "--format");
   const bool rwh = isRwh(options.output, options.to);
+  checkOutputName(options.output, rwh ? "rwh" : "");
   refuseSameFile(options.picture, options.output);
   const Picture picture = loadPicture(options.picture);
   const kivo::Frame frame = makeFrame(picture, format, options.exposure, inputName(options.picture));

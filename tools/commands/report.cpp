@@ -179,6 +179,7 @@ std::string jsonLine(const ReportEntry &entry) {
 }  // namespace
 
 Exit runReport(const ReportOptions &options) {
+  checkOutputName(options.output, "html");
   checkInputOptions(options.input);
   if (options.output == "-" && options.json)
     throw Failure(Exit::Usage, "--json", "does not go with a page on standard output");

@@ -94,11 +94,12 @@ std::string histogramOf(const Statistics &statistics) {
 
 std::string samplesTable(const Statistics &statistics) {
   std::string text =
-      "<table class=\"samples\"><thead><tr><th>samples<th>min<th>max<th>mean<th>at 0<th>clipped<th>above</thead><tbody>";
+      "<table class=\"samples\"><thead><tr><th>samples<th>min<th>max<th>mean<th>at 0<th>clipped<th>at max<th>above</thead><tbody>";
   for (const Component &c : statistics.components)
     text += printed("<tr><th><i class=\"%s\"></i>%s<td>%" PRIu32 "<td>%" PRIu32 "<td>%.1f<td>",
                     styleOf(c.name), c.name, c.least, c.most, c.mean) +
-            percent(c.zero) + "<td>" + percent(c.clipped) + "<td>" + percent(c.above);
+            percent(c.zero) + "<td>" + percent(c.clipped) + "<td>" + percent(c.atMost) + "<td>" +
+            percent(c.above);
   return text + "</tbody></table>";
 }
 

@@ -26,6 +26,7 @@ struct Outcome {
   std::uint32_t width = 0;
   std::uint32_t height = 0;
   std::uint64_t ignoredBytes = 0;
+  std::string doubt;  // of its samples; empty if there is none
   // Where it was asked for.
   std::string conversion;
   std::optional<kivo::Colour> colour;

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <mutex>
 #include <set>
+#include <utility>
 
 #include "words/failure.h"
 #include "words/text.h"
@@ -228,6 +229,22 @@ void OutputFile::commit() {
 std::unique_ptr<ByteSink> openOutput(const std::string &path, const OutputRules &rules) {
   if (path == "-") return std::make_unique<StandardOutput>();
   return std::make_unique<OutputFile>(path, rules);
+}
+
+void checkOutputName(const std::string &path, const std::string &written) {
+  static const std::pair<const char *, const char *> kNames[] = {
+      {"png", "png"},   {"ppm", "ppm"},   {"pgm", "pgm"}, {"bmp", "bmp"}, {"tif", "tiff"},
+      {"tiff", "tiff"}, {"dng", "dng"},   {"rwh", "rwh"}, {"raw", ""},    {"bin", ""},
+      {"dat", ""},      {"html", "html"}, {"htm", "html"}};
+  std::string extension = std::filesystem::path(path).extension().string();
+  if (extension.empty()) return;
+  extension.erase(0, 1);
+  for (const auto &name : kNames) {
+    if (!sameName(extension, name.first) || name.second == written) continue;
+    throw Failure(Exit::Usage, path,
+                  "is called like another format than is written, " +
+                      (written.empty() ? "samples without a header" : written));
+  }
 }
 
 }  // namespace tool

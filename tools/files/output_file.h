@@ -10,6 +10,10 @@
 
 namespace tool {
 
+// Refuses a name that says another format than is written. `written` is the extension of that, empty for
+// headerless samples; "-" and names of no format of ours are fine.
+void checkOutputName(const std::string &path, const std::string &written);
+
 // What may become of a file that an output would replace.
 struct OutputRules {
   bool force = false;      // a read-only one is replaced, too

@@ -120,7 +120,13 @@ Rows Developed::rows() const {
   const std::size_t row = image_.rowBytes, samples = row / 2;
   const bool grey = options_.pixels == kivo::Pixels::Gray8 || options_.pixels == kivo::Pixels::Gray16;
   const bool wide = options_.pixels == kivo::Pixels::Gray16 || options_.pixels == kivo::Pixels::Rgb16;
-  Rows rows{image_.width, image_.height, grey ? 1U : 3U, wide ? 16U : 8U, {}};
+  Rows rows{image_.width, image_.height, grey ? 1U : 3U, wide ? 16U : 8U, 0, {}};
+  // A PNM file tells what white is. Samples above what the format can have make it the largest of all.
+  if (wide && options_.levels == kivo::Levels::Own && type_ != PictureType::Png) {
+    const kivo::Result<kivo::Range> range = kivo::sampleRange(input_.view(), options_);
+    const std::uint32_t top = (1U << format().plain_depth) - 1;
+    if (range && range->high <= top) rows.most = top;
+  }
   rows.row = [this, wide, samples](std::uint32_t y, std::uint8_t *space) -> const std::uint8_t * {
     const std::uint8_t *from = image_.row(y);
     if (!wide) return from;

@@ -82,6 +82,7 @@ Component summarise(const char *name, const Counts &counts, const Statistics &st
   component.mean = sum / all;
   component.zero = static_cast<double>(counts[0]) / all;
   component.clipped = static_cast<double>(counts[statistics.top]) / all;
+  component.atMost = static_cast<double>(counts[component.most]) / all;
   component.above = static_cast<double>(above) / all;
   return component;
 }

@@ -22,6 +22,7 @@ struct Component {
   // Shares of all samples, 0 to 1.
   double zero = 0;
   double clipped = 0;  // at the top of the nominal range
+  double atMost = 0;   // at the largest that occurs: where a sensor saturates below its format
   double above = 0;    // above it: the converters let these wrap
   // Samples per bar. What is above the nominal range counts in the last one.
   std::array<std::uint64_t, kBins> histogram{};

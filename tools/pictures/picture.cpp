@@ -28,17 +28,21 @@ void checkPictureSize(const std::string &path, std::uint64_t width, std::uint64_
 }
 
 PictureType pictureType(const std::string &path, const std::string &to, bool canBeGrey) {
+  static const std::pair<const char *, PictureType> kTypes[] = {
+      {"png", PictureType::Png}, {"ppm", PictureType::Ppm},   {"pgm", PictureType::Pgm},
+      {"bmp", PictureType::Bmp}, {"tiff", PictureType::Tiff}, {"tif", PictureType::Tiff},
+      {"dng", PictureType::Dng}};
   std::string name = to;
   if (name.empty()) {
     name = std::filesystem::path(path).extension().string();
     if (!name.empty()) name.erase(0, 1);
   }
-  if (sameName(name, "png")) return PictureType::Png;
-  if (sameName(name, "ppm")) return PictureType::Ppm;
-  if (canBeGrey && sameName(name, "pgm")) return PictureType::Pgm;
-  if (sameName(name, "bmp")) return PictureType::Bmp;
-  if (sameName(name, "tiff") || sameName(name, "tif")) return PictureType::Tiff;
-  if (canBeGrey && sameName(name, "dng")) return PictureType::Dng;
+  for (const auto &[extension, type] : kTypes) {
+    if (!sameName(name, extension)) continue;
+    if (!canBeGrey && (type == PictureType::Pgm || type == PictureType::Dng)) break;
+    checkOutputName(path, type == PictureType::Tiff ? "tiff" : extension);
+    return type;
+  }
   const std::string types = canBeGrey ? "png, ppm, pgm, bmp, tiff or dng" : "png, ppm, bmp or tiff";
   if (to.empty() && path == "-") throw Failure(Exit::Usage, "standard output", "has no extension: say --to");
   if (!to.empty()) throw Failure(Exit::Usage, "--to", "'" + to + "' is not " + types);
@@ -79,8 +83,9 @@ kivo::Image imageOf(const Picture &picture) {
 }  // namespace
 
 Rows rowsOf(const Picture &picture) {
-  return {picture.width, picture.height, 3, 8,
-          [&picture](std::uint32_t y, std::uint8_t *) { return picture.pixel(0, y); }};
+  return {picture.width, picture.height, 3, 8, 0, [&picture](std::uint32_t y, std::uint8_t *) {
+            return picture.pixel(0, y);
+          }};
 }
 
 void savePicture(const Picture &picture, const std::string &path, PictureType type,

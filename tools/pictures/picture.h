@@ -59,6 +59,7 @@ struct Rows {
   std::uint32_t height = 0;
   unsigned channels = 3;  // 1 or 3
   unsigned bits = 8;      // 8 or 16
+  unsigned most = 0;      // the value of white; 0: all bits set
   // Row y, either in memory of its own or in `space`, which has room for a row.
   std::function<const std::uint8_t *(std::uint32_t y, std::uint8_t *space)> row;
 

@@ -94,8 +94,9 @@ Picture decodePnm(PictureFile &file, Depth depth) {
 }
 
 void encodePnm(const Rows &rows, ByteSink &sink) {
-  const std::string header = printed("P%c\n%" PRIu32 " %" PRIu32 "\n%u\n", rows.channels == 1 ? '5' : '6',
-                                     rows.width, rows.height, (1U << rows.bits) - 1);
+  const std::string header =
+      printed("P%c\n%" PRIu32 " %" PRIu32 "\n%u\n", rows.channels == 1 ? '5' : '6', rows.width, rows.height,
+              rows.most == 0 ? (1U << rows.bits) - 1 : rows.most);
   sink.write(header.data(), header.size());
   std::vector<std::uint8_t> space(rows.rowBytes());
   for (std::uint32_t y = 0; y < rows.height; ++y) sink.write(rows.row(y, space.data()), space.size());
