@@ -651,6 +651,10 @@ typedef enum kivo_balance {
  * Suggests kivo_colour::black, the same for all colours: what a thousandth of the samples of the darkest
  * colour do not exceed, at most a sixteenth of full scale. A scene without anything black has that far above
  * what the sensor says in the dark: ask the camera first.
+ *
+ * @param plan    The plan.
+ * @param frame   The frame.
+ * @param colour  [in, out] The settings; no other field changes, none on failure.
  */
 KIVO_API kivo_status kivo_auto_black(const kivo_plan *plan, const kivo_frame *frame,
                                      kivo_colour *colour) KIVO_NOEXCEPT;
@@ -660,7 +664,10 @@ KIVO_API kivo_status kivo_auto_black(const kivo_plan *plan, const kivo_frame *fr
  * have a sample above 63/64 of full scale or hardly above black are left out; all gains are 1 where there are
  * less than 16 others, and for grey frames.
  *
+ * @param plan     The plan.
+ * @param frame    The frame.
  * @param balance  A kivo_balance.
+ * @param colour   [in, out] The settings; no other field changes, none on failure.
  */
 KIVO_API kivo_status kivo_auto_balance(const kivo_plan *plan, const kivo_frame *frame, uint32_t balance,
                                        kivo_colour *colour) KIVO_NOEXCEPT;

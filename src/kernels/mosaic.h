@@ -149,8 +149,11 @@ void ConvertPixelwise(const Means &sMeans, const Mosaic &s) {
       ++uiCount;
     }
   };
+  // Columns of an apron are another part's.
+  const size_t uiBegin = s.bLeftEdge ? 0 : c_uiBayerApron;
+  const size_t uiEnd = s.uiWidth - (s.bRightEdge ? 0 : c_uiBayerApron);
   for (size_t y = s.uiFirst; y < s.End(); ++y) {
-    for (size_t x = 0; x < s.uiWidth; ++x) {
+    for (size_t x = uiBegin; x < uiEnd; ++x) {
       Neighbours sHorizontal, sVertical, sCross, sDiagonal;
       for (size_t v = y == 0 ? 0 : y - 1; v <= y + 1 && v < s.uiHeight; ++v) {
         for (size_t u = x == 0 ? 0 : x - 1; u <= x + 1 && u < s.uiWidth; ++u) {

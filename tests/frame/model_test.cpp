@@ -188,6 +188,7 @@ void Large(Judge &judge) {
   for (unsigned i = 0; i < (judge.quick() ? 2u : 60u); ++i) {
     some(format(), 8193 + judge.random().Below(400), 2 + judge.random().Below(5), 8);
     some(format(), 16385 + judge.random().Below(4000), 2 + judge.random().Below(3), 8);
+    some(format(), 2047 + judge.random().Below(9000), 1, 8);
     some(format(), 1 + judge.random().Below(5), 500 + judge.random().Below(3000), 8);
   }
 }

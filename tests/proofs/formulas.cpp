@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "kernels/acpi8_kernels.cpp"
@@ -237,7 +238,7 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
   const auto ColumnOf = [](const Picture &s) {
     return Column{s.At(0, 4), s.At(1, 4), s.At(2, 4), s.At(3, 4), s.At(4, 4)};
   };
-  Whole::s_uiBits = 16 * c_uiBytes;
+  Whole::s_uiBits = std::is_same_v<Samples, SlimSamples> ? 18 : 16 * c_uiBytes;
   {
     const Picture s = Begin();
     const auto green = GreenBlock(sSamples, ColumnOf(s));
