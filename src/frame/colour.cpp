@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "frame/colour.h"
 
+#include <cmath>
 #include <cstring>
 
 namespace Kivo {
@@ -21,7 +22,7 @@ bool Within(double d, double dLeast, double dMost) noexcept {
 }
 
 std::int32_t Round(double d) noexcept {
-  return d < 0 ? -static_cast<std::int32_t>(0.5 - d) : static_cast<std::int32_t>(d + 0.5);
+  return static_cast<std::int32_t>(d < 0 ? -std::floor(0.5 - d) : std::floor(d + 0.5));
 }
 
 // x^p for x from 0 to 1 and p above 0, by series, in operations whose results are the same everywhere. The
@@ -31,7 +32,10 @@ double Power(double dX, double dP) noexcept {
   if (dX >= 1) return 1;
   constexpr double c_dLn2 = 0.693147180559945309417;
   int iExponent = 0;
-  for (; dX < 0.70710678118654752; dX *= 2) --iExponent;
+  while (dX < 0.70710678118654752) {
+    dX *= 2;
+    --iExponent;
+  }
   // ln x = 2 artanh((x - 1) / (x + 1))
   const double dZ = (dX - 1) / (dX + 1);
   double dSum = 0;
@@ -170,7 +174,7 @@ GainSite MakeGain(double dBlack, double dGain, double dLow, double dHigh, unsign
 
 void MakeMatrix(const double (&adMatrix)[9], std::int16_t (&aasRows)[3][3]) noexcept {
   for (unsigned y = 0; y < 3; ++y) {
-    const double *const pd = adMatrix + 3 * y;
+    const double *const pd = adMatrix + std::size_t{3} * y;
     std::int32_t aiRow[3];
     for (unsigned x = 0; x < 3; ++x) aiRow[x] = Round(pd[x] * c_iUnit);
     aiRow[y] += Round((pd[0] + pd[1] + pd[2]) * c_iUnit) - (aiRow[0] + aiRow[1] + aiRow[2]);

@@ -131,7 +131,7 @@ class Collector {
     std::memcpy(&us, puc + 2 * i, 2);
     return us;
   }
-  std::size_t PixelBytes() const noexcept { return m_s.psFormat->plain_bytes * m_uiChannels; }
+  std::size_t PixelBytes() const noexcept { return std::size_t{m_s.psFormat->plain_bytes} * m_uiChannels; }
 
   const kivo_plan &m_s;
   const Source m_sSource;
@@ -189,7 +189,7 @@ void Usable(const Places &sPlaces, const double (&adBlack)[4], unsigned uiDepth,
     float afl[c_eSites];
     bool bUsable = true;
     for (unsigned k = 0; k < c_eSites; ++k) {
-      afl[k] = sPlaces.as[i].aus[k] - aflBlack[k];
+      afl[k] = static_cast<float>(sPlaces.as[i].aus[k]) - aflBlack[k];
       bUsable = bUsable && afl[k] > aflLeast[k] && sPlaces.as[i].aus[k] <= dClipped;
     }
     if (bUsable)

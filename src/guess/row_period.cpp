@@ -93,6 +93,7 @@ std::vector<std::uint64_t> RowPeriods(const File &sFile, std::size_t uiMost) {
             [](const Peak &a, const Peak &b) { return a.fHeight > b.fHeight; });
   if (asPeaks.size() > uiMost) asPeaks.resize(uiMost);
   std::vector<std::uint64_t> aui;
+  aui.reserve(asPeaks.size());
   for (const Peak &s : asPeaks) aui.push_back(s.uiAt);
   return aui;
 }

@@ -80,7 +80,7 @@ class Curve {
   // Byte uiByte of what is at a piece: those of the knots, then those of the steps.
   KIVO_INLINE U8 Bytes(const U8 (&aNear)[4], unsigned uiByte) const {
     U8 v{};
-    for (unsigned k = 0; k < 4; ++k) v |= LookupNear(aNear[k], LoadLanes<0>(m_s.aaucBytes[uiByte] + 16 * k));
+    for (size_t k = 0; k < 4; ++k) v |= LookupNear(aNear[k], LoadLanes<0>(m_s.aaucBytes[uiByte] + 16 * k));
     return v;
   }
 

@@ -50,7 +50,7 @@ __attribute__((constructor)) static void Start(void) {
 }
 
 /* By the system alone: what is called here must not be counted. */
-static void Record(const char *format, ...) {
+__attribute__((format(printf, 1, 2))) static void Record(const char *format, ...) {
   if (s_log < 0) return;
   char line[2 * c_uiNameRoom];
   va_list arguments;

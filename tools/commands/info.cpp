@@ -48,7 +48,7 @@ const char *const *shades() {
   static const char *const blocks[] = {" ",      "\u2581", "\u2582", "\u2583", "\u2584",
                                        "\u2585", "\u2586", "\u2587", "\u2588"};
   static const char *const plain[] = {" ", ".", ":", "-", "=", "+", "*", "#", "@"};
-  std::setlocale(LC_CTYPE, "");
+  static_cast<void>(std::setlocale(LC_CTYPE, ""));
   const bool unicode = ::isatty(STDOUT_FILENO) != 0 && std::strcmp(::nl_langinfo(CODESET), "UTF-8") == 0;
   return unicode ? blocks : plain;
 }

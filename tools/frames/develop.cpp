@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <cinttypes>
+#include <cmath>
 #include <utility>
 
 #include "words/failure.h"
@@ -110,7 +111,7 @@ std::string Developed::conversionName() const {
   static const char *const kPixels[] = {"BGRA8",  "BGR8",  "RGBA8",  "RGB8",  "Gray8",
                                         "BGRA16", "BGR16", "RGBA16", "RGB16", "Gray16"};
   static const char *const kBayer[] = {"standard", "acpi", "best", "off", "half"};
-  const std::string pixels = kPixels[static_cast<std::size_t>(options_.pixels)];
+  std::string pixels = kPixels[static_cast<std::size_t>(options_.pixels)];
   if (format().family != KIVO_BAYER) return pixels;
   return kBayer[static_cast<std::size_t>(plan().bayer())] + ("/" + pixels);
 }
@@ -149,7 +150,7 @@ DngFacts Developed::dngFacts() const {
   const kivo::Plan made = plan();
   const kivo_frame frame = {input_.frame.data.data(), input_.frame.data.size(), input_.frame.stride};
   if (kivo_auto_black(made.c(), &frame, &colour) == KIVO_OK)
-    facts.black = static_cast<std::uint32_t>(colour.black[1] + 0.5);
+    facts.black = static_cast<std::uint32_t>(std::lround(colour.black[1]));
   if (format().family != KIVO_BAYER) return facts;
   if (kivo_auto_balance(made.c(), &frame, KIVO_BALANCE_MEDIAN, &colour) == KIVO_OK)
     for (std::size_t i = 0; i < 3; ++i) facts.neutral[i] = 1 / colour.gain[i];
