@@ -221,7 +221,7 @@ bool MakeStages(const kivo_options &o, kivo_plan &s) noexcept {
     s.pucTable.reset(new (std::nothrow) std::uint8_t[uiEntries]);
     if (s.pucTable == nullptr) return false;
     const std::uint64_t uiSpan = o.range_high > o.range_low ? o.range_high - o.range_low : 0;
-    for (std::uint64_t i = 0; i < uiEntries; ++i) {
+    for (std::size_t i = 0; i < uiEntries; ++i) {
       s.pucTable[i] = i <= o.range_low ? std::uint8_t{0}
                       : i >= o.range_high || uiSpan == 0
                           ? std::uint8_t{255}
