@@ -20,14 +20,19 @@ if command -v unprocessed_raw >warnings; then
       tail -c 154560 "$format.dng.pgm" | od -An -v -tu1 -w2 | awk '{ printf " %3d\n", 256 * $1 + $2 }' >found
       cmp samples found || fail "$format: libraw has other samples"
     else
-      same "$format.pgm" "$format.dng.pgm"
+      # It says of all that 65535 is white.
+      tail -c 154560 "$format.pgm" >samples
+      tail -c 154560 "$format.dng.pgm" >found
+      same samples found
     fi
   done
   # The order of what is cut out or mirrored is that of its own samples.
   ok convert BayerGB10.rwh part.dng --crop 101x64+3+5 --mirror
   ok convert BayerGB10.rwh part.pgm --crop 101x64+3+5 --mirror --raw
   unprocessed_raw -q part.dng >warnings 2>&1
-  same part.pgm part.dng.pgm
+  tail -c $((2 * 101 * 64)) part.pgm >samples
+  tail -c $((2 * 101 * 64)) part.dng.pgm >found
+  same samples found
   checks=$((checks + 1))
   raw-identify -v part.dng | grep -q 'Filter pattern: GRBGGRBG' || fail "part.dng: $(raw-identify -v part.dng | grep Filter)"
 else
