@@ -41,8 +41,8 @@ function(kivo_kernels family source)
     kivo_library_properties(${object})
     target_compile_definitions(${object} PRIVATE KIVO_TARGET=${target} KIVO_TARGET_${target}=1)
     # Kernels throw nothing and name no unwinder; their vector types cross no interface, so how they would be passed
-    # does not matter.
-    target_compile_options(${object} PRIVATE ${KIVO_FLAGS_${target}} -fno-exceptions -Wno-psabi)
+    # does not matter. Sums in narrow lanes may wrap: what is read of them is what their lower bits tell.
+    target_compile_options(${object} PRIVATE ${KIVO_FLAGS_${target}} -fno-exceptions -fwrapv -Wno-psabi)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND target STREQUAL "Avx512")
       # g++ 12 reports its own AVX-512 header for using undefined vectors on purpose.
       target_compile_options(${object} PRIVATE -Wno-maybe-uninitialized -Wno-uninitialized)
