@@ -67,4 +67,4 @@ while read -r name code bits; do
   checked=$((checked + 1))
 done <../names.txt
 echo "$checked formats"
-test "$checked" -eq 54
+test "$checked" -eq 90
