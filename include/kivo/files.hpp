@@ -154,8 +154,7 @@ class WholeFile {
   bool readOnlyForOwner_ = false;
 };
 
-/** Writes a file of so many bytes with a C writer. Those do not report a full disk: what counts is what
- * arrived. */
+/** Writes a file of so many bytes with a C writer. Those do not report a full disk: what arrived counts. */
 template <class Save>
 Errc saveWhole(const char *path, std::uint64_t bytes, Save save) noexcept {
   WholeFile file;
@@ -225,8 +224,7 @@ inline Errc check(const RwhInfo &info) noexcept {
   return info.expectedBytes() - 16 > 0xFFFFFFFFU ? Errc::TooLarge : Errc::Ok;
 }
 
-/** Reads a file that check() accepts, whatever happens to it or to its name meanwhile. Padding becomes a
- * stride. */
+/** Reads a file that check() accepts, whatever becomes of it meanwhile. Padding becomes a stride. */
 inline Result<Frame> loadRwh(const char *path) noexcept {
   detail::FileHandle file;
   RwhInfo info;
