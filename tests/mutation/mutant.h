@@ -1,5 +1,6 @@
 /* SPDX-License-Identifier: Apache-2.0
- * Read before every source of a build with mutants: which one of them is alive, and which ones a program came by.
+ * Read before every source of a build with mutants: which one of them is alive, and which ones a program came
+ * by.
  */
 #pragma once
 #ifdef __cplusplus
@@ -21,7 +22,8 @@ struct Notes {
     const char *folder = getenv("KIVO_REACHED");
     if (folder == nullptr) return;
     char name[4096];
-    snprintf(name, sizeof name, "%s/%ld.%p", folder, static_cast<long>(getpid()), static_cast<const void *>(this));
+    snprintf(name, sizeof name, "%s/%ld.%p", folder, static_cast<long>(getpid()),
+             static_cast<const void *>(this));
     FILE *const file = fopen(name, "w");
     if (file == nullptr) return;
     for (unsigned i = 0; i < sizeof reached; ++i) {

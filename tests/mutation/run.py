@@ -351,8 +351,6 @@ def main():
                 out.flush()
                 if result["result"] != "killed":
                     say(f"{result['result']}: {result['line']}: {result['key']}")
-                if len(results) % 50 == 0:
-                    say(f"{len(results)} of {len(numbered)}")
     return report(results, numbered, known)
 
 
