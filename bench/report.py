@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""Turns the results of bench_convert and bench_peers into docs/performance.md and a chart.
+"""Turns the results of bench_convert, bench_peers and bench_plans into docs/performance.md and a chart.
 
-Usage: report.py --convert FILE... [--streamed FILE...] [--peers FILE] [--read FILE] --out DIRECTORY [--command TEXT]
+Usage: report.py --convert FILE... [--streamed FILE...] [--peers FILE] [--plans FILE...] [--read FILE] --out DIRECTORY
+                 [--command TEXT]
 """
 
 import argparse
@@ -82,6 +83,19 @@ AIMS = {
 # The aims of a comparison with other libraries at 1920x1080 warm; elsewhere no peer is to be ahead. Nine tenths of the
 # roofline are enough.
 PEER_AIMS = {"bayer8": 4.0, "bayer16": 4.0, "acpi8": 2.2}
+
+# What a plan is to reach beside another, as a pattern of its row, the target (any if empty), the sizes and the ratio.
+PLAN_SIZES = ("640x480", "1920x1080", "5472x3648")
+PLAN_AIMS = [
+    ("padded", "", PLAN_SIZES, 0.95),
+    ("mirrored|flipped|cropped", "", PLAN_SIZES, 0.87),
+    ("of the same in words", "Avx2", PLAN_SIZES, 0.74),
+    ("BayerRG12 by ACPI", "", PLAN_SIZES, 0.7),
+    ("half size", "", PLAN_SIZES, 2.0),
+    ("RGB10p|YUV422_8|YCbCr422_8", "", PLAN_SIZES, 0.8),
+    ("BayerRG8, two threads", "", ("5472x3648",), 1.5),
+    ("BayerRG8 by ACPI, two threads", "", ("5472x3648",), 1.85),
+]
 
 # What the first screen is about: the family, and one function of it.
 EXAMPLES = [
@@ -220,7 +234,7 @@ def expectations(results, peers):
             + table(["", "5 Mpx, frames/s", "of the roofline", "20 Mpx cold, frames/s", "best other library"], rows))
 
 
-def below_aims(all_results, streamed, peers):
+def below_aims(all_results, streamed, peers, plans):
     """Each row that is short of its aim."""
     rows = []
     for results in all_results:
@@ -242,6 +256,12 @@ def below_aims(all_results, streamed, peers):
         if row["ratio"] < aim and row["Mpx_per_s"] < 0.9 * row["limit_Mpx_per_s"]:
             rows.append([key[1], peers.target, condition_title(key[2:]) + ", best peer", f"{row['ratio']:.2f}",
                          f"{aim:.2f}"])
+    for results in plans:
+        for pattern, target, sizes, aim in PLAN_AIMS:
+            for key, row in results.family("pairs").items():
+                if (target in ("", results.target) and key[2] in sizes and key[3] == "warm"
+                        and re.search(pattern, key[1]) and row["times"] < aim):
+                    rows.append([key[1], results.target, key[2], f"{row['times']:.2f}", f"{aim:.2f}"])
     if not rows:
         return "No row is below its aim.\n"
     return (f"{len(rows)} rows are below what they are meant to reach, in fractions of the roofline or times a peer's"
@@ -276,6 +296,16 @@ def peer_tables(results):
     text += (f"\nWho was measured, in Mpx/s at {condition_title(chosen)}, and how the picture differs from ours"
              " on the benchmark's scene, borders included:\n\n")
     return text + table(["function", "peers"], details)
+
+
+def plan_table(results):
+    """How many times as fast each plan is as the one that it is compared with."""
+    conditions = list(dict.fromkeys(key[2:] for key in results.rows))
+    rows = []
+    for name in dict.fromkeys(key[1] for key in results.family("pairs")):
+        found = [results.rows.get(("pairs", name) + condition) for condition in conditions]
+        rows.append([name] + [f"{row['times']:.2f}" if row else "" for row in found])
+    return table(["plan"] + [condition_title(c) for c in conditions], rows)
 
 
 def store_table(results):
@@ -354,6 +384,7 @@ def report(arguments):
     context = first.context
     rotate = int(context["rotate_bytes"]) >> 20
     peers = Results(arguments.peers) if arguments.peers else None
+    plans = [Results(path) for path in arguments.plans]
     streamed = {results.target: results for results in map(Results, arguments.streamed)}
     parts = [
         "# Performance\n\n"
@@ -363,7 +394,7 @@ def report(arguments):
         expectations(first, peers)]
     if peers:
         parts.append("![Megapixels per second of this library, the best peer and the roofline](performance.svg)\n")
-    parts.append("## Below the aims\n\n" + below_aims(convert, streamed, peers))
+    parts.append("## Below the aims\n\n" + below_aims(convert, streamed, peers, plans))
     parts.append(
         "## How it was measured\n\n"
         "Everything runs in one thread on one processor, timed by that thread's processor time. Megapixels "
@@ -387,6 +418,11 @@ def report(arguments):
                             f"Ours / best peer = ratio, in Mpx/s, one thread each ({peers.target}). A peer that rounds,"
                             " clamps or demosaics differently does other arithmetic than ours; the second table says"
                             " so.\n\n" + peer_tables(peers)))
+    for results in plans:
+        parts.append(folded(f"{results.target}: plans against plans",
+                            "How many times as fast a plan is as the one that it is compared with, in turns in the same"
+                            " run: the plain conversion of the same format to BGRA8 where nothing else is said. Two"
+                            " threads are timed by the time that passes.\n\n" + plan_table(results)))
     if arguments.read:
         stores = store_table(Results(arguments.read)) + "\n" + STREAMING_RULE
         parts.append(folded("Ordinary and streaming stores",
@@ -415,6 +451,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--convert", nargs="+", required=True, help="results of bench_convert, one per target")
     parser.add_argument("--peers", help="results of bench_peers")
+    parser.add_argument("--plans", nargs="*", default=[], help="results of bench_plans, one per target")
     parser.add_argument("--streamed", nargs="*", default=[], help="results of bench_convert --stores=streaming")
     parser.add_argument("--read", help="results of bench_convert --with-read")
     parser.add_argument("--out", required=True, help="directory to write in")

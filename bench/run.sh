@@ -26,7 +26,7 @@ if ! cmake --build "$build" --target help | grep -q bench_convert; then
   echo "bench/run.sh: Google Benchmark is missing (libbenchmark-dev)" >&2
   exit 1
 fi
-cmake --build "$build" -j "$(nproc)" --target bench_convert
+cmake --build "$build" -j "$(nproc)" --target bench_convert bench_plans
 results=$build/results
 mkdir -p "$results"
 rm -f "$results"/*.json
@@ -50,6 +50,15 @@ if [ -f "$results/avx2.json" ]; then
   "$build/bench/bench_convert" $quick --stores=streaming --target=Avx2 --filter='/1920x1080/cold' \
     --json="$results/streamed2.json"
   set -- "$@" "$results/streamed2.json"
+fi
+
+echo "== plans against plans"
+"$build/bench/bench_plans" $quick --json="$results/plans.json"
+set -- "$@" --plans "$results/plans.json"
+if [ -f "$results/avx2.json" ]; then
+  "$build/bench/bench_plans" $quick --target=Avx2 --filter='/(640x480|1920x1080|5472x3648)/warm' \
+    --json="$results/plans2.json"
+  set -- "$@" "$results/plans2.json"
 fi
 
 echo "== ordinary and streaming stores"

@@ -13,12 +13,11 @@
 namespace KivoBench {
 namespace {
 
-// Processor time of this thread where the system tells: nothing timed here waits, so on an idle machine that
-// is the time that passes, and on a busy one it leaves out what other programs take.
-double Now() {
+// The time that passes where the system does not tell that of a thread.
+double Now([[maybe_unused]] Clock clock) {
 #if defined(CLOCK_THREAD_CPUTIME_ID)
   timespec now;
-  if (clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now) == 0)
+  if (clock == Clock::kThread && clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now) == 0)
     return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 #endif
   return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
@@ -32,10 +31,10 @@ double Median(std::vector<double> values) {
 
 }  // namespace
 
-double SecondsOnce(const std::function<void()> &call) {
-  const double start = Now();
+double SecondsOnce(const std::function<void()> &call, Clock clock) {
+  const double start = Now(clock);
   call();
-  return Now() - start;
+  return Now(clock) - start;
 }
 
 std::vector<Timing> TimeContenders(const std::vector<Contender> &contenders, std::size_t frames,
@@ -49,7 +48,7 @@ std::vector<Timing> TimeContenders(const std::vector<Contender> &contenders, std
   std::vector<std::size_t> calls;
   for (const Contender &contender : contenders) {
     run(contender);
-    const double seconds = std::max(SecondsOnce([&] { run(contender); }), 1e-7);
+    const double seconds = std::max(SecondsOnce([&] { run(contender); }, effort.clock), 1e-7);
     const auto wanted = static_cast<std::size_t>(std::ceil(effort.batch_seconds / seconds));
     calls.push_back(std::max({wanted, effort.min_calls, std::min<std::size_t>(frames, 8)}));
   }
@@ -58,9 +57,10 @@ std::vector<Timing> TimeContenders(const std::vector<Contender> &contenders, std
   for (int round = 0; round < effort.rounds; ++round) {
     for (std::size_t i = 0; i < contenders.size(); ++i) {
       if (frames == 1) run(contenders[i]);
-      const double seconds = SecondsOnce([&] {
+      const auto batch = [&] {
         for (std::size_t k = 0; k < calls[i]; ++k) run(contenders[i]);
-      });
+      };
+      const double seconds = SecondsOnce(batch, effort.clock);
       timings[i].batches.push_back(seconds / static_cast<double>(calls[i]));
     }
   }

@@ -15,10 +15,16 @@ struct Contender {
   std::function<void(std::size_t frame)> call;  // on one pair of buffers out of those that rotate
 };
 
+// Nothing that one thread does here waits: its processor time is, on an idle machine, the time that passes,
+// and on a busy one it leaves out what other programs take. Only the time that passes counts the work of
+// several threads once.
+enum class Clock { kThread, kWall };
+
 struct Effort {
   int rounds;             // batches of each contender
   double batch_seconds;   // a batch lasts at least this long
   std::size_t min_calls;  // and makes at least so many calls
+  Clock clock = Clock::kThread;
 };
 
 struct Timing {
@@ -37,7 +43,7 @@ std::vector<Timing> TimeContenders(const std::vector<Contender> &contenders, std
 double Ratio(const Timing &a, const Timing &b);
 
 // Seconds of one call.
-double SecondsOnce(const std::function<void()> &call);
+double SecondsOnce(const std::function<void()> &call, Clock clock = Clock::kThread);
 
 // Keeps this thread on one processor; -1 means the last one that it may use. Returns the one chosen, -1 where
 // the system does not offer it.
