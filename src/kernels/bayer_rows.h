@@ -141,7 +141,14 @@ template <Output eOut, unsigned uiRows, class Means>
 KIVO_INLINE void StreamBand(const Band<Means> &sBand, size_t uiEnd) {
   constexpr size_t c_uiPixel = c_uiPixelStep<eOut>;
   constexpr size_t c_uiGroup = Means::c_uiBlock * c_uiPixel % c_uiLine != 0 ? c_uiLine / Means::c_uiBlock : 1;
-  const uint8_t *const pucDst = sBand.s.Out(sBand.y);
+  const Mosaic &s = sBand.s;
+  // What is stored through the caches, the ends of rows, would let the streaming stores behind it wait for
+  // memory.
+  for (size_t i = sBand.y + uiRows; i < sBand.y + 2 * uiRows && i < s.uiHeight; ++i) {
+    Prefetch(s.Out(i));
+    Prefetch(s.Out(i) + s.uiWidth * c_uiPixel - 1);
+  }
+  const uint8_t *const pucDst = s.Out(sBand.y);
   size_t uiLine = 1;
   while (uiLine < uiEnd && reinterpret_cast<uintptr_t>(pucDst + uiLine * c_uiPixel) % c_uiLine != 0) ++uiLine;
   size_t x = BandThroughBuffer<eOut, uiRows>(sBand, 1, uiLine, uiEnd);
