@@ -11,9 +11,10 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 out=$root/docs
 build=$root/build/bench
 quick=
+cold=/1920x1080/cold
 while [ $# -gt 0 ]; do
   case $1 in
-    --quick) quick='--quick --size=640x480 --rotate=32' ;;
+    --quick) quick='--quick --size=640x480 --rotate=32' cold=/cold ;;
     --out) out=$2; shift ;;
     -*) echo "usage: bench/run.sh [--quick] [--out DIR] [BUILD_DIR]" >&2; exit 2 ;;
     *) build=$1 ;;
@@ -44,10 +45,10 @@ if grep -q '"target": "Avx512"' "$results/best.json"; then
 fi
 
 echo "== cold frames with streaming stores"
-"$build/bench/bench_convert" $quick --stores=streaming --filter='/1920x1080/cold' --json="$results/streamed.json"
+"$build/bench/bench_convert" $quick --stores=streaming --filter="$cold" --json="$results/streamed.json"
 set -- "$@" --streamed "$results/streamed.json"
 if [ -f "$results/avx2.json" ]; then
-  "$build/bench/bench_convert" $quick --stores=streaming --target=Avx2 --filter='/1920x1080/cold' \
+  "$build/bench/bench_convert" $quick --stores=streaming --target=Avx2 --filter="$cold" \
     --json="$results/streamed2.json"
   set -- "$@" "$results/streamed2.json"
 fi
