@@ -187,6 +187,13 @@ if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; the
   TERM=xterm script -qec "'$kivocam' report many -o page.html -j 1" /dev/null >terminal 2>&1
   checks=$((checks + 1))
   { grep -aEq '[1-9][0-9.]* [kM]B/s' terminal && ! grep -aq ' 0\.0 .B/s' terminal; } || fail "rates: $(cat terminal)"
+  # Bytes are those that were moved: not all of a long file in which the frame ends early, but those of a picture.
+  mkdir long && i=0
+  while [ "$i" -lt 6 ]; do truncate -s 100G "long/$i.raw" && i=$((i + 1)); done
+  TERM=xterm script -qec "'$kivocam' convert long bar -f RGB8 -s 1200x1000 --png-level 9 -j 1 --no-sync" /dev/null >terminal 2>&1
+  checks=$((checks + 1))
+  { grep -aEq '[1-9][0-9.]* [kM]B/s in, [1-9][0-9.]* [kM]B/s out, ' terminal &&
+    ! grep -aEq '[0-9]{5}\.[0-9] MB/s' terminal; } || fail "rates: $(cat terminal)"
   # What goes to the same terminal stands in lines of its own, too.
   for facts in --json --time; do
     rm -rf bar

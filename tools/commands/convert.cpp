@@ -125,7 +125,6 @@ class Converter {
     from.file = job.input;
     from.named = job.named;
     RawInput input = loadInput(from);
-    outcome.bytes = input.fileBytes;
     outcome.ignoredBytes = input.ignoredBytes;
     if (!options_.quiet || options_.json) outcome.doubt = doubtOf(input);
     const std::string subject = inputName(job.input);

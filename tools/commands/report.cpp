@@ -129,7 +129,6 @@ std::vector<ReportEntry> readAll(const FileList &list, const ReportOptions &opti
     input.named = job.named;
     entryFor(job) = entryOf(input, options.autoRange);
     Outcome outcome;
-    outcome.bytes = entryFor(job).facts.fileBytes;
     outcome.status = Outcome::Status::Converted;
     return outcome;
   };

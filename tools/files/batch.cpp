@@ -134,7 +134,6 @@ class Batch {
   void count(const Outcome &outcome) {
     ++finished_;
     Counts &counts = result_.counts;
-    counts.bytes += outcome.bytes;
     switch (outcome.status) {
       case Outcome::Status::Converted:
         ++counts.converted;

@@ -20,7 +20,6 @@ struct Outcome {
   Status status = Status::Failed;
   Exit code = Exit::Ok;
   std::string error;  // one line; empty unless Failed, and where there was no memory for it
-  std::uint64_t bytes = 0;
   // Of the frame, where it could be read.
   const kivo::Format *format = nullptr;
   std::uint32_t width = 0;

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <new>
 
+#include "files/traffic.h"
 #include "words/failure.h"
 
 namespace tool {
@@ -59,6 +60,7 @@ int writeAll(int file, const std::uint8_t *data, std::size_t size) noexcept {
     if (done <= 0) continue;
     data += done;
     size -= static_cast<std::size_t>(done);
+    s_traffic.written += static_cast<std::size_t>(done);
   }
   return 0;
 }

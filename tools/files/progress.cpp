@@ -12,6 +12,7 @@
 #include <cstring>
 #include <new>
 
+#include "files/traffic.h"
 #include "words/text.h"
 
 namespace tool {
@@ -29,30 +30,41 @@ std::string timeLeft(double seconds) {
   return printed("%u:%02u h left", whole / 3600, whole / 60 % 60);
 }
 
+// Bytes that were moved since a run began.
+struct Moved {
+  std::uint64_t read = 0;
+  std::uint64_t written = 0;
+};
+
+// Empty where nothing was moved.
+std::string byteRate(std::uint64_t bytes, double elapsed, const char *where) {
+  if (bytes == 0) return "";
+  const double rate = static_cast<double>(bytes) / elapsed;
+  return rate < 1e5 ? printed("%.1f kB/s %s, ", rate / 1e3, where)
+                    : printed("%.1f MB/s %s, ", rate / 1e6, where);
+}
+
 // Skipped files take no time worth mentioning: rates are those of the others.
-std::string rates(const Counts &counts, double elapsed) {
+std::string rates(const Counts &counts, const Moved &moved, double elapsed) {
   const std::uint64_t worked = counts.converted + counts.failed;
   if (worked == 0 || elapsed <= 0) return "";
   const double rate = static_cast<double>(worked) / elapsed;
-  const double bytes = static_cast<double>(counts.bytes) / elapsed;
-  std::string speed;
-  if (counts.bytes != 0)
-    speed = bytes < 1e5 ? printed("%.1f kB/s, ", bytes / 1e3) : printed("%.1f MB/s, ", bytes / 1e6);
-  return printed(rate < 10 ? "%.1f files/s, " : "%.0f files/s, ", rate) + speed +
+  return printed(rate < 10 ? "%.1f files/s, " : "%.0f files/s, ", rate) +
+         byteRate(moved.read, elapsed, "in") + byteRate(moved.written, elapsed, "out") +
          timeLeft(static_cast<double>(counts.total - counts.done()) / rate);
 }
 
 // Without a newline, and without escape sequences.
-std::string status(const Counts &counts, double elapsed) {
+std::string status(const Counts &counts, const Moved &moved, double elapsed) {
   std::string text = printed("%" PRIu64 "/%" PRIu64, counts.done(), counts.total);
   if (counts.failed != 0) text += printed(", %" PRIu64 " failed", counts.failed);
-  const std::string speed = rates(counts, elapsed);
+  const std::string speed = rates(counts, moved, elapsed);
   if (!speed.empty()) text.append(", ").append(speed);
   return text;
 }
 
-std::string bar(const Counts &counts, double elapsed) {
-  const std::string text = printed(" %s", status(counts, elapsed).c_str());
+std::string bar(const Counts &counts, const Moved &moved, double elapsed) {
+  const std::string text = printed(" %s", status(counts, moved, elapsed).c_str());
   const std::size_t space = terminalWidth() - 1;
   const std::size_t cells = space > text.size() + 2 ? std::min<std::size_t>(space - text.size() - 2, 30) : 0;
   if (cells < 5) return text.substr(1, space);
@@ -64,7 +76,11 @@ std::string bar(const Counts &counts, double elapsed) {
 
 }  // namespace
 
-Progress::Progress(bool quiet) : quiet_(quiet), terminal_(::isatty(STDERR_FILENO) != 0) {
+Progress::Progress(bool quiet)
+    : quiet_(quiet),
+      terminal_(::isatty(STDERR_FILENO) != 0),
+      readBefore_(s_traffic.read),
+      writtenBefore_(s_traffic.written) {
   const char *kind = std::getenv("TERM");
   if (kind == nullptr || std::strcmp(kind, "dumb") == 0) terminal_ = false;
 }
@@ -82,7 +98,8 @@ void Progress::show(const Counts &counts) noexcept {
   last_ = now;
   const double elapsed = std::chrono::duration<double>(now - start_).count();
   try {
-    const std::string text = terminal_ ? bar(counts, elapsed) : status(counts, elapsed);
+    const Moved moved = {s_traffic.read - readBefore_, s_traffic.written - writtenBefore_};
+    const std::string text = terminal_ ? bar(counts, moved, elapsed) : status(counts, moved, elapsed);
     std::fprintf(stderr, terminal_ ? "\r%s\x1b[K" : "kivocam: %s\n", text.c_str());
     drawn_ = terminal_;
     std::fflush(stderr);

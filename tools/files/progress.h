@@ -15,7 +15,6 @@ struct Counts {
   std::uint64_t converted = 0;
   std::uint64_t skipped = 0;
   std::uint64_t failed = 0;
-  std::uint64_t bytes = 0;  // of the inputs that were converted
 
   std::uint64_t done() const noexcept { return converted + skipped + failed; }
 };
@@ -42,6 +41,8 @@ class Progress {
   bool quiet_;
   bool terminal_;
   bool drawn_ = false;
+  const std::uint64_t readBefore_;
+  const std::uint64_t writtenBefore_;
   Clock::time_point start_ = Clock::now();
   Clock::time_point last_ = start_;
 };

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "files/traffic.h"
 #include "words/failure.h"
 
 namespace tool {
@@ -72,10 +73,12 @@ std::size_t Source::readOn(char *to, std::size_t size) {
     const std::size_t step = std::min(size - done, std::size_t{1} << 30);
     const ssize_t got = ::read(file_, to + done, step);
     if (got == 0) break;
-    if (got > 0)
+    if (got > 0) {
       done += static_cast<std::size_t>(got);
-    else if (errno != EINTR)
+      s_traffic.read += static_cast<std::size_t>(got);
+    } else if (errno != EINTR) {
       throw failureOfErrno(Exit::Input, name_, "cannot be read", errno);
+    }
   }
   return done;
 }
