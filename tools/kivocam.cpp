@@ -92,6 +92,7 @@ struct Options {
   tool::ConvertOptions convert;
   std::string bayer = "standard";
   tool::ReportOptions report;
+  std::string pictures;
   tool::ImportOptions import;
   tool::MosaicOptions mosaic;
   tool::CompareOptions compare;
@@ -151,6 +152,11 @@ void addReport(CLI::App &app, Options &all) {
   command->add_option("--title", options.title, "Heading of the page")->type_name("TEXT");
   command->add_flag("--auto-range", options.autoRange,
                     "Spread the samples of each frame from black to white");
+  command
+      ->add_option("--pictures", all.pictures,
+                   "Where the pictures are: inside the page, or beside it in the folder PAGE.pictures\n"
+                   "(default: beside it where they take more than 16 MB)")
+      ->type_name("PLACE");
   command->add_option("-j,--jobs", options.jobs, "Files at a time (default: one for each processor)")
       ->type_name("N")
       ->check(numberFrom(1, 256));
@@ -161,6 +167,13 @@ void addReport(CLI::App &app, Options &all) {
   addOutputRules(*command, options.rules);
   command->callback([&all] {
     nameStandardOutput(all.report.output);
+    using Place = tool::ReportPictures::Place;
+    if (all.pictures == "inside")
+      all.report.pictures = Place::Inside;
+    else if (all.pictures == "beside")
+      all.report.pictures = Place::Beside;
+    else if (!all.pictures.empty())
+      throw tool::Failure(Exit::Usage, "--pictures", "'" + all.pictures + "' is not inside or beside");
     all.result = tool::runReport(all.report);
   });
 }

@@ -39,6 +39,27 @@ for width in 1280 400; do
   [ "$facts" = '6; 17; 17; 0; Frames of a test; true' ] || { echo "at width $width the page has: $facts"; exit 1; }
 done
 
+# A long page loads what it shows: nothing below the table at first, and then the frames that somebody goes to. A
+# browser without a window loads all at once if nobody tells it.
+mkdir many
+i=0
+while [ $i -lt 60 ]; do ln frames/BayerRG8.rwh "many/$i.rwh" && i=$((i + 1)); done
+"$kivocam" report many -o 'a 100% #1?.html' --quiet --pictures beside
+sed 's|</body>|<script>addEventListener("load", () => {\
+  const loaded = () => [...document.images].filter(i => i.complete \&\& i.naturalWidth > 0).length;\
+  const first = loaded(), card = document.getElementById("frame-60");\
+  card.scrollIntoView();\
+  const look = () => {\
+    if (![...card.querySelectorAll("img")].every(i => i.naturalWidth > 0)) return setTimeout(look, 50);\
+    document.body.setAttribute("data-facts", [document.images.length, first, loaded() < 60].join("; "));\
+  };\
+  look();\
+});</script></body>|' 'a 100% #1?.html' >probe.html
+browse --window-size=1280,1000 --blink-settings=lazyLoadEnabled=true --virtual-time-budget=20000 --dump-dom \
+  "file://$work/probe.html" >dom.html
+facts=$(sed -n 's/.*data-facts="\([^"]*\)".*/\1/p' dom.html)
+[ "$facts" = '240; 0; true' ] || { echo "of a long page the browser loads: $facts"; exit 1; }
+
 browse --window-size=1280,1600 --screenshot="$work/light.png" "file://$work/page.html" >/dev/null
 browse --window-size=400,1600 --screenshot="$work/narrow.png" "file://$work/page.html" >/dev/null
 browse --window-size=1280,1600 --force-dark-mode --blink-settings=preferredColorScheme=0 \

@@ -96,6 +96,7 @@ END
   completes convert a.rwh --bayer '' && offers 'acpi best half off standard'
   completes convert --to p && offers 'pgm png ppm'
   completes mosaic --to '' && offers 'raw rwh'
+  completes report --pictures '' && offers 'beside inside'
   completes convert --bayer = && offers 'acpi best half off standard'
   completes convert --bayer = a && offers acpi
   completes info a.rwh --format = bayerrg12 && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
@@ -157,6 +158,7 @@ if command -v fish >warnings; then
   done
   in_fish 'help con' && offers convert
   in_fish 'mosaic --to ' && offers 'raw rwh'
+  in_fish 'report --pictures ' && offers 'beside inside'
   in_fish 'convert a.rwh --bayer ' && offers 'acpi best half off standard'
   in_fish 'info -f BayerRG12' && offers 'BayerRG12 BayerRG12Packed BayerRG12p'
 fi
@@ -189,6 +191,7 @@ END
   echo "$commands" | sort -u >help
   agree 'completion of help in zsh' help offered
   in_zsh mosaic --to '' && offers 'raw rwh'
+  in_zsh report --pictures '' && offers 'beside inside'
   in_zsh convert a.rwh --bayer '' && offers 'acpi best half off standard'
 fi
 

@@ -120,6 +120,82 @@ holds 1 'pictures spread over the range of the frame'
 checks=$((checks + 1))
 cmp -s plain.html out.html && fail '--auto-range changes nothing'
 
+# Pictures in a folder beside the page: the same ones, and none within it.
+ok report frames -o out.html -q
+ok report frames -o beside.html -q --pictures beside
+checks=$((checks + 1))
+grep -q 'src="data' beside.html && fail 'a page has pictures within it and beside it'
+grep -o 'src="[^"]*"' beside.html | sed 's/^src="//; s/"$//' >shown
+checks=$((checks + 2))
+[ "$(sort -u shown | wc -l)" -eq 13 ] || fail "pictures beside the page: $(cat shown)"
+[ "$(find beside.html.pictures -type f | wc -l)" -eq 13 ] || fail "in the folder: $(ls beside.html.pictures)"
+number=0
+while read -r address; do
+  number=$((number + 1))
+  picture $number
+  same picture$number.png "$address"
+done <shown
+holds 13 ' loading="lazy" '
+
+# A page that replaces another takes its pictures away, and nothing else.
+: >beside.html.pictures/1-mine.png
+ok report frames/Mono8.rwh -o beside.html -q --pictures beside
+checks=$((checks + 1))
+[ "$(find beside.html.pictures -type f | wc -l)" -eq 3 ] || fail "left in the folder: $(ls beside.html.pictures)"
+ok report frames/Mono8.rwh -o beside.html
+checks=$((checks + 1))
+[ "$(ls -A beside.html.pictures)" = 1-mine.png ] || fail "left in the folder: $(ls -A beside.html.pictures)"
+rm beside.html.pictures/1-mine.png
+ok report frames/Mono8.rwh -o beside.html
+checks=$((checks + 1))
+[ ! -e beside.html.pictures ] || fail 'an empty folder is left'
+
+# Many go there by themselves: these compress to 300 kB each. On standard output they stay inside.
+mkdir noise
+i=0
+while [ $i -lt 30 ]; do head -c 307200 /dev/urandom >noise/$i.raw && i=$((i + 1)); done
+checks=$((checks + 3))
+"$kivocam" report noise --format RGB8 --size 320x320 -o noise.html >stdout 2>stderr || fail "30 frames: $(cat stderr)"
+grep -Fxq 'kivocam: noise.html.pictures: note: the pictures of the page are in this folder' stderr || fail "says: $(cat stderr)"
+[ "$(find noise.html.pictures -type f | wc -l)" -eq 60 ] || fail "$(ls noise.html.pictures)"
+[ "$(wc -c <noise.html)" -lt 300000 ] || fail "the page has $(wc -c <noise.html) bytes"
+ok report noise --format RGB8 --size 320x320 -o - -q
+checks=$((checks + 1))
+[ "$(grep -o 'src="data' stdout | wc -l)" -eq 60 ] || fail "a page in a pipe has $(grep -o 'src="data' stdout | wc -l) pictures"
+ok report noise --format RGB8 --size 320x320 -o noise.html -q --pictures inside
+checks=$((checks + 1))
+[ ! -e noise.html.pictures ] || fail "pictures of no page are left"
+
+# Where one cannot be written nothing is left of it all, and the page that was there stays.
+mv noise.html out.html
+ok report frames -o beside.html -q --pictures beside
+blocked=$(ls beside.html.pictures/5-plain-*)
+mkdir out.html.pictures "out.html.pictures/${blocked##*/}"
+checks=$((checks + 1))
+"$kivocam" report frames -o out.html -q -j 1 --pictures beside 2>stderr && fail 'a picture in the place of a folder'
+[ "$(find out.html* -type f)" = out.html ] || fail "left: $(find out.html*)"
+[ "$(grep -o 'src="data' out.html | wc -l)" -eq 60 ] || fail 'the earlier page is gone'
+rm -r out.html* beside.html*
+: >beside.html.pictures
+fails 3 'beside.html.pictures: cannot be made: File exists' report frames -o beside.html --pictures beside
+fails 1 "--pictures: 'within' is not inside or beside" report frames -o out.html --pictures within
+fails 1 '--pictures beside: does not go with a page on standard output' report frames -o - --pictures beside
+
+# A signal leaves neither.
+mkdir slow
+ok scene large.png --size 1600x1200
+ok mosaic large.png slow/0.rwh --format BayerRG12
+i=1
+while [ $i -lt 40 ]; do ln slow/0.rwh slow/$i.rwh && i=$((i + 1)); done
+"$kivocam" report slow -o stopped.html -q -j 1 --pictures beside 2>stderr &
+until [ -n "$(find stopped.html.pictures -name '*.png' 2>/dev/null)" ] || ! kill -0 $! 2>/dev/null; do :; done
+kill -TERM $!
+wait $! 2>/dev/null
+code=$?
+checks=$((checks + 2))
+[ $code -eq 143 ] || fail "SIGTERM: exit code $code: $(cat stderr)"
+[ -z "$(find . -name 'stopped*')" ] || fail "SIGTERM leaves $(find . -name 'stopped*')"
+
 rm -f out.html plain.html
 fails 2 "nothing.rwh: cannot be opened: No such file or directory" report nothing.rwh -o out.html
 fails 3 "none/out.html: cannot be written: No such file or directory" report frames -o none/out.html

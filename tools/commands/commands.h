@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "commands/report_pictures.h"
 #include "files/output_file.h"
 #include "frames/colour_rule.h"
 #include "frames/make_frame.h"
@@ -70,6 +71,7 @@ struct ReportOptions {
   std::string output;
   std::string title;
   bool autoRange = false;
+  ReportPictures::Place pictures = ReportPictures::Place::ByAmount;
   unsigned jobs = 0;  // threads; 0: one for each processor
   bool quiet = false;
   bool json = false;

@@ -38,8 +38,24 @@ Picture cut(const kivo::Image &image, std::uint32_t x, std::uint32_t y) {
   return part;
 }
 
+// Makes the pictures of one frame for a page.
+struct Frame {
+  ReportPictures &pictures;
+  std::size_t number;
+
+  PagePicture add(const char *kind, const Picture &picture) const {
+    return pictures.add(number, kind, picture);
+  }
+  PagePicture addSmall(const char *kind, const kivo::Image &picture) const {
+    return add(kind, shrunk(picture.width, picture.height, kThumbnailWidth, kThumbnailHeight,
+                            [&](std::uint32_t x, std::uint32_t y, std::size_t c) {
+                              return picture.pixel(x, y)[c];
+                            }));
+  }
+};
+
 // Where two pictures of one frame differ most.
-Detail detailOf(const kivo::Image &standard, const kivo::Image &adaptive) {
+Detail detailOf(const kivo::Image &standard, const kivo::Image &adaptive, const Frame &frame) {
   const std::uint32_t columns = standard.width / kBlock, rows = standard.height / kBlock;
   std::vector<std::uint64_t> blocks(std::size_t{columns} * rows);
   for (std::uint32_t y = 0; y < rows * kBlock; ++y) {
@@ -60,20 +76,14 @@ Detail detailOf(const kivo::Image &standard, const kivo::Image &adaptive) {
     }
   }
   detail.difference = static_cast<double>(most) / (3.0 * kDetailWidth * kDetailHeight);
-  detail.standard = cut(standard, detail.x, detail.y);
-  detail.adaptive = cut(adaptive, detail.x, detail.y);
+  if (most == 0) return detail;
+  detail.standard = frame.add("standard", cut(standard, detail.x, detail.y));
+  detail.adaptive = frame.add("acpi", cut(adaptive, detail.x, detail.y));
   return detail;
 }
 
-Thumbnail thumbnailOf(const kivo::Image &picture) {
-  const Picture small =
-      shrunk(picture.width, picture.height, kThumbnailWidth, kThumbnailHeight,
-             [&](std::uint32_t x, std::uint32_t y, std::size_t c) { return picture.pixel(x, y)[c]; });
-  return {pngOf(small), small.width, small.height};
-}
-
 // The frame as convert --auto shows it.
-void setSeen(ReportEntry &entry, const RawInput &raw) {
+void setSeen(ReportEntry &entry, const RawInput &raw, const Frame &frame) {
   ColourWords words;
   words.automatic = true;
   kivo::Result<std::optional<kivo::Colour>> colour = ColourRule(words).of(raw.view(), kivo::Region());
@@ -81,11 +91,11 @@ void setSeen(ReportEntry &entry, const RawInput &raw) {
   kivo::Options options;
   options.pixels = kivo::Pixels::Rgb8;
   options.colour = *colour;
-  entry.seen = thumbnailOf(convertOrThrow(raw, options, entry.file));
+  entry.seen = frame.addSmall("auto", convertOrThrow(raw, options, entry.file));
   entry.colour = wordsOf(**colour);
 }
 
-ReportEntry entryOf(const InputOptions &input, bool autoRange) {
+ReportEntry entryOf(const InputOptions &input, bool autoRange, const Frame &frame) {
   const RawInput raw = loadInput(input);
   ReportEntry entry;
   entry.file = inputName(input.file);
@@ -103,31 +113,31 @@ ReportEntry entryOf(const InputOptions &input, bool autoRange) {
     options.range = range;
   }
   const kivo::Image picture = convertOrThrow(raw, options, entry.file);
-  entry.thumbnail = thumbnailOf(picture);
-  if (raw.format->family != KIVO_YUV) setSeen(entry, raw);
+  entry.thumbnail = frame.addSmall("plain", picture);
+  if (raw.format->family != KIVO_YUV) setSeen(entry, raw, frame);
 
   options.bayer = kivo::Bayer::Acpi;
   const bool even = picture.width % 2 == 0 && picture.height % 2 == 0;
   if (raw.format->family != KIVO_BAYER || !even || picture.width < kDetailWidth ||
       picture.height < kDetailHeight)
     return entry;
-  entry.detail = detailOf(picture, convertOrThrow(raw, options, entry.file));
+  entry.detail = detailOf(picture, convertOrThrow(raw, options, entry.file), frame);
   entry.hasDetail = entry.detail.difference > 0;
   return entry;
 }
 
 // Reads every frame; one that fails, and a folder that cannot be searched, has an entry with the reason.
-std::vector<ReportEntry> readAll(const FileList &list, const ReportOptions &options) {
+std::vector<ReportEntry> readAll(const FileList &list, const ReportOptions &options,
+                                 ReportPictures &pictures) {
   std::vector<ReportEntry> entries(list.jobs.size());
   // The batch hands out the jobs of the list, and each has its entry.
-  const auto entryFor = [&](const Job &job) -> ReportEntry & {
-    return entries[static_cast<std::size_t>(&job - list.jobs.data())];
-  };
+  const auto indexOf = [&](const Job &job) { return static_cast<std::size_t>(&job - list.jobs.data()); };
+  const auto entryFor = [&](const Job &job) -> ReportEntry & { return entries[indexOf(job)]; };
   const auto fill = [&](const Job &job) {
     InputOptions input = options.input;
     input.file = job.input;
     input.named = job.named;
-    entryFor(job) = entryOf(input, options.autoRange);
+    entryFor(job) = entryOf(input, options.autoRange, {pictures, indexOf(job) + 1});
     Outcome outcome;
     outcome.status = Outcome::Status::Converted;
     return outcome;
@@ -151,7 +161,11 @@ std::vector<ReportEntry> readAll(const FileList &list, const ReportOptions &opti
     counts.total = list.jobs.size() + list.unreadable.size();
     counts.failed = list.unreadable.size();
     const BatchResult result = runBatch(list.jobs, options.jobs, progress, counts, fill, noteFailure);
-    if (result.signal != 0) endBySignal(result.signal);
+    pictures.check();
+    if (result.signal != 0) {
+      pictures.discard();
+      endBySignal(result.signal);
+    }
   }
   for (const Unreadable &tree : list.unreadable) {
     entries.emplace_back();
@@ -161,13 +175,16 @@ std::vector<ReportEntry> readAll(const FileList &list, const ReportOptions &opti
   return entries;
 }
 
-void writePage(const std::vector<ReportEntry> &entries, const std::string &title, ByteSink &sink) {
+void writePage(const std::vector<ReportEntry> &entries, const std::string &title, ReportPictures &pictures,
+               ByteSink &sink) {
   const auto write = [&sink](const std::string &text) { sink.write(text.data(), text.size()); };
   write(pageHead(title));
   write(pageSummary(entries));
-  for (std::size_t i = 0; i < entries.size(); ++i) write(pageCard(entries[i], i + 1));
+  for (std::size_t i = 0; i < entries.size(); ++i) write(pageCard(entries[i], i + 1, pictures));
   write(pageEnd());
+  pictures.endIfAsked();
   sink.commit();
+  pictures.keep();
 }
 
 std::string jsonLine(const ReportEntry &entry) {
@@ -179,14 +196,20 @@ std::string jsonLine(const ReportEntry &entry) {
 
 Exit runReport(const ReportOptions &options) {
   checkOutputName(options.output, "html");
+  if (options.output == "-" && options.pictures == ReportPictures::Place::Beside)
+    throw Failure(Exit::Usage, "--pictures beside", "does not go with a page on standard output");
   checkInputOptions(options.input);
   if (options.output == "-" && options.json)
     throw Failure(Exit::Usage, "--json", "does not go with a page on standard output");
   const FileList list = findInputs(options.files, options.input.headerless(), options.quiet);
   for (const Job &job : list.jobs) refuseSameFile(job.input, options.output);
   const std::unique_ptr<ByteSink> sink = openOutput(options.output, options.rules);
-  const std::vector<ReportEntry> entries = readAll(list, options);
-  writePage(entries, options.title, *sink);
+  ReportPictures pictures(options.output, options.pictures, options.rules);
+  const std::vector<ReportEntry> entries = readAll(list, options, pictures);
+  writePage(entries, options.title, pictures, *sink);
+  if (!pictures.folder().empty() && options.pictures == ReportPictures::Place::ByAmount && !options.quiet)
+    std::fprintf(stderr, "kivocam: %s: note: the pictures of the page are in this folder\n",
+                 oneLine(pictures.folder()).c_str());
   if (options.json)
     for (const ReportEntry &entry : entries) std::printf("%s\n", jsonLine(entry).c_str());
   const bool failed =

@@ -2,54 +2,22 @@
 #include "commands/report_page.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cinttypes>
 #include <cmath>
 #include <filesystem>
-#include <new>
-#include <utility>
 
-#include "files/byte_sink.h"
 #include "words/text.h"
 
 namespace tool {
 namespace {
 
-// Grows in memory.
-class StringSink : public ByteSink {
- public:
-  std::string text;
-  std::string name() const override { return "the page"; }
-
- protected:
-  int drain(const std::uint8_t *data, std::size_t size) noexcept override {
-    try {
-      text.append(static_cast<const char *>(static_cast<const void *>(data)), size);
-      return 0;
-    } catch (const std::exception &) {
-      return ENOMEM;
-    }
-  }
-};
-
-std::string base64(const std::string &bytes) {
-  static const char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  text.reserve((bytes.size() + 2) / 3 * 4);
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    std::uint32_t group = 0;
-    for (std::size_t k = 0; k < 3; ++k)
-      group = group << 8 | (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0U);
-    for (std::size_t k = 0; k < 4; ++k)
-      text += i + k <= bytes.size() ? digits[group >> (18 - 6 * k) & 63] : '=';
-  }
-  return text;
-}
-
-std::string image(const Thumbnail &picture, const std::string &kind, const std::string &what) {
-  return printed("<img class=\"%s\" width=\"%" PRIu32 "\" height=\"%" PRIu32 "\" decoding=\"async\" alt=\"",
-                 kind.c_str(), picture.width, picture.height) +
-         htmlText(what) + "\" src=\"data:image/png;base64," + base64(picture.png) + "\">";
+// `scale` is how many pixels of the page one of the picture has.
+std::string image(const ReportPictures &pictures, const PagePicture &picture, const char *kind,
+                  std::uint32_t scale, const std::string &what) {
+  return printed("<img class=\"%s\" width=\"%" PRIu32 "\" height=\"%" PRIu32
+                 "\" loading=\"lazy\" decoding=\"async\" alt=\"",
+                 kind, picture.width * scale, picture.height * scale) +
+         htmlText(what) + "\" src=\"" + pictures.sourceOf(picture) + "\">";
 }
 
 std::string percent(double share) {
@@ -103,12 +71,10 @@ std::string samplesTable(const Statistics &statistics) {
   return text + "</tbody></table>";
 }
 
-std::string detailFigures(const Detail &detail) {
-  const auto figure = [](const Picture &picture, const char *name) {
-    return "<figure>" +
-           image({pngOf(picture), kDetailWidth * kDetailScale, kDetailHeight * kDetailScale}, "detail",
-                 name) +
-           "<figcaption>" + name + "</figcaption></figure>";
+std::string detailFigures(const Detail &detail, const ReportPictures &pictures) {
+  const auto figure = [&pictures](const PagePicture &picture, const char *name) {
+    return "<figure>" + image(pictures, picture, "detail", kDetailScale, name) + "<figcaption>" + name +
+           "</figcaption></figure>";
   };
   return printed("<div class=\"details\"><p>Where standard and adaptive demosaicing differ most: %" PRIu32
                  "&times;%" PRIu32 " pixels from (%" PRIu32 ",&nbsp;%" PRIu32 "), enlarged %" PRIu32
@@ -129,13 +95,6 @@ std::string baseName(const std::string &file) {
 }
 
 }  // namespace
-
-std::string pngOf(const Picture &picture) {
-  StringSink sink;
-  encodePng(rowsOf(picture), sink, 6);
-  sink.finish();
-  return std::move(sink.text);
-}
 
 std::string pageHead(const std::string &title) {
   const std::string shown = htmlText(title.empty() ? "Raw frames" : title);
@@ -165,7 +124,7 @@ thead th { color: var(--soft); font-size: 0.8125rem }
 .bad { color: var(--bad); text-align: left; white-space: normal }
 .card { background: var(--paper); border: 1px solid var(--line); border-radius: 6px; padding: 1rem; margin: 0 0 1rem;
   display: grid; grid-template-columns: 320px minmax(0, 1fr); gap: 1rem 1.5rem; align-items: start;
-  content-visibility: auto; contain-intrinsic-size: auto 34rem }
+  content-visibility: auto; contain-intrinsic-size: auto 58rem }
 .card header { grid-column: 1 / -1 }
 .card header p { margin: 0 }
 .pictures { display: grid; gap: 0.75rem }
@@ -225,7 +184,7 @@ std::string pageSummary(const std::vector<ReportEntry> &entries) {
   return text + "</tbody></table></div>\n";
 }
 
-std::string pageCard(const ReportEntry &entry, std::size_t number) {
+std::string pageCard(const ReportEntry &entry, std::size_t number, const ReportPictures &pictures) {
   if (!entry.error.empty()) return {};
   const FileFacts &facts = entry.facts;
   std::string text =
@@ -238,14 +197,14 @@ std::string pageCard(const ReportEntry &entry, std::size_t number) {
               entry.stretched ? "; pictures spread over the range of the frame" : "") +
       "</p></header>\n";
   text += "<div class=\"pictures\">" +
-          image(entry.thumbnail, "thumbnail", "Thumbnail of " + baseName(entry.file));
-  if (!entry.seen.png.empty())
-    text += "<figure>" + image(entry.seen, "thumbnail", baseName(entry.file) + " with --auto") +
+          image(pictures, entry.thumbnail, "thumbnail", 1, "Thumbnail of " + baseName(entry.file));
+  if (!entry.seen.name.empty())
+    text += "<figure>" + image(pictures, entry.seen, "thumbnail", 1, baseName(entry.file) + " with --auto") +
             "<figcaption>with --auto: <code>" + htmlText(entry.colour) + "</code></figcaption></figure>";
   text += "</div>";
   text +=
       "\n<div class=\"facts\">" + histogramOf(entry.statistics) + samplesTable(entry.statistics) + "</div>\n";
-  if (entry.hasDetail) text += detailFigures(entry.detail) + "\n";
+  if (entry.hasDetail) text += detailFigures(entry.detail, pictures) + "\n";
   return text + "</section>\n";
 }
 

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// The HTML of a report: one page that needs nothing but itself.
+// The HTML of a report: one page that needs nothing but itself, and its pictures where they are beside it.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "commands/report_pictures.h"
 #include "frames/facts.h"
 #include "frames/statistics.h"
-#include "pictures/picture.h"
 
 namespace tool {
 
@@ -16,14 +16,8 @@ struct Detail {
   std::uint32_t x = 0;
   std::uint32_t y = 0;
   double difference = 0;  // mean of the absolute differences of all channels
-  Picture standard;
-  Picture adaptive;
-};
-
-struct Thumbnail {
-  std::string png;  // a file; empty if there is none
-  std::uint32_t width = 0;
-  std::uint32_t height = 0;
+  PagePicture standard;
+  PagePicture adaptive;
 };
 
 // One frame, or why there is none.
@@ -33,8 +27,8 @@ struct ReportEntry {
   FileFacts facts;
   const kivo::Format *format = nullptr;
   Statistics statistics;
-  Thumbnail thumbnail;
-  Thumbnail seen;          // as a person wants to see it; none of YUV, which the camera has made so
+  PagePicture thumbnail;
+  PagePicture seen;        // as a person wants to see it; none of YUV, which the camera has made so
   std::string colour;      // the settings for that, as options
   bool stretched = false;  // whether the pictures show the frame's own range spread from black to white
   bool hasDetail = false;
@@ -46,14 +40,11 @@ inline constexpr std::uint32_t kDetailWidth = 32;
 inline constexpr std::uint32_t kDetailHeight = 24;
 inline constexpr std::uint32_t kDetailScale = 8;
 
-// A PNG file of the picture.
-std::string pngOf(const Picture &picture);
-
 std::string pageHead(const std::string &title);
 // The table of all frames, and what could not be read.
 std::string pageSummary(const std::vector<ReportEntry> &entries);
 // The part of one frame; `number` names it within the page.
-std::string pageCard(const ReportEntry &entry, std::size_t number);
+std::string pageCard(const ReportEntry &entry, std::size_t number, const ReportPictures &pictures);
 std::string pageEnd();
 
 }  // namespace tool

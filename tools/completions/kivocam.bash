@@ -7,6 +7,7 @@ _kivocam_values() {
     convert:--to) echo png ppm pgm bmp tiff dng ;;
     scene:--to | sheet:--to) echo png ppm bmp tiff ;;
     mosaic:--to) echo rwh raw ;;
+    report:--pictures) echo inside beside ;;
     *:--bayer) echo standard acpi best half off ;;
     *:--png-level) echo 0 1 2 3 4 5 6 7 8 9 ;;
     *:--format | *:-f) "${COMP_WORDS[0]}" formats 2>/dev/null | awk 'NR > 1 { print $1 }' ;;
@@ -38,7 +39,7 @@ _kivocam() {
       ;;
     info) options="--json $headerless" ;;
     guess) options="--sheet --json $rules" ;;
-    report) options="-o --output --title --auto-range -j --jobs -q --quiet --json $rules $headerless" ;;
+    report) options="-o --output --title --auto-range --pictures -j --jobs -q --quiet --json $rules $headerless" ;;
     formats | compare) options=--json ;;
     convert)
       options="-o --output --to --png-level -j --jobs --resume --no-sync -q --quiet --json --time --crop --mirror

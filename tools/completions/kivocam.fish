@@ -57,6 +57,7 @@ complete -c kivocam -n '__kivocam_after convert --to' -f -a 'png ppm pgm bmp tif
 complete -c kivocam -n '__kivocam_after scene --to' -f -a 'png ppm bmp tiff'
 complete -c kivocam -n '__kivocam_after sheet --to' -f -a 'png ppm bmp tiff'
 complete -c kivocam -n '__kivocam_after mosaic --to' -f -a 'rwh raw'
+complete -c kivocam -n '__kivocam_after report --pictures' -f -a 'inside beside'
 complete -c kivocam -n "__kivocam_after '*' --bayer" -f -a 'standard acpi best half off'
 complete -c kivocam -n "__kivocam_after '*' --png-level" -f -a '0 1 2 3 4 5 6 7 8 9'
 complete -c kivocam -n "__kivocam_after '*' --format -f" -f -a '(__kivocam_formats)'

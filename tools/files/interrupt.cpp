@@ -22,9 +22,9 @@ struct Slot {
   char name[PATH_MAX];
 };
 std::array<Slot, 300> s_slots;
-std::atomic<bool> s_graceful{false};
+std::atomic<int> s_graceful{0};  // objects that live
 std::atomic<int> s_asked{0};
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+static_assert(std::atomic<int>::is_always_lock_free);
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
 
@@ -42,7 +42,7 @@ void raiseByDefault(int signal) noexcept {
 
 extern "C" void onSignal(int signal) {
   int none = 0;
-  if (signal != SIGPIPE && s_graceful.load() && s_asked.compare_exchange_strong(none, signal)) return;
+  if (signal != SIGPIPE && s_graceful.load() != 0 && s_asked.compare_exchange_strong(none, signal)) return;
   removeWatched();
   raiseByDefault(signal);
 }
@@ -96,11 +96,11 @@ void installHandlers() {
 
 GracefulEnd::GracefulEnd() {
   installHandlers();
-  s_graceful.store(true);
+  ++s_graceful;
 }
 
 GracefulEnd::~GracefulEnd() {
-  s_graceful.store(false);
+  --s_graceful;
 }
 
 int GracefulEnd::signal() noexcept {

@@ -40,7 +40,7 @@ class SignalsBlocked {
 // Installs the handlers, once; whoever started us with a signal ignored (nohup) means it.
 void installHandlers();
 
-// While one lives, the first signal only asks for an end.
+// While any lives, the first signal only asks for an end.
 class GracefulEnd {
  public:
   GracefulEnd();
