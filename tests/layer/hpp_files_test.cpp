@@ -290,6 +290,10 @@ TEST_F(HppFiles, SaveKeepsPermissionsLinksAndReadOnlyFiles) {
   EXPECT_EQ(kivo::saveRwh(view, path("first").c_str()), Errc::Ok);
   EXPECT_TRUE(fs::is_symlink(path("first")) && fs::is_symlink(path("far/second")));
   EXPECT_EQ(read(path("later.rwh")).size(), 17U);
+  fs::create_symlink(path("absolute.rwh"), path("far/third"));
+  EXPECT_EQ(kivo::saveRwh(view, path("far/third").c_str()), Errc::Ok);
+  EXPECT_TRUE(fs::is_symlink(path("far/third")));
+  EXPECT_EQ(read(path("absolute.rwh")).size(), 17U);
   fs::create_symlink("circle", path("circle"));
   EXPECT_EQ(kivo::saveRwh(view, path("circle").c_str()), Errc::FileOpen);
   EXPECT_EQ(kivo::saveRwh(view, path("far").c_str()), Errc::FileOpen);
@@ -299,6 +303,23 @@ TEST_F(HppFiles, SaveKeepsPermissionsLinksAndReadOnlyFiles) {
   fs::permissions(name, fs::perms(0444));
   EXPECT_EQ(kivo::saveRwh(view, name.c_str()), Errc::FileOpen);
   EXPECT_EQ(read(name), precious);
+}
+
+// Whatever a name begins with, nothing but the file itself is touched: here, a link that is called as a part
+// of it.
+TEST_F(HppFiles, SaveLeavesItsNeighbours) {
+  namespace fs = std::filesystem;
+  const std::uint8_t grey = 100;
+  const kivo::FrameView view = {&grey, 1, CAMUTL_PFNC_MONO8, 1, 1};
+  fs::create_directory(path("far"));
+  fs::create_symlink("far", path("x"));
+  const fs::path before = fs::current_path();
+  fs::current_path(path(""));
+  EXPECT_EQ(kivo::saveRwh(view, "x/a.rwh"), Errc::Ok);
+  fs::current_path(before);
+  EXPECT_TRUE(fs::is_symlink(path("x")));
+  EXPECT_EQ(read(path("far/a.rwh")).size(), 17U);
+  EXPECT_EQ(std::distance(fs::directory_iterator(path("far")), fs::directory_iterator()), 1);
 }
 
 TEST_F(HppFiles, SaveBmpOfEveryKind) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <map>
 #include <random>
 #include <string>
@@ -94,6 +95,57 @@ TEST(HppValues, TheRangeReachesFromTheFirstToTheLastSampleOfEveryFormat) {
   }
 }
 
+// What has no value yet has the ones that its documentation names: nothing.
+TEST(HppValues, AreNothingWhereNothingIsGiven) {
+  const FrameView view;
+  EXPECT_EQ(view.data, nullptr);
+  const kivo::Frame frame;
+  const kivo::Image image;
+  const kivo::RwhInfo info;
+  const kivo::Options options;
+  const kivo::Range range;
+  for (const std::uint64_t nothing : {std::uint64_t{view.size},
+                                      std::uint64_t{view.format},
+                                      std::uint64_t{view.width},
+                                      std::uint64_t{view.height},
+                                      std::uint64_t{frame.data.size()},
+                                      std::uint64_t{frame.format},
+                                      std::uint64_t{frame.width},
+                                      std::uint64_t{frame.height},
+                                      std::uint64_t{image.pixels.size()},
+                                      std::uint64_t{image.width},
+                                      std::uint64_t{image.height},
+                                      std::uint64_t{image.rowBytes},
+                                      std::uint64_t{info.format},
+                                      std::uint64_t{info.width},
+                                      std::uint64_t{info.height},
+                                      std::uint64_t{info.lineBytes},
+                                      info.fileBytes,
+                                      std::uint64_t{options.crop.x},
+                                      std::uint64_t{options.crop.y},
+                                      std::uint64_t{options.crop.width},
+                                      std::uint64_t{options.crop.height},
+                                      std::uint64_t{range.low},
+                                      std::uint64_t{range.high}})
+    EXPECT_EQ(nothing, 0U);
+  EXPECT_EQ(view.stride, 0);
+  EXPECT_EQ(frame.stride, 0);
+  EXPECT_EQ(image.kind, kivo::Pixels::Bgra8);
+  EXPECT_EQ(view.byteOrder, kivo::ByteOrder::Little);
+  const kivo_options given = options.c(), none = KIVO_OPTIONS_INIT;
+  EXPECT_EQ(std::memcmp(&given, &none, sizeof none), 0);
+}
+
+// A frame in an RWH file has at most 2^32 - 1 bytes.
+TEST(HppValues, TheLargestFileIsOneByteSmallerThanFourGibibytes) {
+  const auto error = [](std::uint32_t line, std::uint32_t height) {
+    return kivo::check({CAMUTL_PFNC_MONO8, 3, height, line, 16 + std::uint64_t{line} * height});
+  };
+  EXPECT_EQ(error(0xFFFFFFFF, 1), Errc::Ok);
+  EXPECT_EQ(error(0xFFFF, 0x10001), Errc::Ok);
+  EXPECT_EQ(error(0x10000, 0x10000), Errc::TooLarge);
+}
+
 // The least sizes that have an adaptive demosaic.
 TEST(HppConvert, IsAdaptiveFromFourRowsAndColumnsOn) {
   const std::map<std::uint32_t, std::pair<BgrConverter, BgrConverter>> converters = {
@@ -145,6 +197,13 @@ TEST(HppBytes, HaveTheSizeThatWasAskedFor) {
   EXPECT_EQ(moved.size(), 7U);
   EXPECT_EQ(bytes.size(), 0U);  // NOLINT(bugprone-use-after-move): what a move leaves behind is documented
   EXPECT_EQ(bytes.data(), nullptr);
+  ASSERT_TRUE(bytes.allocate(2));
+  const std::uint8_t *const second = bytes.data();
+  bytes = std::move(moved);
+  EXPECT_EQ(bytes.data(), first);
+  EXPECT_EQ(bytes.size(), 7U);
+  EXPECT_EQ(moved.data(), second);  // NOLINT(bugprone-use-after-move): as above
+  EXPECT_EQ(moved.size(), 2U);
   EXPECT_FALSE(moved.allocate(static_cast<std::size_t>(-1)));
   EXPECT_EQ(moved.size(), 0U);
   EXPECT_EQ(moved.data(), nullptr);

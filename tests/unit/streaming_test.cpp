@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // When conversions bypass the caches: the rule, and that every kernel is told.
 #include <algorithm>
+#include <fstream>
 #include <limits>
+#include <string>
 #include <type_traits>
+
+#include <unistd.h>
 
 #include "support/unit.h"
 
@@ -25,6 +29,24 @@ TEST(Streaming, OneCoreHasNoMoreThanItsShareOfALargeCache) {
 TEST(Streaming, AnUnknownCacheIsTakenForAMiddlingOne) {
   EXPECT_EQ(Kivo::StreamingThreshold(0), Kivo::StreamingThreshold(16 * kMiB));
 }
+
+#if (defined(__x86_64__) || defined(__i386__)) && defined(_SC_LEVEL3_CACHE_SIZE)
+// The C library asks the processor by itself. Where it does not know, or sees another one, there is nothing
+// to compare.
+TEST(Streaming, TheLargestCacheIsTheOneThatTheSystemTells) {
+  std::size_t largest = 0;
+  for (const int level :
+       {_SC_LEVEL1_DCACHE_SIZE, _SC_LEVEL2_CACHE_SIZE, _SC_LEVEL3_CACHE_SIZE, _SC_LEVEL4_CACHE_SIZE})
+    largest = std::max(largest, static_cast<std::size_t>(std::max(sysconf(level), 0L)));
+  std::ifstream system("/proc/cpuinfo");
+  std::string text;
+  while (system >> text && text != "GenuineIntel") {
+  }
+  if (largest == 0 || text != "GenuineIntel")
+    GTEST_SKIP() << "no processor that the C library describes alike";
+  EXPECT_EQ(Kivo::LargestCacheBytes(), largest);
+}
+#endif
 
 TEST(Streaming, TheRuleIsThatOfThisProcessorUntilPinned) {
   const std::size_t threshold = Kivo::StreamingThreshold(Kivo::LargestCacheBytes());
