@@ -5,10 +5,10 @@
     tests/mutation/run.py [--count N] [--seed N] [--work DIR] [--jobs N] [--only PATTERN]
 
 All mistakes of a sample are compiled into one build of a copy of the sources, and a program chooses one of them when it
-starts. Each is tried with the tests that come by its place, the quick ones first, until one fails. What all tests let
+starts. Each is tried with the tests that come by its place until one fails, the quick tests first. What all tests let
 pass is listed, unless equivalent.txt says why it changes nothing that can be seen. The same seed and sources make the
-same sample. A run that was interrupted goes on where it was, and a mistake that was killed is not tried again as long
-as its file stays the same; what survived is, so that a new test can be seen to kill it.
+same sample. A run that was interrupted goes on where it was: a mistake that was killed is not tried again as long as
+its file stays the same, and one that survived not before a test that comes by it is another one.
 
 Mistakes in what the compiler computes (tables, constants, sizes, immediate operands) cannot be chosen by a program;
 they are counted apart and not tried. Nor are those in the vocabulary of a processor that this one is not.
@@ -45,6 +45,7 @@ PROGRAMS = re.compile(r"^(checkkernel|unit_\w+|frame_\w+|kivo_layer_test|layer_e
 # What these ask for is not in the text of a source, or is each test's own memory and time.
 NOT_ASKED = re.compile(r"threads_first_use|frame\.quiet|plugins|shared_library|example_texture|exceptions|sensor_frames")
 FAILED = re.compile(rb"^FAIL|: Failure$|\[  FAILED  \]|^wrong|^crash", re.MULTILINE)
+SLOW = 2  # seconds; what takes longer is asked when all else is done
 TARGETS = "Baseline;Avx2;Avx512"  # what Sse41 adds to its neighbours is tried by none
 
 
@@ -260,17 +261,33 @@ def equivalents():
     return {line.strip() for line in lines if line.startswith("  ")}
 
 
-def judge(number, site, tests):
+def tests_for(number, site, tests):
+    """The tests that come by a place, the quick ones first; one target is enough for what is compiled for all at once."""
+    once = not site.file.startswith(("src/kernels/", "src/simd/"))
+    return sorted((t for t in tests if number in t.reached and not (once and t.name.endswith((".Baseline", ".Avx2")))),
+                  key=lambda t: t.seconds)
+
+
+def state_of(tests):
+    return hashlib.sha256(repr(sorted(t.state for t in tests)).encode()).hexdigest()[:12]
+
+
+def judge(number, site, asked, slow, kills):
+    """Tries the quick tests or the slow ones, those first that have killed others of the same file."""
     spent, killer = 0.0, None
-    asked = sorted((t for t in tests if number in t.reached), key=lambda t: t.seconds)
-    for test in asked:
+    left = [t for t in asked if slow == (t.seconds > SLOW)]
+    while left and not killer:
+        test = min(left, key=lambda t: (t.seconds + 0.02) / (1 + kills[site.file, t.name]))
+        left.remove(test)
         failed, seconds = test.run({"KIVO_MUTANT": str(number)}, 4 * test.seconds + 2)
         spent += seconds
         if failed:
             killer = test.name
-            break
-    return {"result": "killed" if killer else "survived" if asked else "not reached", "killer": killer,
-            "seconds": round(spent, 2), "tests": len(asked), "line": site.line, "key": site.key}
+            kills[site.file, killer] += 1
+    more = not slow and any(t.seconds > SLOW for t in asked)
+    result = "killed" if killer else "not tried" if more else "survived" if asked else "not reached"
+    return {"result": result, "killer": killer, "seconds": round(spent, 2), "state": state_of(asked), "line": site.line,
+            "key": site.key}
 
 
 def report(results, numbered, known):
@@ -339,18 +356,23 @@ def main():
         list(pool.map(lambda t: t.measure(set(numbered), before), tests))
         measured.write_bytes(pickle.dumps({t.state: (t.seconds, t.reached) for t in tests}))
         say(f"{len(tests)} tests take {sum(t.seconds for t in tests):.0f} s of processor time in all")
+        asked = {n: tests_for(n, s, tests) for n, s in numbered.items()}
         again = [n for n, s in numbered.items()
                  if n not in results or (results[n]["result"] != "killed" and s.key not in known)]
-        again.sort(key=lambda n: numbered[n].file.startswith("src/guess/"))  # whose tests take longest
+        again.sort(key=lambda n: (n in results, numbered[n].file.startswith("src/guess/")))  # whose tests take longest
+        kills = collections.Counter((numbered[n].file, r["killer"]) for n, r in results.items() if r["killer"])
         with journal.open("a") as out:
-            asked = {pool.submit(judge, n, numbered[n], tests): n for n in again}
-            for done in as_completed(asked):
-                number, result = asked[done], done.result()
-                results[number] = result
-                out.write(json.dumps({"identity": identity(numbered[number], texts), **result}) + "\n")
-                out.flush()
-                if result["result"] != "killed":
-                    say(f"{result['result']}: {result['line']}: {result['key']}")
+            for slow in (False, True):
+                tried = {pool.submit(judge, n, numbered[n], asked[n], slow, kills): n for n in again
+                         if n not in results or (results[n]["result"] == "not tried" and slow)
+                         or (results[n]["result"] != "killed" and results[n].get("state") != state_of(asked[n]))}
+                for done in as_completed(tried):
+                    number, result = tried[done], done.result()
+                    results[number] = result
+                    out.write(json.dumps({"identity": identity(numbered[number], texts), **result}) + "\n")
+                    out.flush()
+                    if result["result"] in ("survived", "not reached"):
+                        say(f"{result['result']}: {result['line']}: {result['key']}")
     return report(results, numbered, known)
 
 
