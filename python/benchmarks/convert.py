@@ -51,7 +51,7 @@ def main() -> None:
             out = np.empty((height, width, len(output)), np.uint8)
             known = as_frame(frame, name, width, height, None)
             plan = Plan(name, known.format.code, width, height, (value, *[0] * 12))
-            picture, run = memory(out), engine().kivo_run
+            run, picture = engine().kivo_run, memory(out) or known.memory  # a new array has one
 
             def direct() -> None:
                 run(plan.handle, byref(known.memory), byref(picture), None, 0)

@@ -157,7 +157,7 @@ const std::vector<MakingFault> &MakingFaults() {
        [](Making &m) { m.options.levels = KIVO_LEVELS_SPREAD, m.options.pixels = KIVO_SAMPLES; }},
       {KIVO_BAD_STRUCT, "colour size one less", Coloured([](kivo_colour &c) { --c.size; })},
       {KIVO_BAD_STRUCT, "colour size 0", Coloured([](kivo_colour &c) { c.size = 0; })},
-      {KIVO_BAD_STRUCT, "colour size 4097", Coloured([](kivo_colour &c) { c.size = 4097; })},
+      {KIVO_BAD_STRUCT, "colour size 5000", Coloured([](kivo_colour &c) { c.size = 5000; })},
       {KIVO_UNKNOWN_OPTION, "tone", Coloured([](kivo_colour &c) { c.tone = 4; })},
       {KIVO_UNKNOWN_OPTION, "tone -1", Coloured([](kivo_colour &c) { c.tone = 0xFFFFFFFFu; })},
       {KIVO_BAD_COLOUR, "of YUV or samples", Coloured([](kivo_colour &) {})},
