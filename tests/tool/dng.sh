@@ -39,6 +39,47 @@ else
   echo 'libraw-bin is not there: its samples are not compared'
 fi
 
+# coloured PICTURE WHAT: the red, the green and the blue patch of the scene are that in a picture that a program has
+# made of a sensor's frame of it, and the white field has no colour. Some programs cut up to 4 pixels off every edge,
+# and RawTherapee takes no file below 100 kB.
+coloured() {
+  checks=$((checks + 1))
+  [ -s "$1" ] || { fail "$2 makes nothing: $(tail -n 3 warnings)" && return; }
+  "$kivocam" mosaic "$1" coloured.rwh --format RGB8 || fail "$2 has made something else"
+  colours=
+  for place in 383+51 430+51 477+51 377+160; do
+    "$kivocam" convert coloured.rwh coloured.ppm --crop "1x1+$place"
+    colours="$colours $(tail -c 3 coloured.ppm | od -An -tu1)"
+  done
+  # shellcheck disable=SC2086
+  set -- $colours "$2"
+  { [ "$1" -gt $((2 * $2)) ] && [ "$1" -gt $((2 * $3)) ] && [ "$5" -gt $((2 * $4)) ] && [ "$5" -gt $((2 * $6)) ] &&
+    [ "$9" -gt $((2 * $7)) ] && [ "$9" -gt $((2 * $8)) ]; } || fail "${13} sees the colours$colours"
+  shift 9
+  { [ "$1" -gt 60 ] && [ $((10 * $1)) -gt $((9 * $2)) ] && [ $((10 * $2)) -gt $((9 * $3)) ] &&
+    [ $((10 * $3)) -gt $((9 * $1)) ]; } || fail "$4 sees white as $1 $2 $3"
+}
+
+ok scene larger.png
+for format in BayerBG8 BayerGR12; do
+  ok mosaic larger.png seen.rwh --format $format --sensor
+  ok convert seen.rwh seen.dng
+  if command -v dcraw_emu >warnings; then
+    rm -f seen.dng.ppm
+    dcraw_emu -w -Z seen.dng.ppm seen.dng >warnings 2>&1
+    coloured seen.dng.ppm "libraw, of $format,"
+  fi
+  for program in rawtherapee-cli darktable-cli; do
+    rm -rf seen.png settings
+    command -v $program >warnings || { echo "$program is not there: nobody looks at $format with it" && continue; }
+    case $program in
+      raw*) HOME=$work/settings timeout 120 $program -n -Y -o seen.png -c seen.dng >warnings 2>&1 ;;
+      *) timeout 120 $program seen.dng seen.png --core --configdir settings --library :memory: --disable-opencl >warnings 2>&1 ;;
+    esac
+    coloured seen.png "$program, of $format,"
+  done
+done
+
 ok mosaic scene.png frame.rwh --format BayerGB12
 ok convert frame.rwh frame.dng
 ok convert frame.rwh wide.tiff --wide
