@@ -2,7 +2,11 @@
 // kivo/frame.hpp: what it passes on arrives at the engine, and what the engine answers comes back.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <kivo/frame.hpp>
 #include <random>
 #include <string>
@@ -262,6 +266,26 @@ TEST(Engine, MovesPlansAndPools) {
   Plan other = std::move(stage.plan);
   stage.plan = std::move(other);
   EXPECT_EQ(stage.plan.height(), kHeight);
+}
+
+TEST(Engine, PoolsEndTheirThreads) {
+  const auto threads = [] {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"),
+                         std::filesystem::directory_iterator());
+  };
+  if (!std::filesystem::exists("/proc/self/task")) GTEST_SKIP() << "a system that does not list threads";
+  const auto before = threads();
+  {
+    const auto all = Pool::make(), four = Pool::make(4);
+    ASSERT_TRUE(all && four);
+    EXPECT_EQ(all->threads(), std::max(1U, std::min(std::thread::hardware_concurrency(), 1024U)));
+    EXPECT_EQ(four->threads(), 4U);
+    EXPECT_GE(threads(), before + 3);
+  }
+  // What a thread leaves behind goes a moment after it was waited for.
+  for (int i = 0; i < 1000 && threads() > before; ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_LE(threads(), before);
 }
 
 TEST(Engine, FindsFormats) {

@@ -193,6 +193,22 @@ TEST_F(HppFiles, LoadGivesOneOfTwoFilesThatTakeTurnsUnderAName) {
   other.join();
 }
 
+// Programs without a standard input have files under its number.
+TEST_F(HppFiles, SaveAndLoadTakeAnyFileNumber) {
+  const std::string name = path("a.rwh");
+  const std::uint8_t grey = 100;
+  const int input = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  const Errc saved = kivo::saveRwh({&grey, 1, CAMUTL_PFNC_MONO8, 1, 1}, name.c_str());
+  const auto frame = kivo::loadRwh(name.c_str());
+  if (input >= 0) {
+    dup2(input, STDIN_FILENO);
+    close(input);
+  }
+  EXPECT_EQ(saved, Errc::Ok);
+  EXPECT_TRUE(frame) << frame.message();
+}
+
 TEST_F(HppFiles, SaveNoticesWhatTheWritersDoNotReport) {
   const Bytes samples(64);
   const kivo::FrameView view = {samples.data(), samples.size(), CAMUTL_PFNC_MONO8, 8, 8};
