@@ -20,6 +20,7 @@ from .conversion import convert, pixels_of
 from .errors import FileReadError, FileWriteError, FrameSizeError, OptionError, RwhError
 from .files import as_raw_frame, bmp_bytes, opened, read_bytes, read_header, write_bmp
 from .options import Bayer, Output
+from .pixel_formats import find_format
 
 
 @dataclasses.dataclass(frozen=True)
@@ -58,14 +59,19 @@ class Options:
     crop: Optional[tuple[int, int, int, int]] = None
     auto_range: bool = False
     shift: Optional[int] = None
+    auto: bool = False
+    """Colour settings that each frame suggests for itself."""
 
     @property
     def channels(self) -> int:
         return len(self.output)
 
-    def picture_size(self, width: int, height: int) -> tuple[int, int]:
+    def picture_size(self, format: str, width: int, height: int) -> tuple[int, int]:
         """Width and height of the picture of such a frame."""
-        return (width, height) if self.crop is None else self.crop[2:]
+        if self.crop is not None:
+            width, height = self.crop[2:]
+        half = self.bayer == "half" and find_format(format).family == "bayer"
+        return (width // 2, height // 2) if half else (width, height)
 
 
 @dataclasses.dataclass(frozen=True)
@@ -156,7 +162,8 @@ def _load(job: Job, options: Options, outcome: Outcome) -> Optional[tuple[npt.ND
             outcome.format, outcome.width, outcome.height = header.format.name, header.width, header.height
         if not (outcome.width and outcome.height):
             raise RwhError(f"is not a whole RWH file: its header says {outcome.width} x {outcome.height} pixels")
-        outcome.bytes = bmp_bytes(*options.picture_size(outcome.width, outcome.height), options.channels)
+        outcome.bytes = bmp_bytes(*options.picture_size(outcome.format, outcome.width, outcome.height),
+                                  options.channels)
         if options.resume and _there(job.target, job.source, outcome.bytes):
             return None
         if layout is None:
@@ -182,7 +189,7 @@ def _convert(job: Job, options: Options, outcome: Outcome) -> None:
             raise OptionError(f"only formats of 16-bit words can be big-endian, and the frame is {outcome.format}")
         array = array.byteswap()
     picture = convert(array, format, bayer=options.bayer, output=options.output, crop=options.crop,
-                      auto_range=options.auto_range, shift=options.shift)
+                      auto_range=options.auto_range, shift=options.shift, colour="auto" if options.auto else None)
     outcome.output = True
     try:
         _make_folder(job)

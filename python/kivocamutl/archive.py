@@ -136,7 +136,7 @@ def _parser() -> argparse.ArgumentParser:
                         help="threads per process (default: all cores in this process, 2 in a worker)")
     parser.add_argument("--wait", type=_count, default=30, metavar="SECONDS",
                         help="how long to wait for a scheduler, or a worker when there is none (default: %(default)s)")
-    parser.add_argument("--bayer", choices=[word for word in get_args(Bayer) if word != "half"], default="standard",
+    parser.add_argument("--bayer", choices=get_args(Bayer), default="standard",
                         help="how Bayer frames are demosaiced (default: %(default)s)")
     parser.add_argument("--output", choices=("BGRA", "BGR"), default="BGRA", type=str.upper,
                         help="24 or 32 bits per pixel (default: %(default)s)")
@@ -145,6 +145,9 @@ def _parser() -> argparse.ArgumentParser:
     shown = parser.add_mutually_exclusive_group()
     shown.add_argument("--auto-range", action="store_true",
                        help="spread the samples of each frame from black to white")
+    shown.add_argument("--auto", action="store_true",
+                       help="what a person wants to see: black level, white balance, range and sRGB as each frame "
+                            "suggests them (not YUV)")
     shown.add_argument("--shift", type=_shift, metavar="N",
                        help="bits that wide samples lose at the lower end (default: depth - 8)")
     parser.add_argument("--swap-bytes", action="store_true", help="16-bit samples arrive high byte first")
@@ -321,7 +324,8 @@ def _run(arguments: argparse.Namespace) -> int:
     plan = _plan(arguments, layout is not None)
     options = Options(arguments.bayer, arguments.output, arguments.resume, arguments.force, arguments.no_clobber,
                       not arguments.no_sync, f"{secrets.token_hex(4)}-", raw=layout, swap_bytes=arguments.swap_bytes,
-                      crop=arguments.crop, auto_range=arguments.auto_range, shift=arguments.shift)
+                      crop=arguments.crop, auto_range=arguments.auto_range, shift=arguments.shift,
+                      auto=arguments.auto)
     started, begin = time.time(), time.monotonic()
     done, code = _convert(arguments, options, plan)
     # What workers were writing when they died. One that still writes after an interruption finishes its file.

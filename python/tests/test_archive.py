@@ -236,6 +236,22 @@ def test_what_is_done_to_samples(tmp_path):
     assert done.returncode == 5 and "bytes.rwh: only formats of 16-bit words" in done.stderr
 
 
+def test_half_size_as_a_person_wants_to_see_it(tmp_path):
+    source, target = tmp_path / "in", tmp_path / "out"
+    source.mkdir()
+    want = {}
+    for name in ("BayerRG12", "Mono8", "YUV422_8_UYVY"):
+        frame = make_frame(kivo.find_format(name), 70, 50) // 3
+        kivo.write_rwh(source / f"{name}.rwh", frame, name)
+        want[f"{name}.bmp"] = bmp(kivo.convert(frame, name, bayer="half", crop=(2, 0, 66, 49), colour="auto"))
+    arguments = ("--bayer", "half", "--crop", "66x49+2+0", "--auto")
+    done = run(source, target, *arguments)
+    assert done.returncode == 0, done.stderr
+    assert outputs(target) == want and len(want["BayerRG12.bmp"]) == 54 + 4 * 33 * 24
+    # Skipped by the size of half a mosaic, and of a whole picture of what is none.
+    assert "0 converted, 3 skipped" in run(source, target, *arguments, "--resume").stderr
+
+
 FEW = ["in", "out", "--format", "Mono8", "--size"]
 
 
@@ -250,6 +266,7 @@ FEW = ["in", "out", "--format", "Mono8", "--size"]
     (["in", "out", "--crop", "8x8+1+-1"], 1, "8x8+1+-1"), (["in", "out", "--crop", " 8x8"], 1, "' 8x8'"),
     (["in", "out", "--shift", "16"], 1, "'16'"), (["in", "out", "--shift", "+1"], 1, "'+1'"),
     (["in", "out", "--shift", "2", "--auto-range"], 1, "--auto-range"),
+    (["in", "out", "--shift", "2", "--auto"], 1, "--auto"),
     (["in", "out", "--force", "--no-clobber"], 1, "--no-clobber"),
     (["in", "out", "--offset", "2"], 1, "--offset"),
     (["in", "out", "--size", "8x8"], 1, "--format"), (["in", "out", "--format", "Mono8"], 1, "--size"),
