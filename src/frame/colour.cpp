@@ -189,9 +189,13 @@ void MakeCurve(unsigned uiBits, ToneCurve &s) noexcept {
     const std::int32_t iKnot = Knot(uiBits, ui);
     s.ausKnots[i] = static_cast<std::uint16_t>(iKnot);
     s.ausSteps[i] = static_cast<std::uint16_t>(Knot(uiBits, ui + KnotStep(ui)) - iKnot);
+  }
+  for (i = 0; i < 64; ++i) {
+    const unsigned uiKnot = s.ausKnots[i] ^ (i < 16 ? 0U : s.ausKnots[i - 16]);
+    const unsigned uiStep = s.ausSteps[i] ^ (i < 16 ? 0U : s.ausSteps[i - 16]);
     for (unsigned k = 0; k < 2; ++k) {
-      s.aaucBytes[k][i] = static_cast<std::uint8_t>(s.ausKnots[i] >> 8 * k);
-      s.aaucBytes[2 + k][i] = static_cast<std::uint8_t>(s.ausSteps[i] >> 8 * k);
+      s.aaucBytes[k][i] = static_cast<std::uint8_t>(uiKnot >> 8 * k);
+      s.aaucBytes[2 + k][i] = static_cast<std::uint8_t>(uiStep >> 8 * k);
     }
   }
 }

@@ -36,6 +36,7 @@ enum class Course : std::uint8_t {
   Planes,   // by way of three rows of words
   Mosaic,   // a demosaic makes it
   MosaicPlanes,
+  MosaicColours,  // a demosaic that knows colour settings does
   Half,
 };
 
@@ -114,7 +115,10 @@ BayerOrder OrderOf(const kivo_plan &s) noexcept;
 
 // Bits by which what is behind the demosaic is still to be shifted to the left, in front of matrix and tone.
 inline std::uint16_t DoublingLeft(const kivo_plan &s) noexcept {
-  return s.eCourse == Course::MosaicPlanes && s.uiBayer == KIVO_BAYER_STANDARD ? 0 : 1;
+  return s.eCourse == Course::MosaicColours ||
+                 (s.eCourse == Course::MosaicPlanes && s.uiBayer == KIVO_BAYER_STANDARD)
+             ? 0
+             : 1;
 }
 
 ScratchLayout LayOut(const kivo_plan &s) noexcept;

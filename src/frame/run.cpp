@@ -60,6 +60,10 @@ constexpr PictureKind KindOf(const PixelsOf &s, bool bMono) noexcept {
   return bWords ? PictureKind::Bgr16 : PictureKind::Bgr8;
 }
 
+constexpr bool BeginsWithGreen(BayerOrder eOrder) noexcept {
+  return eOrder == BayerOrder::GR || eOrder == BayerOrder::GB;
+}
+
 // Rows of one picture from one frame. Rows are those of the region as the camera saw it, top row first, until
 // they reach the picture.
 class Maker {
@@ -97,6 +101,7 @@ class Maker {
         break;
       case Course::Mosaic:
       case Course::MosaicPlanes:
+      case Course::MosaicColours:
         MakeMosaic(y, uiRows);
         break;
       case Course::Half:
@@ -292,6 +297,7 @@ class Maker {
     const bool bRing = !m_sSource.IsDirect() || MosaicOfWords(m_s) != IsWords(m_s);
     const bool bThroughOut = m_l.uiOut != 0;
     const bool bWhole = !bRing && m_s.eCourse == Course::Mosaic && !bThroughOut;
+    const bool bColours = m_s.eCourse == Course::MosaicColours;
 
     GreenRing sGreens = {m_pucScratch + m_l.uiGreens, m_l.uiGreensPitch};
     MosaicJob sJob = {};
@@ -318,11 +324,18 @@ class Maker {
     sJob.bRedFirst = m_s.sPixels.bRedFirst;
     sJob.bStream = m_bStream && !bThroughOut;
     sJob.psGreens = &sGreens;
+    if (bColours) {
+      sJob.pucSrc += (sTile.uiStart - sTile.uiFirst) * 2;
+      sJob.uiWidth = sTile.uiEnd - sTile.uiStart;
+    }
 
     const std::size_t uiReach = bAdaptive ? 3 : 1;
     std::size_t uiNext = uiFirst < uiReach ? 0 : uiFirst - uiReach;  // the next row that the ring lacks
-    const std::size_t uiBand = bWhole ? uiRows : m_l.uiBand;
-    for (std::size_t y = uiFirst; y < uiFirst + uiRows; y += uiBand) {
+    std::size_t uiBand = bWhole ? uiRows : m_l.uiBand;
+    // Coloured rows are done in pairs, from one on that begins with green.
+    if (bColours && BeginsWithGreen(OrderOf(m_s)) != (uiFirst % 2 == 0)) --uiBand;
+    for (std::size_t y = uiFirst; y < uiFirst + uiRows;
+         y += sJob.uiRows, uiBand = bWhole ? uiRows : m_l.uiBand) {
       sJob.uiFirst = y;
       sJob.uiRows = std::min(uiBand, uiFirst + uiRows - y);
       if (bRing) {
@@ -334,17 +347,63 @@ class Maker {
       } else if (bThroughOut) {
         sJob.pucDst = m_pucScratch + m_l.uiOut;
       } else {
-        sJob.pucDst = Out(y) + sTile.uiFirst * PixelBytes();
+        sJob.pucDst = Out(y) + (bColours ? sTile.uiStart : sTile.uiFirst) * PixelBytes();
+      }
+      if (bColours) {
+        MakeColours(sJob, sTile, uiNext);
+        continue;
       }
       pfn(sJob);
       if (m_s.eCourse == Course::MosaicPlanes || bThroughOut) StoreBand(sTile, y, sJob.uiRows);
     }
   }
 
+  // Rows of pixels in colour. Row uiNext of the frame is the next that the ring will get.
+  void MakeColours(const MosaicJob &sJob, const Tile &sTile, std::size_t uiNext) const noexcept {
+    const Colour &c = m_s.sColour;
+    FinishJob s = {};
+    if (c.bMatrix) s.pasRows = c.aasMatrix;
+    s.pucTable = c.pucTone.get();
+    s.psCurve = c.psCurve.get();
+    if (uiNext + sJob.uiRows <= m_s.uiHeight) {
+      const std::size_t x = m_s.bMirrorSamples ? m_s.uiWidth - sTile.uiEnd : sTile.uiStart;
+      s.pucAhead = m_sSource.Near(uiNext, x);
+      s.iAheadPitch = m_sSource.Near(uiNext + 1, x) - s.pucAhead;
+      s.uiAheadBits = std::size_t{8} * m_s.psFormat->group_bytes / m_s.psFormat->group_pixels;
+    }
+    const std::size_t uiEnd = std::min(sJob.uiFirst + sJob.uiRows + 1, sJob.uiHeight);
+    for (std::size_t y = sJob.uiFirst == 0 ? 0 : sJob.uiFirst - 1; y < uiEnd; ++y) {
+      if (sTile.bLeftEdge) Pad(sJob, sTile, y, true);
+      if (sTile.bRightEdge) Pad(sJob, sTile, y, false);
+    }
+    ActiveFrameKernels().psColouredMosaic->apfn[OutputKind()](sJob, s);
+  }
+
+  // What stands in for the neighbour that the outermost column lacks, see ColouredMosaicKernel.
+  void Pad(const MosaicJob &sJob, const Tile &sTile, std::size_t y, bool bLeft) const noexcept {
+    const std::size_t x = bLeft ? 0 : sJob.uiWidth - 1;
+    const auto Row = [&](std::size_t uiRow) {
+      return reinterpret_cast<std::uint16_t *>(RingRow(uiRow)) + (sTile.uiStart - sTile.uiFirst) + x;
+    };
+    std::uint16_t *const pus = Row(y);
+    const std::uint32_t uiInner = pus[bLeft ? 1 : -1];
+    std::uint16_t &usOuter = pus[bLeft ? -1 : 1];
+    const bool bGreen = BeginsWithGreen(sJob.eOrder) == ((y + x) % 2 == 0);
+    if (bGreen || y == 0 || y + 1 == sJob.uiHeight) {
+      usOuter = static_cast<std::uint16_t>(uiInner);
+    } else if (y >= sJob.uiFirst && y < sJob.uiFirst + sJob.uiRows) {
+      const std::uint32_t uiSum = uiInner + *Row(y - 1) + *Row(y + 1);
+      usOuter = static_cast<std::uint16_t>(2 * (2 * uiSum / 3) - uiSum);
+    }
+  }
+
+  std::uint8_t *RingRow(std::size_t y) const noexcept {
+    return m_pucScratch + m_l.uiSamples + (y & (m_l.uiRingRows - 1)) * m_l.uiSamplesPitch;
+  }
+
   // Row y of the columns of a tile, as bytes or words as the kernel takes them.
   void BringToRing(std::size_t y, const Tile &sTile) const noexcept {
-    std::uint8_t *const pucRow =
-        m_pucScratch + m_l.uiSamples + (y & (m_l.uiRingRows - 1)) * m_l.uiSamplesPitch;
+    std::uint8_t *const pucRow = RingRow(y);
     if (MosaicOfWords(m_s) == IsWords(m_s)) {
       m_sSource.Bring(y, sTile.uiFirst, sTile.uiWidth, pucRow, m_sSpaces);
       return;

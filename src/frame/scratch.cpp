@@ -44,7 +44,8 @@ ScratchLayout LayOut(const kivo_plan &s) noexcept {
   };
   const auto TakeSamples = [&](std::size_t uiBytes) { return Take(c_uiLeadBytes + uiBytes) + c_uiLeadBytes; };
 
-  const bool bMosaic = s.eCourse == Course::Mosaic || s.eCourse == Course::MosaicPlanes;
+  const bool bColours = s.eCourse == Course::MosaicColours;
+  const bool bMosaic = bColours || s.eCourse == Course::Mosaic || s.eCourse == Course::MosaicPlanes;
   const bool bAdaptive = s.uiBayer == KIVO_BAYER_ACPI;
   const bool bPlanes =
       s.eCourse == Course::Planes || s.eCourse == Course::MosaicPlanes || s.eCourse == Course::Half;
@@ -67,7 +68,9 @@ ScratchLayout LayOut(const kivo_plan &s) noexcept {
   // Bytes of the samples of a piece before the range, and of what a ring of a mosaic holds.
   const bool bWiden = bMosaic && MosaicOfWords(s) && !IsWords(s);
   const std::size_t uiPieceBytes = (s.eCourse == Course::Half ? 2 : 1) * l.uiPiece * SampleBytes(s);
-  const std::size_t uiRowBytes = bMosaic ? l.uiPiece * (MosaicOfWords(s) ? 2 : 1) : uiPieceBytes;
+  // A block that begins in the last column, and a column behind it.
+  const std::size_t uiRoom = bColours ? 2 * c_uiVectorPixels : 0;
+  const std::size_t uiRowBytes = bMosaic ? (l.uiPiece + uiRoom) * (MosaicOfWords(s) ? 2 : 1) : uiPieceBytes;
   for (std::size_t &uiSpace : l.auiSpaces) uiSpace = TakeSamples(s.uiStages != 0 ? uiPieceBytes : 0);
   l.uiSamplesPitch = Aligned(c_uiLeadBytes + uiRowBytes);
   if (s.uiStages != 0 || bWiden)

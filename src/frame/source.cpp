@@ -73,6 +73,12 @@ const std::uint8_t *Source::Plane(std::uint32_t uiPlane, std::size_t y) const no
   return m_pucFirst + (iPlane * iRows + (iRows - 1 - iRow)) * -m_iPitch;
 }
 
+const std::uint8_t *Source::Near(std::size_t y, std::size_t x) const noexcept {
+  const kivo_format &s = *m_sPlan.psFormat;
+  const std::size_t uiRow = m_bStream ? (y + m_sPlan.uiY) * m_sPlan.uiFrameWidth : 0;
+  return (m_bStream ? m_pucFirst : Plane(0, y)) + (uiRow + m_sPlan.uiX + x) * s.group_bytes / s.group_pixels;
+}
+
 bool Source::IsGapless() const noexcept {
   return m_sPlan.uiWidth == m_sPlan.uiFrameWidth && m_sPlan.psFormat->packing != KIVO_PLANAR &&
          (m_bStream ||

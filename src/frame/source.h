@@ -33,6 +33,9 @@ class Source {
   // Whether rows of the region follow each other without a gap, in bytes or within them.
   bool IsGapless() const noexcept;
 
+  // About where the frame has a sample, all being of one plane.
+  const std::uint8_t *Near(std::size_t y, std::size_t x) const noexcept;
+
   // The samples of columns x to x + n - 1, whole groups of YUV pixels, through the first uiStages stages. x
   // may go on into the rows below where there are no gaps. Up to c_uiLeadSamples samples are written in front
   // of pucDst too.

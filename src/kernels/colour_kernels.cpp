@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The links of the colour chain: black level and gain of samples, a matrix over three planes, and tone.
 #include "kernels/blocks.h"
+#include "kernels/matrix.h"
 
 namespace Kivo::KIVO_TARGET {
 namespace {
@@ -134,32 +135,13 @@ void GainOfWords(const GainJob &s) {
   (s.uiDepth == 16 ? GainWords<true> : GainWords<false>)(s);
 }
 
-// Two factors for each pair of words.
-KIVO_INLINE I16 Pairs(int iFirst, int iSecond) {
-  return reinterpret_cast<I16>(Splat<I32>(
-      static_cast<int>(static_cast<unsigned>(iSecond) << 16 | (static_cast<unsigned>(iFirst) & 0xFFFF))));
-}
-
-// The third plane is paired with ones, whose factor is what is added before the shift.
 template <unsigned uiUp>
 void Mix(const MatrixJob &s) {
-  I16 aaFactors[3][2];
-  for (unsigned c = 0; c < 3; ++c) {
-    aaFactors[c][0] = Pairs(s.aasRows[c][0], s.aasRows[c][1]);
-    aaFactors[c][1] = Pairs(s.aasRows[c][2], 2048 >> uiUp);
-  }
+  const Mixer<uiUp> mixer(s.aasRows);
   for (size_t i = 0; i < s.n; i += c_uiWords) {
-    const WordPair firsts = ZipLanes(Load<U16>(s.apusSrc[0] + i), Load<U16>(s.apusSrc[1] + i));
-    const WordPair thirds = ZipLanes(Load<U16>(s.apusSrc[2] + i), Splat<U16>(1));
-    for (unsigned c = 0; c < 3; ++c) {
-      const auto sum = [&](U16 first, U16 third) {
-        return (MulAddPairs(reinterpret_cast<I16>(first), aaFactors[c][0]) +
-                MulAddPairs(reinterpret_cast<I16>(third), aaFactors[c][1])) >>
-               static_cast<int>(12 - uiUp);
-      };
-      const I16 v = PackSatLanes(sum(firsts.low, thirds.low), sum(firsts.high, thirds.high));
-      Store(s.apusDst[c] + i, SelectGreater(v, I16{}, v, I16{}));
-    }
+    mixer.template Mix<12>(
+        Load<U16>(s.apusSrc[0] + i), Load<U16>(s.apusSrc[1] + i), Load<U16>(s.apusSrc[2] + i),
+        [&](unsigned c, I32 low, I32 high) { Store(s.apusDst[c] + i, PackUnits(low, high)); });
   }
 }
 

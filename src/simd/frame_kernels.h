@@ -72,7 +72,8 @@ struct HalfKernels {
 };
 
 // A curve of straight pieces over 0 to 32767, see kernels/tone.h: what it is at the knots, and from each how
-// far to the next; and the lower and the upper bytes of both. Values are shifted left by uiUp, 0 or 1, first.
+// far to the next; and the lower and the upper bytes of both, each exclusive or the one 16 before it, if
+// there is one. Values are shifted left by uiUp, 0 or 1, first.
 struct ToneCurve {
   alignas(64) uint16_t ausKnots[64], ausSteps[64];
   alignas(64) uint8_t aaucBytes[4][64];
@@ -174,6 +175,27 @@ struct ColourKernels {
   ToneKernel pfnTone;
 };
 
+// What becomes of the samples of a mosaic between the gain and pixels of bytes. With u the doubled standard
+// means, below 32768, and mixed by a matrix if there is one: u >> 7, or what the table has for u.
+struct FinishJob {
+  const int16_t (*pasRows)[3];  // null, or a matrix as a MatrixJob has it
+  const uint8_t *pucTable;      // null, or c_uiToneEntries
+  const ToneCurve *psCurve;     // null, or the curve whose upper bytes the table has; its uiUp is 0
+  const uint8_t *pucAhead;      // null, or where column 0 of the frame's next rows lies, for the cache
+  ptrdiff_t iAheadPitch;
+  size_t uiAheadBits;  // from one column to the next
+};
+// Words of 14 bits in a ring, at least two rows and columns of them. The job makes all its columns: each side
+// has one more, and the right one room for a block of 64 behind that. Behind an edge of the image the column
+// more repeats the inner neighbour of the outermost, but in rows that begin, or end, with red or blue and are
+// not the first or last: there it is what makes the sum of the four around the outermost twice what the green
+// of the three becomes, modulo 65536.
+using ColouredMosaicKernel = void (*)(const MosaicJob &sJob, const FinishJob &sFinish);
+
+struct ColouredMosaicKernels {
+  ColouredMosaicKernel apfn[c_uiOutputs];
+};
+
 // All families of one target that only the engine has.
 struct FrameKernels {
   const MosaicPlanesKernels *psMosaicPlanes;
@@ -184,6 +206,7 @@ struct FrameKernels {
   const RangeKernels *psRange;
   const YuvFrameKernels *psYuvFrames;
   const ColourKernels *psColour;
+  const ColouredMosaicKernels *psColouredMosaic;
 };
 
 }  // namespace Kivo
@@ -199,6 +222,7 @@ extern const PictureKernels c_sPictureKernels;
 extern const RangeKernels c_sRangeKernels;
 extern const YuvFrameKernels c_sYuvFrameKernels;
 extern const ColourKernels c_sColourKernels;
+extern const ColouredMosaicKernels c_sColouredMosaicKernels;
 }  // namespace Kivo::KIVO_TARGET
 #endif
 

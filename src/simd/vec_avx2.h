@@ -47,6 +47,12 @@ KIVO_INLINE U8 Avg(U8 a, U8 b) {
 KIVO_INLINE U16 Avg(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm256_avg_epu16(Raw(a), Raw(b)));
 }
+KIVO_INLINE U16 Lesser(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm256_min_epu16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I16 Greater(I16 a, I16 b) {
+  return reinterpret_cast<I16>(_mm256_max_epi16(Raw(a), Raw(b)));
+}
 KIVO_INLINE I16 Abs(I16 v) {
   return reinterpret_cast<I16>(_mm256_abs_epi16(Raw(v)));
 }
@@ -69,6 +75,12 @@ KIVO_INLINE U8 Select(const Parity &s, U8 a, U8 b) {
 }
 KIVO_INLINE U16 Select(const Parity &s, U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm256_blendv_epi8(Raw(b), Raw(a), s.words));
+}
+
+// a in the even lanes, or in the odd ones, and b in the others.
+template <bool bEven>
+KIVO_INLINE U16 Alternate(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm256_blend_epi16(Raw(b), Raw(a), bEven ? 0x55 : 0xAA));
 }
 
 // a where x > y, else b.
@@ -198,10 +210,14 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
   return reinterpret_cast<I16>(_mm256_packs_epi32(Raw(a), Raw(b)));
 }
 
-// Bytes of a lane by index; 0 for an index from 16 on.
+// The same clamped to words without a sign.
+KIVO_INLINE U16 PackWordsLanes(I32 a, I32 b) {
+  return reinterpret_cast<U16>(_mm256_packus_epi32(Raw(a), Raw(b)));
+}
+
+// Bytes of a lane by the lower 4 bits of an index; 0 where its highest bit is set.
 KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
-  const __m256i v = _mm256_adds_epu8(Raw(index), _mm256_set1_epi8(0x70));
-  return reinterpret_cast<U8>(_mm256_shuffle_epi8(Raw(table), v));
+  return reinterpret_cast<U8>(_mm256_shuffle_epi8(Raw(table), Raw(index)));
 }
 
 // Bytes of a and b as the lower and the upper ones of words, in the order that PackLowLanes takes.
@@ -246,6 +262,17 @@ KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
   StoreVec<bStream>(p + 32, _mm256_unpackhi_epi16(bgLow, raLow));
   StoreVec<bStream>(p + 64, _mm256_unpacklo_epi16(bgHigh, raHigh));
   StoreVec<bStream>(p + 96, _mm256_unpackhi_epi16(bgHigh, raHigh));
+}
+
+// Pixels from words whose upper bytes count.
+template <bool bStream>
+KIVO_INLINE void StoreUpperBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  const __m256i bg = Raw(b >> 8 | (g & 0xFF00));
+  const __m256i ra = Raw(r >> 8 | 0xFF00);
+  const __m256i low = _mm256_unpacklo_epi16(bg, ra);
+  const __m256i high = _mm256_unpackhi_epi16(bg, ra);
+  StoreVec<bStream>(p, _mm256_permute2x128_si256(low, high, 0x20));
+  StoreVec<bStream>(p + 32, _mm256_permute2x128_si256(low, high, 0x31));
 }
 
 // The same for words.

@@ -47,6 +47,12 @@ KIVO_INLINE U8 Avg(U8 a, U8 b) {
 KIVO_INLINE U16 Avg(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm512_avg_epu16(Raw(a), Raw(b)));
 }
+KIVO_INLINE U16 Lesser(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm512_min_epu16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I16 Greater(I16 a, I16 b) {
+  return reinterpret_cast<I16>(_mm512_max_epi16(Raw(a), Raw(b)));
+}
 KIVO_INLINE I16 Abs(I16 v) {
   return reinterpret_cast<I16>(_mm512_abs_epi16(Raw(v)));
 }
@@ -69,10 +75,20 @@ KIVO_INLINE U16 Select(Parity s, U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm512_mask_blend_epi16(static_cast<__mmask32>(s.mEven), Raw(b), Raw(a)));
 }
 
+// a in the even lanes, or in the odd ones, and b in the others.
+template <bool bEven>
+KIVO_INLINE U16 Alternate(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm512_mask_blend_epi16(bEven ? 0x55555555u : 0xAAAAAAAAu, Raw(b), Raw(a)));
+}
+
 // a where x > y, else b.
 KIVO_INLINE I16 SelectGreater(I16 x, I16 y, I16 a, I16 b) {
   return reinterpret_cast<I16>(
       _mm512_mask_blend_epi16(_mm512_cmpgt_epi16_mask(Raw(x), Raw(y)), Raw(b), Raw(a)));
+}
+
+KIVO_INLINE __mmask32 IsGreater(I16 x, I16 y) {
+  return _mm512_cmpgt_epi16_mask(Raw(x), Raw(y));
 }
 
 // a where x = y, else b.
@@ -229,12 +245,19 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
   return reinterpret_cast<I16>(_mm512_packs_epi32(Raw(a), Raw(b)));
 }
 
-// Words of a table of 32, and of one of 64 in two vectors, by index.
+// The same clamped to words without a sign.
+KIVO_INLINE U16 PackWordsLanes(I32 a, I32 b) {
+  return reinterpret_cast<U16>(_mm512_packus_epi32(Raw(a), Raw(b)));
+}
+
+// Words of a table of 32 by index, and of one of two, the second in the lanes of the mask. Of an index only
+// the lower 5 bits count.
 KIVO_INLINE U16 Lookup(U16 index, U16 table) {
   return reinterpret_cast<U16>(_mm512_permutexvar_epi16(Raw(index), Raw(table)));
 }
-KIVO_INLINE U16 Lookup(U16 index, const U16 (&aTable)[2]) {
-  return reinterpret_cast<U16>(_mm512_permutex2var_epi16(Raw(aTable[0]), Raw(index), Raw(aTable[1])));
+KIVO_INLINE U16 Lookup(U16 index, const U16 (&aTables)[2], __mmask32 mSecond) {
+  return reinterpret_cast<U16>(
+      _mm512_mask_permutexvar_epi16(Raw(Lookup(index, aTables[0])), mSecond, Raw(index), Raw(aTables[1])));
 }
 
 // Lanes last to first.
@@ -389,17 +412,25 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U16 b, U16 g, U16 r) {
   StoreVec<bStream>(p + 128, _mm512_mask_mov_epi16(_mm512_mask_mov_epi16(vg, m1, vr), m2, vb));
 }
 
-// Pixels from words whose lower bytes count.
+// Pixels from words of blue and green, and of red and alpha.
 template <bool bStream>
-KIVO_INLINE void StoreWordsBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
-  const __m512i bg = Raw((b & 0xFF) | g << 8);
-  const __m512i ra = Raw((r & 0xFF) | 0xFF00);
+KIVO_INLINE void StoreHalves(uint8_t *p, __m512i bg, __m512i ra) {
   static constexpr Table c_sLow =
       MakeTable([](size_t j) { return j % 2 == 1 ? 0 : j / 4 + (j % 4 == 2 ? 32 : 0); });
   static constexpr Table c_sHigh =
       MakeTable([](size_t j) { return j % 2 == 1 ? 0 : 16 + j / 4 + (j % 4 == 2 ? 32 : 0); });
   StoreVec<bStream>(p, _mm512_permutex2var_epi16(bg, Raw(Load(c_sLow)), ra));
   StoreVec<bStream>(p + 64, _mm512_permutex2var_epi16(bg, Raw(Load(c_sHigh)), ra));
+}
+
+// Pixels from words whose lower bytes count, and whose upper bytes do.
+template <bool bStream>
+KIVO_INLINE void StoreWordsBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  StoreHalves<bStream>(p, Raw((b & 0xFF) | g << 8), Raw((r & 0xFF) | 0xFF00));
+}
+template <bool bStream>
+KIVO_INLINE void StoreUpperBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  StoreHalves<bStream>(p, Raw(b >> 8 | (g & 0xFF00)), Raw(r >> 8 | 0xFF00));
 }
 
 constexpr Table c_sGreyBGRA = MakeTable([](size_t j) { return j / 4; });

@@ -39,6 +39,12 @@ KIVO_INLINE V SelectBits(V mask, V a, V b) {
   return (mask & a) | (~mask & b);
 }
 
+KIVO_INLINE U16 Lesser(U16 a, U16 b) {
+  return SelectBits(reinterpret_cast<U16>(a < b), a, b);
+}
+KIVO_INLINE I16 Greater(I16 a, I16 b) {
+  return SelectBits(reinterpret_cast<I16>(a > b), a, b);
+}
 KIVO_INLINE I16 Abs(I16 v) {
   const I16 sign = v >> 15;
   return (v ^ sign) - sign;
@@ -60,6 +66,12 @@ KIVO_INLINE U8 Select(const Parity &s, U8 a, U8 b) {
 }
 KIVO_INLINE U16 Select(const Parity &s, U16 a, U16 b) {
   return SelectBits(s.words, a, b);
+}
+
+// a in the even lanes, or in the odd ones, and b in the others.
+template <bool bEven>
+KIVO_INLINE U16 Alternate(U16 a, U16 b) {
+  return Select(MakeParity(bEven), a, b);
 }
 
 // a where x > y, else b.
@@ -85,6 +97,17 @@ KIVO_INLINE U8 PackHigh(U16 a, U16 b) {
 // The low bytes again, for each lane on its own, which here is the whole vector.
 KIVO_INLINE U8 PackLowLanes(U16 a, U16 b) {
   return PackLow(a, b);
+}
+
+// Two word vectors clamped to bytes, in order; a lane is the whole vector here.
+KIVO_INLINE U8 PackSatBy16(I16 a, I16 b) {
+  const auto clamp = [](int16_t n) { return static_cast<uint8_t>(n < 0 ? 0 : n > 255 ? 255 : n); };
+  U8 v;
+  for (size_t i = 0; i < c_uiVec / 2; ++i) {
+    v[i] = clamp(a[i]);
+    v[c_uiVec / 2 + i] = clamp(b[i]);
+  }
+  return v;
 }
 
 // Two word vectors clamped to bytes and interleaved: even, odd, even, odd.
@@ -163,10 +186,21 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
   return v;
 }
 
-// Bytes of a lane by index; 0 for an index from 16 on.
+// The same clamped to words without a sign.
+KIVO_INLINE U16 PackWordsLanes(I32 a, I32 b) {
+  U16 v;
+  for (size_t i = 0; i < c_uiVec / 4; ++i) {
+    const auto clamp = [](int32_t n) { return static_cast<uint16_t>(n < 0 ? 0 : n > 65535 ? 65535 : n); };
+    v[i] = clamp(a[i]);
+    v[c_uiVec / 4 + i] = clamp(b[i]);
+  }
+  return v;
+}
+
+// Bytes of a lane by the lower 4 bits of an index; 0 where its highest bit is set.
 KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
   U8 v;
-  for (size_t i = 0; i < c_uiVec; ++i) v[i] = index[i] < 16 ? table[index[i]] : 0;
+  for (size_t i = 0; i < c_uiVec; ++i) v[i] = index[i] < 128 ? table[index[i] % 16] : 0;
   return v;
 }
 
@@ -221,6 +255,16 @@ KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
     p[3 * i] = b[i];
     p[3 * i + 1] = g[i];
     p[3 * i + 2] = r[i];
+  }
+}
+
+// Pixels from words whose upper bytes count.
+template <bool bStream>
+KIVO_INLINE void StoreUpperBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  for (size_t i = 0; i < c_uiVec / 2; ++i) {
+    const uint8_t auc[] = {static_cast<uint8_t>(b[i] >> 8), static_cast<uint8_t>(g[i] >> 8),
+                           static_cast<uint8_t>(r[i] >> 8), 255};
+    memcpy(p + 4 * i, auc, 4);
   }
 }
 

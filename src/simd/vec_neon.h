@@ -49,6 +49,12 @@ KIVO_INLINE U8 Avg(U8 a, U8 b) {
 KIVO_INLINE U16 Avg(U16 a, U16 b) {
   return reinterpret_cast<U16>(vrhaddq_u16(Raw(a), Raw(b)));
 }
+KIVO_INLINE U16 Lesser(U16 a, U16 b) {
+  return reinterpret_cast<U16>(vminq_u16(Raw(a), Raw(b)));
+}
+KIVO_INLINE I16 Greater(I16 a, I16 b) {
+  return reinterpret_cast<I16>(vmaxq_s16(Raw(a), Raw(b)));
+}
 KIVO_INLINE I16 Abs(I16 v) {
   return reinterpret_cast<I16>(vabsq_s16(Raw(v)));
 }
@@ -72,6 +78,12 @@ KIVO_INLINE U8 Select(const Parity &s, U8 a, U8 b) {
 }
 KIVO_INLINE U16 Select(const Parity &s, U16 a, U16 b) {
   return reinterpret_cast<U16>(vbslq_u16(s.words, Raw(a), Raw(b)));
+}
+
+// a in the even lanes, or in the odd ones, and b in the others.
+template <bool bEven>
+KIVO_INLINE U16 Alternate(U16 a, U16 b) {
+  return Select(MakeParity(bEven), a, b);
 }
 
 // a where x > y, else b.
@@ -162,9 +174,15 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
       vcombine_s16(vqmovn_s32(reinterpret_cast<int32x4_t>(a)), vqmovn_s32(reinterpret_cast<int32x4_t>(b))));
 }
 
-// Bytes of a lane by index; 0 for an index from 16 on.
+// The same clamped to words without a sign.
+KIVO_INLINE U16 PackWordsLanes(I32 a, I32 b) {
+  return reinterpret_cast<U16>(
+      vcombine_u16(vqmovun_s32(reinterpret_cast<int32x4_t>(a)), vqmovun_s32(reinterpret_cast<int32x4_t>(b))));
+}
+
+// Bytes of a lane by the lower 4 bits of an index; 0 where its highest bit is set.
 KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
-  return reinterpret_cast<U8>(vqtbl1q_u8(Raw(table), Raw(index)));
+  return reinterpret_cast<U8>(vqtbl1q_u8(Raw(table), Raw(index & 0x8F)));
 }
 
 // Bytes of a and b as the lower and the upper ones of words, in the order that PackLowLanes takes.
@@ -213,6 +231,14 @@ KIVO_INLINE void StoreBGRA(uint8_t *p, U8 b, U8 g, U8 r) {
 template <bool bStream>
 KIVO_INLINE void StoreBGR(uint8_t *p, U8 b, U8 g, U8 r) {
   vst3q_u8(p, uint8x16x3_t{{Raw(b), Raw(g), Raw(r)}});
+}
+
+// Pixels from words whose upper bytes count.
+template <bool bStream>
+KIVO_INLINE void StoreUpperBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  const WordPair s = ZipLanes(b >> 8 | (g & 0xFF00), r >> 8 | 0xFF00);
+  Store(p, s.low);
+  Store(p + 16, s.high);
 }
 
 // The same for words.

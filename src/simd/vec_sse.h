@@ -54,6 +54,16 @@ KIVO_INLINE U8 Avg(U8 a, U8 b) {
 KIVO_INLINE U16 Avg(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm_avg_epu16(Raw(a), Raw(b)));
 }
+KIVO_INLINE U16 Lesser(U16 a, U16 b) {
+#ifdef __SSE4_1__
+  return reinterpret_cast<U16>(_mm_min_epu16(Raw(a), Raw(b)));
+#else
+  return reinterpret_cast<U16>(_mm_sub_epi16(Raw(a), _mm_subs_epu16(Raw(a), Raw(b))));
+#endif
+}
+KIVO_INLINE I16 Greater(I16 a, I16 b) {
+  return reinterpret_cast<I16>(_mm_max_epi16(Raw(a), Raw(b)));
+}
 KIVO_INLINE I16 Abs(I16 v) {
   return reinterpret_cast<I16>(_mm_max_epi16(Raw(v), _mm_sub_epi16(_mm_setzero_si128(), Raw(v))));
 }
@@ -84,6 +94,16 @@ KIVO_INLINE U8 Select(const Parity &s, U8 a, U8 b) {
 }
 KIVO_INLINE U16 Select(const Parity &s, U16 a, U16 b) {
   return reinterpret_cast<U16>(SelectBytes(s.words, Raw(a), Raw(b)));
+}
+
+// a in the even lanes, or in the odd ones, and b in the others.
+template <bool bEven>
+KIVO_INLINE U16 Alternate(U16 a, U16 b) {
+#ifdef __SSE4_1__
+  return reinterpret_cast<U16>(_mm_blend_epi16(Raw(b), Raw(a), bEven ? 0x55 : 0xAA));
+#else
+  return reinterpret_cast<U16>(SelectBytes(_mm_set1_epi32(bEven ? 0x0000FFFF : -0x10000), Raw(a), Raw(b)));
+#endif
 }
 
 // a where x > y, else b.
@@ -165,6 +185,16 @@ KIVO_INLINE I16 PackSatLanes(I32 a, I32 b) {
   return reinterpret_cast<I16>(_mm_packs_epi32(Raw(a), Raw(b)));
 }
 
+// The same clamped to words without a sign.
+KIVO_INLINE U16 PackWordsLanes(I32 a, I32 b) {
+#ifdef __SSE4_1__
+  return reinterpret_cast<U16>(_mm_packus_epi32(Raw(a), Raw(b)));
+#else
+  // Around zero, and back.
+  return reinterpret_cast<U16>(PackSatLanes(a - 0x8000, b - 0x8000)) ^ 0x8000;
+#endif
+}
+
 // Lanes last to first.
 KIVO_INLINE U16 Reverse(U16 v) {
   const __m128i halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(Raw(v), 0x1B), 0x1B);
@@ -210,6 +240,15 @@ KIVO_INLINE void StoreTriple(uint8_t *p, __m128i v0, __m128i v1, __m128i v2) {
   StoreVec<bStream>(p + 32, v2);
 }
 
+// Pixels from words whose upper bytes count.
+template <bool bStream>
+KIVO_INLINE void StoreUpperBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
+  const __m128i bg = Raw(b >> 8 | (g & 0xFF00));
+  const __m128i ra = Raw(r >> 8 | 0xFF00);
+  StoreVec<bStream>(p, _mm_unpacklo_epi16(bg, ra));
+  StoreVec<bStream>(p + 16, _mm_unpackhi_epi16(bg, ra));
+}
+
 // The same for words.
 template <bool bStream>
 KIVO_INLINE void StoreBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
@@ -249,9 +288,9 @@ KIVO_INLINE U16 RepeatOdd(U16 v) {
   return reinterpret_cast<U16>(_mm_shuffle_epi8(Raw(v), table));
 }
 
-// Bytes of a lane by index; 0 for an index from 16 on.
+// Bytes of a lane by the lower 4 bits of an index; 0 where its highest bit is set.
 KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
-  return reinterpret_cast<U8>(_mm_shuffle_epi8(Raw(table), _mm_adds_epu8(Raw(index), _mm_set1_epi8(0x70))));
+  return reinterpret_cast<U8>(_mm_shuffle_epi8(Raw(table), Raw(index)));
 }
 
 KIVO_INLINE I16 MulHighRound(I16 a, I16 b) {
@@ -297,10 +336,10 @@ KIVO_INLINE void StoreGreyBGR(uint8_t *p, U8 v) {
 
 #else
 
-// Bytes of a lane by index; 0 for an index from 16 on.
+// Bytes of a lane by the lower 4 bits of an index; 0 where its highest bit is set.
 KIVO_INLINE U8 LookupNear(U8 index, U8 table) {
   U8 v;
-  for (size_t i = 0; i < c_uiVec; ++i) v[i] = index[i] < 16 ? table[index[i]] : 0;
+  for (size_t i = 0; i < c_uiVec; ++i) v[i] = index[i] < 128 ? table[index[i] % 16] : 0;
   return v;
 }
 

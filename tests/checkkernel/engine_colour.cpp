@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The colour chain's kernels: every count around a vector, every sample at every depth with gains of every
 // size, matrices as far out as they may be, every value of a tone.
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "checkkernel/arrays.h"
@@ -201,6 +203,164 @@ void CheckTones(Check &check, ArrayCheck &arrays) {
   }
 }
 
+// A tone as the kernels take it: a table, and perhaps the curve that it was made from.
+struct SomeTone {
+  Bytes table;
+  Kivo::ToneCurve curve{};
+  bool has_curve = false;
+};
+
+SomeTone MakeSomeTone(Random &random) {
+  SomeTone s;
+  const unsigned kind = random.Below(3);
+  if (kind == 0) return s;
+  s.table.resize(Kivo::c_uiToneEntries);
+  s.has_curve = kind == 2;
+  if (!s.has_curve) {
+    for (std::uint8_t &byte : s.table) byte = static_cast<std::uint8_t>(random.Next());
+    return s;
+  }
+  // Knots at random heights, none below the one before.
+  std::vector<std::uint16_t> knots(63);
+  for (std::uint16_t &knot : knots) knot = static_cast<std::uint16_t>(random.Next());
+  std::sort(knots.begin(), knots.end());
+  std::size_t u = 0;
+  for (std::size_t i = 0; i < 62; ++i) {
+    const std::size_t width = u < 1024 ? 64 : u < 6144 ? 256 : 1024;
+    s.curve.ausKnots[i] = knots[i];
+    s.curve.ausSteps[i] = static_cast<std::uint16_t>(knots[i + 1] - knots[i]);
+    for (std::size_t k = 0; k < width; ++k, ++u)
+      s.table[u] = static_cast<std::uint8_t>((knots[i] + k * s.curve.ausSteps[i] / width) / 256);
+  }
+  for (std::size_t i = 0; i < 64; ++i)
+    for (std::size_t k = 0; k < 4; ++k) {
+      const std::uint16_t *const words = k < 2 ? s.curve.ausKnots : s.curve.ausSteps;
+      const int word = words[i] ^ (i < 16 ? 0 : words[i - 16]);
+      s.curve.aaucBytes[k][i] = static_cast<std::uint8_t>(word >> 8 * (k % 2));
+    }
+  return s;
+}
+
+// Rows of words, each with what the kernel may read beside it.
+class SomeMosaic {
+ public:
+  SomeMosaic(Random &random, std::size_t width, std::size_t height, bool extreme)
+      : pitch_(2 * (width + 66)), bytes_(pitch_ * height) {
+    for (std::size_t i = 0; i < bytes_.size() / 2; ++i) {
+      const unsigned value = extreme ? (random.Below(2) == 0 ? 0U : 16383U) : random.Below(16384);
+      Set(i, value);
+    }
+  }
+  // Behind the edges of the image.
+  void Pad(const Kivo::MosaicJob &job) {
+    for (std::size_t y = 0; y < job.uiHeight; ++y) {
+      if (job.bLeftEdge) PadOne(job, y, 0, 1, -1);
+      if (job.bRightEdge) PadOne(job, y, job.uiWidth - 1, -1, 1);
+    }
+  }
+  std::size_t pitch() const { return pitch_; }
+  const Bytes &bytes() const { return bytes_; }
+
+ private:
+  void Set(std::size_t i, unsigned value) {
+    const auto word = static_cast<std::uint16_t>(value);
+    std::memcpy(bytes_.data() + 2 * i, &word, 2);
+  }
+  std::size_t Index(std::size_t y, std::size_t x) const { return y * pitch_ / 2 + 1 + x; }
+  unsigned At(std::size_t y, std::size_t x) const {
+    std::uint16_t word;
+    std::memcpy(&word, bytes_.data() + 2 * Index(y, x), 2);
+    return word;
+  }
+  void PadOne(const Kivo::MosaicJob &job, std::size_t y, std::size_t x, int inner, int outer) {
+    const unsigned beside = At(y, x + static_cast<std::size_t>(inner));
+    unsigned value = beside;
+    const bool green = ((y + x + static_cast<unsigned>(job.eOrder)) & 1) != 0;
+    if (!green && y != 0 && y + 1 != job.uiHeight) {
+      const unsigned sum = beside + At(y - 1, x) + At(y + 1, x);
+      value = 2 * (2 * sum / 3) - sum;
+    }
+    Set(Index(y, x) + static_cast<std::size_t>(outer), value);
+  }
+
+  std::size_t pitch_;
+  Bytes bytes_;
+};
+
+void CheckColouredMosaic(Check &check, ArrayCheck &arrays, std::size_t width, std::size_t height) {
+  Random &random = check.random();
+  Kivo::MosaicJob job{};
+  job.uiWidth = width;
+  job.uiHeight = height;
+  job.uiFirst = random.Below(static_cast<unsigned>(height));
+  job.uiRows = 1 + random.Below(static_cast<unsigned>(height - job.uiFirst));
+  if (random.Below(3) == 0) {
+    job.uiFirst = 0;
+    job.uiRows = height;
+  }
+  job.bLeftEdge = random.Below(4) != 0;
+  job.bRightEdge = random.Below(4) != 0;
+  job.eOrder = static_cast<Kivo::BayerOrder>(random.Below(4));
+  job.bRedFirst = random.Below(2) == 0;
+  job.bStream = random.Below(2) == 0;
+  job.uiRowMask = ~std::size_t{0};
+  const bool bgra = random.Below(2) == 0;
+  const std::size_t pixel_bytes = bgra ? 4 : 3;
+  // Rows that reach lines together, some of them behind a few pixels, and rows without a gap.
+  const bool lines = random.Below(2) == 0;
+  const std::size_t skipped = lines ? pixel_bytes * random.Below(20) : 0;
+  const std::size_t row = skipped + width * pixel_bytes;
+  job.iDstPitch = static_cast<std::ptrdiff_t>(lines ? (row + 63) / 64 * 64 : row);
+
+  SomeMosaic mosaic(random, width, height, random.Below(4) == 0);
+  mosaic.Pad(job);
+  job.iSrcPitch = static_cast<std::ptrdiff_t>(mosaic.pitch());
+  const SomeTone tone = MakeSomeTone(random);
+  std::array<std::array<std::int16_t, 3>, 3> rows;
+  for (auto &line : rows)
+    for (std::int16_t &k : line) k = static_cast<std::int16_t>(random.Below(12289) - 4096);
+  const bool matrix = random.Below(2) == 0;
+  const Kivo::ColouredMosaicKernel kernel =
+      Kivo::ActiveFrameKernels().psColouredMosaic->apfn[bgra ? Kivo::c_eBGRA : Kivo::c_eBGR];
+  const auto call = [=, &tone](auto run, std::uint8_t *const *dst, const std::uint8_t *const *src) {
+    std::int16_t copy[3][3];
+    for (unsigned y = 0; y < 3; ++y) std::copy(rows[y].begin(), rows[y].end(), copy[y]);
+    Kivo::MosaicJob filled = job;
+    filled.pucSrc = src[0] + 2;
+    filled.pucDst = dst[0] + skipped;
+    Kivo::FinishJob finish{};
+    if (matrix) finish.pasRows = copy;
+    if (!tone.table.empty()) finish.pucTable = src[1];
+    if (tone.has_curve) finish.psCurve = &tone.curve;
+    run(filled, finish);
+  };
+  arrays.Compare({"ColouredMosaic " + std::to_string(width) + " x " + std::to_string(height) + " rows " +
+                      std::to_string(job.uiFirst) + " + " + std::to_string(job.uiRows) + " order " +
+                      std::to_string(static_cast<unsigned>(job.eOrder)) + " pixels of " +
+                      std::to_string(pixel_bytes) + (matrix ? " matrix" : "") +
+                      (tone.has_curve       ? " curve"
+                       : tone.table.empty() ? ""
+                                            : " table") +
+                      (job.bStream ? " stream" : "") + (job.bLeftEdge ? " left" : "") +
+                      (job.bRightEdge ? " right" : ""),
+                  {mosaic.bytes(), tone.table},
+                  {static_cast<std::size_t>(job.iDstPitch) * (job.uiRows - 1) + row},
+                  lines ? 64U : 2U,
+                  [=](auto dst, auto src) {
+                    call([=](auto &j, auto &f) { Reference::ColouredMosaic(pixel_bytes, j, f); }, dst, src);
+                  },
+                  [=](auto dst, auto src) { call(kernel, dst, src); }});
+}
+
+void CheckColouredMosaics(Check &check, ArrayCheck &arrays) {
+  for (std::size_t width = 2; width <= 200; width += check.quick() && width > 70 ? 5U : 1U)
+    for (std::size_t height = 2; height <= 9; ++height)
+      for (unsigned i = 0; i < (check.quick() ? 2U : 6U); ++i)
+        CheckColouredMosaic(check, arrays, width, height);
+  for (unsigned i = 0; i < (check.quick() ? 20U : 200U); ++i)
+    CheckColouredMosaic(check, arrays, 200 + check.random().Below(1000), 2 + check.random().Below(20));
+}
+
 }  // namespace
 
 void CheckColour(Check &check) {
@@ -208,6 +368,7 @@ void CheckColour(Check &check) {
   CheckGains(check, arrays);
   CheckMatrices(check, arrays);
   CheckTones(check, arrays);
+  CheckColouredMosaics(check, arrays);
 }
 
 }  // namespace KivoTest

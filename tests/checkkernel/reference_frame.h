@@ -33,6 +33,9 @@ void Gain(std::size_t sample_bytes, const Kivo::GainJob &job);
 void Matrix(const Kivo::MatrixJob &job);
 void Tone(const Kivo::ToneJob &job);
 
+// One pixel at a time from the samples of its neighbourhood that the image has.
+void ColouredMosaic(std::size_t pixel_bytes, const Kivo::MosaicJob &job, const Kivo::FinishJob &finish);
+
 std::size_t PicturePixelBytes(Kivo::PictureKind kind);
 void Picture(Kivo::PictureKind kind, const Kivo::PictureJob &job);
 
