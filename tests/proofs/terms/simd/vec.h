@@ -199,6 +199,7 @@ void Store(void *, const Lanes<Lane> &v) {
   s_words.insert(s_words.end(), v.at.begin(), v.at.end());
 }
 inline void StreamFence() {}
+inline void Prefetch(const uint8_t *) {}
 template <class V>
 void KeepPixels(const V &first, const V &green, const V &last) {
   for (size_t i = 0; i < first.at.size(); ++i) s_pixels.push_back({first.at[i], green.at[i], last.at[i]});
