@@ -136,10 +136,11 @@ void addGuess(CLI::App &app, Options &all) {
 
 void addReport(CLI::App &app, Options &all) {
   CLI::App *command = addCommand(
-      app, "report", "Write one HTML page about frames: thumbnails, histograms, standard against ACPI",
+      app, "report",
+      "Write one HTML page about frames: thumbnails as they are and with --auto, histograms, facts",
       "  kivocam report archive/ -o page.html\n"
       "  kivocam report 'day*/*.rwh' -o page.html --title 'Line 3' --auto-range\n"
-      "  kivocam report frame.raw -o page.html --format BayerRG12p --size 1920x1080\n");
+      "  kivocam report camera/ -o page.html --format BayerRG12p --size 1920x1080\n");
   tool::ReportOptions &options = all.report;
   command
       ->add_option("FILE", options.files,
@@ -492,8 +493,9 @@ int run(int argc, char **argv) {
   app.footer(
       "Examples:\n"
       "  kivocam convert frame.rwh frame.png\n"
-      "  kivocam convert frame.raw frame.png --format BayerRG8 --size 1920x1080\n"
-      "  kivocam convert archive/ pictures/\n"
+      "  kivocam guess camera/frame.raw --sheet candidates.png\n"
+      "  kivocam convert camera/ pictures/ --format BayerRG8 --size 1920x1080 --auto\n"
+      "  kivocam report camera/ -o page.html --format BayerRG8 --size 1920x1080\n"
       "  kivocam convert --help\n\n" +
       std::string(kExitCodes));
   addInfo(app, all);

@@ -21,6 +21,7 @@ mkdir dir
 : >empty
 printf 'hello world, this is no frame' >junk
 hint='headerless data needs --format and --size'
+guess=", which 'kivocam guess' may tell"
 
 # RWH files
 fails 2 "nofile: cannot be opened: No such file or directory" convert nofile out.png
@@ -38,8 +39,8 @@ for cut in 16 17 5000 $((size - 1)); do
 done
 cat good.rwh empty junk >long.rwh
 fails 2 "long.rwh: is not a whole RWH file: it holds $((size + 29)) bytes, its header says $size" convert long.rwh out.bmp
-fails 2 "junk: is not a whole RWH file: 0x6C6C6568 at its start is no known pixel format ($hint)" convert junk out.ppm
-fails 2 "scene.png: is not a whole RWH file: 0x474E5089 at its start is no known pixel format ($hint)" \
+fails 2 "junk: is not a whole RWH file: 0x6C6C6568 at its start is no known pixel format ($hint$guess)" convert junk out.ppm
+fails 2 "scene.png: is not a whole RWH file: 0x474E5089 at its start is no known pixel format ($hint$guess)" \
   convert scene.png out.ppm
 header "$mono8" "$huge" "$huge" "$huge" >hostile.rwh
 fails 2 "hostile.rwh: is not a whole RWH file: it holds 16 bytes, its header says 18446744065119617041" \

@@ -11,6 +11,7 @@ ok guess frame.raw
 says '^frame.raw$'
 says '^  format +size +offset +stride byte order bits/byte$'
 says '^  BayerG[RB]10 +320x240 +100 +640 little +[0-9.]+$'
+says '^  which colour is red and which is blue the content does not tell: --sheet OUT shows both$'
 says '^  the first: --format BayerGR10 --size 320x240 --offset 100$'
 checks=$((checks + 1))
 [ "$(sed -n 4p stdout | cut -c 1-13)" = '  BayerGB10  ' ] || fail "red and blue are not both listed first: $(cat stdout)"
@@ -46,11 +47,30 @@ fails 2 '.: is a directory' guess .
 fails 2 'nofile: cannot be opened: No such file or directory' guess nofile
 fails 1 'standard input: has no length to guess from: give a file' guess -
 
+# Grey frames have no such question.
+ok mosaic scene.png grey.raw --format Mono12
+ok guess grey.raw
+checks=$((checks + 1))
+grep -q 'red and which' stdout && fail 'red and blue of a grey frame'
+
+# Cells of the sheet are pictures as a person wants to see them.
+ok mosaic scene.png dark.raw --format BayerRG12 --sensor
+ok guess dark.raw --sheet sheet.ppm
+ok convert dark.raw first.ppm -q --auto --format "$(sed -n 's/^  the first: --format \([^ ]*\).*/\1/p' stdout)" --size 320x240
+ok mosaic sheet.ppm sheet.rwh --format RGB8
+ok convert sheet.rwh cell.ppm --crop 320x240+10+10
+same cell.ppm first.ppm
+
+# A folder of files without headers: what to do is said.
+mkdir camera && cp dark.raw camera/1.raw && cp dark.raw camera/2.raw
+fails 2 "camera: holds no .rwh files; files without a header need --format and --size, which 'kivocam guess camera/1.raw' may tell" \
+  report camera -o out.html
+
 # info names the likeliest of a file without a header.
 "$kivocam" info frame.raw >stdout 2>stderr
 checks=$((checks + 1))
 case $(cat stderr) in
-  *"(headerless data needs --format and --size); 'kivocam guess' takes it for --format BayerGR10 --size 320x240 --offset 100") ;;
+  *"(headerless data needs --format and --size, which 'kivocam guess' may tell); likely --format BayerGR10 --size 320x240 --offset 100") ;;
   *) fail "info says $(cat stderr)" ;;
 esac
 

@@ -22,6 +22,16 @@ std::uint64_t strideOf(const kivo_candidate &candidate) {
   return candidate.stride != 0 ? candidate.stride : kivo_row_bytes(candidate.code, candidate.width);
 }
 
+// Whether the first two say the same but for red and blue: they are listed one behind the other.
+bool isTwin(const std::vector<kivo_candidate> &candidates) {
+  if (candidates.size() < 2) return false;
+  const kivo_candidate &a = candidates[0], &b = candidates[1];
+  return a.width == b.width && a.height == b.height && a.offset == b.offset && a.stride == b.stride &&
+         a.byte_order == b.byte_order && a.bits == b.bits &&
+         kivo_format_of_code(a.code)->family == kivo_format_of_code(b.code)->family &&
+         kivo_format_of_code(a.code)->family != KIVO_YUV;
+}
+
 void printTable(const std::string &file, const GuessedFile &guessed) {
   std::printf("%s\n  %-16s %11s %7s %8s %-10s %s\n", oneLine(file).c_str(), "format", "size", "offset",
               "stride", "byte order", "bits/byte");
@@ -29,6 +39,9 @@ void printTable(const std::string &file, const GuessedFile &guessed) {
     std::printf("  %-16s %11s %7" PRIu64 " %8" PRIu64 " %-10s %9.3f\n", kivo_format_of_code(c.code)->name,
                 printed("%" PRIu32 "x%" PRIu32, c.width, c.height).c_str(), c.offset, strideOf(c), orderOf(c),
                 c.bits);
+  if (isTwin(guessed.candidates))
+    std::printf(
+        "  which colour is red and which is blue the content does not tell: --sheet OUT shows both\n");
   std::printf("  the first: %s\n", optionsOf(guessed.candidates[0]).c_str());
 }
 

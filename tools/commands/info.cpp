@@ -83,9 +83,9 @@ void checkHeaderOrGuess(const std::string &file, const kivo::RwhInfo &info) {
     if (kivo::findFormat(info.format) != nullptr || failure.code() != Exit::Input) throw;
     const GuessedFile guessed = guessFile(file);
     if (guessed.candidates.empty()) throw;
-    throw Failure(failure.code(), file,
-                  std::string(failure.what()).substr(file.size() + 2) + "; 'kivocam guess' takes it for " +
-                      optionsOf(guessed.candidates[0]));
+    throw Failure(
+        failure.code(), file,
+        std::string(failure.what()).substr(file.size() + 2) + "; likely " + optionsOf(guessed.candidates[0]));
   }
 }
 

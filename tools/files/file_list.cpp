@@ -128,6 +128,17 @@ class Lister {
   std::map<std::string, std::string> folders_;
 };
 
+// What is said of a folder without frames, and of those that it has without headers.
+std::string holdsNone(const std::string &folder, bool headerless) {
+  if (headerless) return "holds no .raw, .bin or .dat files";
+  const std::vector<Job> others = listFiles({folder}, true).jobs;
+  std::string text = "holds no .rwh files";
+  if (!others.empty())
+    text += "; files without a header need --format and --size, which 'kivocam guess " + others[0].input +
+            "' may tell";
+  return text;
+}
+
 }  // namespace
 
 bool isFolder(const std::string &path) {
@@ -145,11 +156,12 @@ FileList listFiles(const std::vector<std::string> &arguments, bool headerless) {
 
 FileList findInputs(const std::vector<std::string> &arguments, bool headerless, bool quiet) {
   FileList list = listFiles(arguments, headerless);
-  const std::string none = headerless ? "holds no .raw, .bin or .dat files" : "holds no .rwh files";
-  if (list.jobs.empty() && list.unreadable.empty()) throw Failure(Exit::Input, list.empty.at(0), none);
+  if (list.jobs.empty() && list.unreadable.empty())
+    throw Failure(Exit::Input, list.empty.at(0), holdsNone(list.empty[0], headerless));
   if (!quiet)
     for (const std::string &folder : list.empty)
-      std::fprintf(stderr, "kivocam: %s: note: %s\n", oneLine(folder).c_str(), none.c_str());
+      std::fprintf(stderr, "kivocam: %s: note: %s\n", oneLine(folder).c_str(),
+                   oneLine(holdsNone(folder, headerless)).c_str());
   for (const Unreadable &tree : list.unreadable)
     std::fprintf(stderr, "kivocam: %s: %s\n", oneLine(tree.folder).c_str(), oneLine(tree.reason).c_str());
   return list;

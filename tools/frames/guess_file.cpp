@@ -14,6 +14,8 @@ namespace tool {
 namespace {
 
 constexpr std::size_t kMostCandidates = 16;
+// As convert --auto has them.
+constexpr double kLowPercent = 0.1, kHighPercent = 99.9;
 
 using Plan = std::unique_ptr<kivo_plan, void (*)(kivo_plan *)>;
 
@@ -66,12 +68,13 @@ Picture pictureOf(const GuessedFile &file, const kivo_candidate &candidate) {
   options.pixels = KIVO_RGB8;
   options.byte_order = candidate.byte_order;
   Plan plan = planOf(candidate, height, options);
-  std::uint32_t least = 0, most = 0;
+  kivo_colour colour = KIVO_COLOUR_INIT;
+  colour.tone = KIVO_TONE_SRGB;
   if (kivo_format_of_code(candidate.code)->family != KIVO_YUV && plan != nullptr &&
-      kivo_sample_range(plan.get(), &frame, &least, &most) == KIVO_OK) {
-    options.flags = KIVO_WITH_RANGE;
-    options.range_low = least;
-    options.range_high = most;
+      kivo_auto_black(plan.get(), &frame, &colour) == KIVO_OK &&
+      kivo_auto_balance(plan.get(), &frame, KIVO_BALANCE_WHITE_PATCH, &colour) == KIVO_OK &&
+      kivo_auto_range(plan.get(), &frame, kLowPercent, kHighPercent, &colour) == KIVO_OK) {
+    options.colour = &colour;
     plan = planOf(candidate, height, options);
   }
   Picture picture(candidate.width, height);

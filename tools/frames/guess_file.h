@@ -24,7 +24,7 @@ GuessedFile guessFile(const std::string &file);
 // The options that describe such a frame to the other commands.
 std::string optionsOf(const kivo_candidate &candidate);
 
-// A picture of what the head has of such a frame, its samples spread from black to white.
+// A picture of what the head has of such a frame, as convert --auto makes it.
 Picture pictureOf(const GuessedFile &file, const kivo_candidate &candidate);
 
 }  // namespace tool

@@ -213,8 +213,9 @@ void checkHeader(const std::string &file, const kivo::RwhInfo &info) {
       if (info.fileBytes == info.expectedBytes() && info.lineBytes != 0)
         throw Failure(Exit::Unsupported, file,
                       printed("pixel format 0x%08" PRIX32 " is not supported", info.format));
-      throw notRwh(printed("0x%08" PRIX32 " at its start is no known pixel format (%s)", info.format,
-                           kHeaderlessHint));
+      throw notRwh(printed("0x%08" PRIX32 " at its start is no known pixel format (%s, which "
+                           "'kivocam guess' may tell)",
+                           info.format, kHeaderlessHint));
     case kivo::Errc::EmptyImage:
       throw notRwh(printed("its header says %" PRIu32 " x %" PRIu32 " pixels", info.width, info.height));
     case kivo::Errc::BadHeader:
