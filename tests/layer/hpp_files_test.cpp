@@ -12,8 +12,10 @@
 #include <thread>
 #include <vector>
 
+#include <grp.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "support/temp_dir.h"
@@ -294,6 +296,10 @@ TEST_F(HppFiles, SaveKeepsPermissionsLinksAndReadOnlyFiles) {
     ASSERT_EQ(stat(name.c_str(), &info), 0);
     EXPECT_EQ(info.st_uid, 12345U);
     EXPECT_EQ(info.st_gid, 12345U);
+    ASSERT_EQ(chown(name.c_str(), 12345, getgid()), 0);
+    EXPECT_EQ(kivo::saveRwh(view, name.c_str()), Errc::Ok);
+    ASSERT_EQ(stat(name.c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, 12345U);
     // What only others may write stays so.
     fs::permissions(name, fs::perms(0466));
     EXPECT_EQ(kivo::saveRwh(view, name.c_str()), Errc::Ok);
@@ -336,6 +342,44 @@ TEST_F(HppFiles, SaveLeavesItsNeighbours) {
   EXPECT_TRUE(fs::is_symlink(path("x")));
   EXPECT_EQ(read(path("far/a.rwh")).size(), 17U);
   EXPECT_EQ(std::distance(fs::directory_iterator(path("far")), fs::directory_iterator()), 1);
+}
+
+// A process of the same number may have left files when it died: every other one of the names that come next.
+TEST_F(HppFiles, SavePassesOverNamesThatAreTaken) {
+  const std::uint8_t grey = 100;
+  const kivo::FrameView view = {&grey, 1, CAMUTL_PFNC_MONO8, 1, 1};
+  for (unsigned i = 0; i < 1000; i += 2)
+    write((".kivocam-" + std::to_string(getpid()) + "-" + std::to_string(i)).c_str(), {});
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(kivo::saveRwh(view, path("a.rwh").c_str()), Errc::Ok);
+  EXPECT_EQ(read(path("a.rwh")).size(), 17U);
+}
+
+// Who cannot give a file back to its group leaves the new one no more than everybody had.
+TEST_F(HppFiles, SaveGivesAnotherGroupNoMoreThanEverybody) {
+  if (getuid() != 0) GTEST_SKIP() << "only root can become somebody else";
+  namespace fs = std::filesystem;
+  const std::uint8_t grey = 100;
+  const kivo::FrameView view = {&grey, 1, CAMUTL_PFNC_MONO8, 1, 1};
+  const std::string foreign = write("foreign.rwh", {'p'}), ours = write("ours.rwh", {'p'});
+  ASSERT_EQ(chown(ours.c_str(), 0, 12345), 0);
+  for (const std::string &name : {foreign, ours}) fs::permissions(name, fs::perms(0662));
+  fs::permissions(path(""), fs::perms(0777));
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    const bool able = chdir(path("").c_str()) == 0 && setgroups(0, nullptr) == 0 && setgid(12345) == 0 &&
+                      setuid(12345) == 0;
+    _exit(able && kivo::saveRwh(view, "foreign.rwh") == Errc::Ok &&
+                  kivo::saveRwh(view, "ours.rwh") == Errc::Ok
+              ? 0
+              : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_EQ(status, 0);
+  EXPECT_EQ(read(foreign).size(), 17U);
+  EXPECT_EQ(fs::status(foreign).permissions(), fs::perms(0622));
+  EXPECT_EQ(fs::status(ours).permissions(), fs::perms(0662));
 }
 
 TEST_F(HppFiles, SaveBmpOfEveryKind) {

@@ -16,6 +16,7 @@ Needs python3-clang, ninja-build and the packages of ./check. Exit code: 0 if no
 """
 import argparse
 import collections
+import functools
 import hashlib
 import json
 import os
@@ -84,7 +85,7 @@ def write(source, changed):
 
 def find(work, source, commands):
     """All sites of the sources; the richest target's first, as most of the kernels' texts are in it."""
-    texts = {n: (ROOT / n).read_bytes() for n in tracked() if n.startswith((*FOLDERS, "tests/layer/"))}
+    texts = {n: (ROOT / n).read_bytes() for n in tracked() if n.startswith(FOLDERS)}
     state = hashlib.sha256(b"".join(texts[n] for n in sorted(texts)) + (HERE / "sites.py").read_bytes()).hexdigest()
     cache = work / "sites.pickle"
     if cache.exists():
@@ -186,6 +187,7 @@ def compile_all(work, source, build, texts, numbered, commands, jobs):
         if left:
             drop([to_blame(text, numbered, source) for text in said if text], "".join(said))
     ninja = ["ninja", "-C", build, "-j", str(jobs)]
+    subprocess.run([*ninja, "build.ninja"], check=True, stdout=subprocess.DEVNULL)  # there may be new tests
     programs = PROGRAMS.findall(subprocess.run([*ninja, "-t", "targets", "all"], check=True, capture_output=True,
                                                text=True).stdout)
     while True:
@@ -193,6 +195,11 @@ def compile_all(work, source, build, texts, numbered, commands, jobs):
         if done.returncode == 0:
             return
         drop([to_blame(said, numbered, source) for said in done.stdout.split("FAILED: ")[1:]], done.stdout)
+
+
+@functools.cache
+def digest(path):
+    return hashlib.sha256(path.read_bytes()).hexdigest()
 
 
 class Test:
@@ -238,7 +245,7 @@ class Test:
 
     def measure(self, numbers, before):
         parts = [Path(self.command[0]), *Path(self.command[0]).parents[2].glob("libKivo*.so")]
-        self.state = (self.name, *((p.name, p.stat().st_mtime_ns) for p in sorted(parts)))
+        self.state = (self.name, *map(digest, sorted(parts)))
         if self.state in before:
             self.seconds, self.reached = before[self.state]
             return
