@@ -235,8 +235,15 @@ def expectations(results, peers):
 
 
 def below_aims(all_results, streamed, peers, plans):
-    """Each row that is short of its aim."""
-    rows = []
+    """What is short of its aim: rows that differ in the order of a mosaic alone count as one, by the worst."""
+    short, checked = {}, set()
+
+    def check(name, target, title, measured, aim):
+        key = (re.sub("(Byr)(GR|RG|GB|BG)", r"\1__", name), target, title, aim)
+        checked.add(key)
+        if measured < aim:
+            short[key] = min(measured, short.get(key, aim))
+
     for results in all_results:
         cold = streamed.get(results.target)
         for family, pattern, aims in AIMS.get(results.target, []):
@@ -246,26 +253,28 @@ def below_aims(all_results, streamed, peers, plans):
             conditions = [(results, ("640x480", "warm")), (results, ("1920x1080", "warm")),
                           (cold, ("1920x1080", "cold")), (results, ("5472x3648", "warm"))]
             for (source, condition), aim in zip(conditions, aims):
+                title = condition_title(condition) + (", streaming" if source is cold else "")
                 for key, row in source.family(family).items() if source else []:
-                    if key[2:] == condition and re.search(pattern, key[1]) and row["fraction"] < aim:
-                        title = condition_title(condition) + (", streaming" if source is cold else "")
-                        rows.append([key[1], results.target, title, f"{row['fraction']:.2f}", f"{aim:.2f}"])
+                    if key[2:] == condition and re.search(pattern, key[1]):
+                        check(key[1], results.target, title, row["fraction"], aim)
     for key, row in peers.rows.items() if peers else []:
         source = key[0].rsplit("-", 1)[0]
         aim = PEER_AIMS.get(source, 1.0) if key[2:] == ("1920x1080", "warm") else 1.0
-        if row["ratio"] < aim and row["Mpx_per_s"] < 0.9 * row["limit_Mpx_per_s"]:
-            rows.append([key[1], peers.target, condition_title(key[2:]) + ", best peer", f"{row['ratio']:.2f}",
-                         f"{aim:.2f}"])
+        enough = row["Mpx_per_s"] >= 0.9 * row["limit_Mpx_per_s"]
+        check(key[1], peers.target, condition_title(key[2:]) + ", best peer", aim if enough else row["ratio"], aim)
     for results in plans:
         for pattern, target, sizes, aim in PLAN_AIMS:
             for key, row in results.family("pairs").items():
                 if (target in ("", results.target) and key[2] in sizes and key[3] == "warm"
-                        and re.search(pattern, key[1]) and row["times"] < aim):
-                    rows.append([key[1], results.target, key[2], f"{row['times']:.2f}", f"{aim:.2f}"])
-    if not rows:
-        return "No row is below its aim.\n"
-    return (f"{len(rows)} rows are below what they are meant to reach, in fractions of the roofline or times a peer's"
-            " speed:\n\n" + table(["function", "target", "frame", "measured", "aim"], rows))
+                        and re.search(pattern, key[1])):
+                    check(key[1], results.target, key[2], row["times"], aim)
+    if not short:
+        return f"None of {len(checked)} rows is below its aim.\n"
+    rows = [[key[0], key[1], key[2], f"{measured:.2f}", f"{key[3]:.2f}"] for key, measured in short.items()]
+    return (f"{len(short)} of {len(checked)} rows are below what they are meant to reach, in fractions of the roofline,"
+            " times a peer's speed or times another plan's. The aims were shown to be possible on a processor of another"
+            " kind.\n\n"
+            + folded("Which", table(["function", "target", "frame", "measured", "aim"], rows)))
 
 
 def folded(title, text):
