@@ -60,6 +60,10 @@ void RunWork(benchmark::State &state, const Work &work, const Setting &setting, 
   if (work.moves_blocks)
     contenders.push_back(
         {"memcpy", [&](std::size_t i) { std::memcpy(pool.Dst(i), pool.Src(i), dst_bytes); }});
+  if (!work.plain.empty())
+    contenders.push_back({"plain", [&, run = FindWork(work.plain).run](std::size_t i) {
+                            run(pool.Dst(i), pool.Src(i), geometry);
+                          }});
 
   for ([[maybe_unused]] auto iteration : state) {
     const std::vector<Timing> timings =
@@ -74,6 +78,7 @@ void RunWork(benchmark::State &state, const Work &work, const Setting &setting, 
     for (std::size_t i = 1; i < contenders.size(); ++i)
       state.counters[contenders[i].name + "_Mpx_per_s"] = MegapixelsPerSecond(geometry, timings[i].median);
     state.counters["fraction"] = Ratio(limit, timings[0]);
+    if (!work.plain.empty()) state.counters["of_plain"] = Ratio(timings.back(), timings[0]);
     state.counters["ns_per_px"] = seconds * 1e9 / static_cast<double>(geometry.pixels());
     state.SetLabel(work.moves_blocks ? "against memcpy" : streams ? "roofline streams" : "");
   }
@@ -188,6 +193,7 @@ int Main(int argc, char **argv) {
   return RunWithTable({{"Mpx_per_s", "Mpx/s", 0},
                        {"limit_Mpx_per_s", "limit", 0},
                        {"fraction", "fraction", 2},
+                       {"of_plain", "of plain", 2},
                        {"ns_per_px", "ns/px", 3},
                        {"MB_per_s", "MB/s", 0}});
 }

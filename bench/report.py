@@ -46,6 +46,7 @@ FAMILIES = [
     ("convert", "C++ layer, packed to BGRA"),
     ("plan", "KivoFrame, plain samples"),
     ("plan-packed", "KivoFrame, samples that share bytes"),
+    ("plan-colour", "KivoFrame, in colour"),
 ]
 
 
@@ -72,6 +73,10 @@ AIMS = {
         ("plan-packed", "Bayer.* to BGRA8", (0.54, 0.55, 0.70, 0.64)),
         ("plan-packed", "Bayer.* to BGR8", (0.39, 0.48, 0.55, 0.55)),
         ("plan-packed", "Mono.* to BGRA8", (0.80, 0.95, 0.88, 0.95)),
+        ("plan-colour", "gain$", (0, 0.50, 0, 0.56)),
+        ("plan-colour", "sRGB", (0, 0.26, 0, 0.45)),
+        ("plan-colour", "matrix", (0, 0.36, 0, 0.55)),
+        ("plan-colour", "all links", (0, 0.22, 0, 0.38)),
     ],
     "Avx2": [
         ("bayer8-bgra", "", (0.33, 0.43, 0.65, 0.75)),

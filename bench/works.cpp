@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "works.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 
@@ -163,6 +165,28 @@ Work ConvertWork(const char *name) {
           }};
 }
 
+// Links of the colour chain, one bit each.
+constexpr unsigned kGain = 1, kMatrix = 2, kSrgb = 4, kGamma = 8;
+
+kivo_colour ColourOf(unsigned links) {
+  kivo_colour colour = KIVO_COLOUR_INIT;
+  if ((links & kGain) != 0) {
+    for (double &black : colour.black) black = 64;
+    colour.gain[0] = 2;
+    colour.gain[2] = 1.5;
+  }
+  if ((links & kMatrix) != 0) {
+    constexpr double kRows[9] = {1.6, -0.4, -0.2, -0.3, 1.5, -0.2, 0, -0.6, 1.6};
+    std::copy(std::begin(kRows), std::end(kRows), colour.matrix);
+  }
+  if ((links & kSrgb) != 0) colour.tone = KIVO_TONE_SRGB;
+  if ((links & kGamma) != 0) {
+    colour.tone = KIVO_TONE_GAMMA;
+    colour.gamma = 2.2;
+  }
+  return colour;
+}
+
 struct PlannedPicture {
   const char *family;
   const char *format;
@@ -171,6 +195,7 @@ struct PlannedPicture {
   std::uint32_t pixel_bytes;
   std::uint32_t bayer = KIVO_BAYER_STANDARD;
   std::uint32_t flags = 0;
+  unsigned links = 0;
 };
 
 // Every pair of the first rows and of a later one differs in one thing.
@@ -192,6 +217,17 @@ constexpr PlannedPicture kPlannedPictures[] = {
     {"plan-packed", "BayerRG12Packed", "BGRA8", KIVO_BGRA8, 4},
     {"plan-packed", "Mono10p", "BGRA8", KIVO_BGRA8, 4},
     {"plan-packed", "Mono12p", "BGRA8", KIVO_BGRA8, 4},
+    {"plan-colour", "BayerRG12", "BGRA8, gain", KIVO_BGRA8, 4, KIVO_BAYER_STANDARD, 0, kGain},
+    {"plan-colour", "BayerRG12", "BGRA8, gain and sRGB", KIVO_BGRA8, 4, KIVO_BAYER_STANDARD, 0,
+     kGain | kSrgb},
+    {"plan-colour", "BayerRG12", "BGRA8, gain and matrix", KIVO_BGRA8, 4, KIVO_BAYER_STANDARD, 0,
+     kGain | kMatrix},
+    {"plan-colour", "BayerRG12", "BGRA8, all links", KIVO_BGRA8, 4, KIVO_BAYER_STANDARD, 0,
+     kGain | kMatrix | kSrgb},
+    {"plan-colour", "BayerRG12", "BGRA8, all with gamma", KIVO_BGRA8, 4, KIVO_BAYER_STANDARD, 0,
+     kGain | kMatrix | kGamma},
+    {"plan-colour", "BayerRG12p", "BGRA8, all links", KIVO_BGRA8, 4, KIVO_BAYER_STANDARD, 0,
+     kGain | kMatrix | kSrgb},
 };
 
 // A plan is made once for a geometry, as programs do.
@@ -206,7 +242,8 @@ Work PlanWork(const PlannedPicture &picture) {
   return {
       picture.family,
       std::string("kivo_run ") + picture.format + " to " + picture.picture,
-      {1, 8, 1, 1, 0, false},
+      picture.links != 0 && format.packing == KIVO_PLAIN ? Layout{2, 12, 1, 1, 0, true}
+                                                         : Layout{1, 8, 1, 1, 0, false},
       format.code >> 16 & 0xFF,
       8 * picture.pixel_bytes,
       false,
@@ -217,6 +254,8 @@ Work PlanWork(const PlannedPicture &picture) {
           options.pixels = picture.pixels;
           options.bayer = picture.bayer;
           options.flags = picture.flags;
+          const kivo_colour colour = ColourOf(picture.links);
+          options.colour = &colour;
           if (kivo_plan_make(format.code, geometry.width, geometry.height, &options, &state->plan) != KIVO_OK)
             std::abort();
           state->geometry = geometry;
@@ -225,7 +264,8 @@ Work PlanWork(const PlannedPicture &picture) {
             src, static_cast<std::size_t>(kivo_frame_bytes(format.code, geometry.width, geometry.height)), 0};
         const kivo_picture result = {dst, kivo_plan_picture_bytes(state->plan), 0};
         if (kivo_run(state->plan, &frame, &result, nullptr, 0) != KIVO_OK) std::abort();
-      }};
+      },
+      picture.links != 0 ? std::string("kivo_run ") + picture.format + " to BGRA8" : std::string()};
 }
 
 std::vector<Work> MakeWorks() {

@@ -21,6 +21,7 @@ struct Work {
   std::size_t dst_bits;
   bool moves_blocks;  // copy and flip, whose limit is memcpy
   std::function<void(std::uint8_t *dst, const std::uint8_t *src, Geometry geometry)> run;
+  std::string plain{};  // a work with the same frames that does less, to be timed beside it; none if empty
 
   std::size_t SrcBytes(Geometry geometry) const { return geometry.pixels() * src_bits / 8; }
   std::size_t DstBytes(Geometry geometry) const { return geometry.pixels() * dst_bits / 8; }
