@@ -18,7 +18,7 @@ struct Scale {
 
   KIVO_INLINE U16 operator()(U16 v) const {
     if constexpr (bSixteen) return v >> 1;
-    return (v < top ? v : top) * factor;
+    return Lesser(v, top) * factor;
   }
   KIVO_INLINE uint32_t operator()(uint32_t ui) const {
     if constexpr (bSixteen) return ui >> 1;
@@ -61,14 +61,14 @@ struct SiteVectors {
     gain = Load<U16>(aaus[3]);
   }
 
-  // The multiplication is of signed words. What has reached 32768 gives minus the gain, which without a sign
-  // is above what a sample may become.
+  // Without factors, only the gain takes part: t is below 32768. The multiplication is of signed words. What
+  // has reached 32768 gives minus the gain, which without a sign is above what a sample may become.
+  template <bool bFactors>
   KIVO_INLINE U16 Apply(U16 t) const {
-    const U16 d = (t > black ? t : black) - black;
-    const U16 x = (d < most ? d : most) * factor;
+    const U16 d = SubSat(t, black);
+    const U16 x = bFactors ? Lesser(d, most) * factor : d;
     const U16 y = reinterpret_cast<U16>(MulHighRound(reinterpret_cast<I16>(x), reinterpret_cast<I16>(gain)));
-    const U16 top = Splat<U16>(16383);
-    return y < top ? y : top;
+    return Lesser(y, Splat<U16>(16383));
   }
 };
 
@@ -79,7 +79,7 @@ KIVO_INLINE uint16_t ApplyOne(const GainSite &s, uint32_t uiT) {
   return static_cast<uint16_t>(uiY < 16383 ? uiY : 16383);
 }
 
-template <bool bSixteen>
+template <bool bSixteen, bool bFactors>
 void GainWords(const GainJob &s) {
   const Scale<bSixteen> scale(s.uiDepth);
   if (s.n < c_uiWords) {
@@ -88,7 +88,7 @@ void GainWords(const GainJob &s) {
     return;
   }
   const auto block = [&](const SiteVectors &sites, size_t i) {
-    Store(s.pusDst + i, sites.Apply(scale(Load<U16>(s.pucSrc + 2 * i))));
+    Store(s.pusDst + i, sites.template Apply<bFactors>(scale(Load<U16>(s.pucSrc + 2 * i))));
   };
   size_t i = 0;
   // The last vector overlaps the one before.
@@ -113,8 +113,8 @@ void GainBytes(const GainJob &s) {
   }
   const auto block = [&](const SiteVectors &low, const SiteVectors &high, size_t i) {
     const WordPair v = Widen(Load<U8>(s.pucSrc + i));
-    Store(s.pusDst + i, low.Apply(scale(v.low)));
-    Store(s.pusDst + i + c_uiWords, high.Apply(scale(v.high)));
+    Store(s.pusDst + i, low.Apply<true>(scale(v.low)));
+    Store(s.pusDst + i + c_uiWords, high.Apply<true>(scale(v.high)));
   };
   size_t i = 0;
   const size_t uiLast = s.n - c_uiVec;
@@ -132,7 +132,10 @@ void GainBytes(const GainJob &s) {
 }
 
 void GainOfWords(const GainJob &s) {
-  (s.uiDepth == 16 ? GainWords<true> : GainWords<false>)(s);
+  bool bFactors = false;
+  for (unsigned i = 0; i < s.uiSites; ++i) bFactors = bFactors || s.asSites[i].usFactor != 1;
+  if (s.uiDepth == 16) return GainWords<true, true>(s);
+  (bFactors ? GainWords<false, true> : GainWords<false, false>)(s);
 }
 
 template <unsigned uiUp>

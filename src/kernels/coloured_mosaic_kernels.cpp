@@ -25,7 +25,7 @@ struct ToneState {
 template <>
 struct ToneState<ToneOf::Curve> {
   KIVO_INLINE explicit ToneState(const FinishJob &s) : curve(*s.psCurve) {}
-  Curve curve;
+  Curve<false> curve;
 };
 
 // What becomes of the three words of a place.
@@ -37,6 +37,9 @@ class Finish {
       eOut == c_eBGRA && (eTone != ToneOf::Curve || !c_bCurvesByTwo) ? 1 : 2;
   static constexpr size_t c_uiBlock = c_uiVectors * c_uiWords;
   static constexpr size_t c_uiBlockBytes = c_uiBlock * PixelBytes(eOut);
+
+  // Whether it takes values twice as large, whose lowest bit does not matter.
+  static constexpr bool c_bTwice = eTone == ToneOf::Linear && !bMatrix;
 
   struct Words {
     U16 a[c_uiVectors];
@@ -85,30 +88,24 @@ class Finish {
                                [&](unsigned c, I32 low, I32 high) { *ap[c] = PackUnits(low, high); });
     }
   }
-  // Linear values are shifted to where the others are, unless the matrix has left them there.
   KIVO_INLINE Words Upper(Words s) const {
     if constexpr (eTone == ToneOf::Curve && c_uiVectors == 2) {
       const WordPair v = m_tone.curve.At(s.a[0], s.a[1]);
       return {{v.low, v.high}};
+    } else if constexpr (eTone == ToneOf::Curve) {
+      return {{m_tone.curve.One(s.a[0])}};
     } else {
-      for (U16 &v : s.a) {
-        if constexpr (eTone == ToneOf::Curve) {
-          v = m_tone.curve.One(v);
-        } else if constexpr (!bMatrix) {
-          v = v + v;
-        }
-      }
       return s;
     }
   }
 
   template <bool bStream>
   KIVO_INLINE static void StoreUpper(uint8_t *p, const Words &b, const Words &g, const Words &r) {
-    if constexpr (c_uiVectors == 1) {
-      StoreUpperBGRA<bStream>(p, b.a[0], g.a[0], r.a[0]);
+    if constexpr (eOut == c_eBGRA) {
+      for (size_t i = 0; i < c_uiVectors; ++i)
+        StoreUpperBGRA<bStream>(p + i * 2 * c_uiVec, b.a[i], g.a[i], r.a[i]);
     } else {
-      StorePixels<eOut, bStream>(p, PackHigh(b.a[0], b.a[1]), PackHigh(g.a[0], g.a[1]),
-                                 PackHigh(r.a[0], r.a[1]));
+      StoreBGR<bStream>(p, PackHigh(b.a[0], b.a[1]), PackHigh(g.a[0], g.a[1]), PackHigh(r.a[0], r.a[1]));
     }
   }
 
@@ -256,12 +253,17 @@ class Walk {
                                    Words &other) {
     for (size_t i = 0; i < F::c_uiVectors; ++i) {
       const U16 v = above.own.a[i] + below.own.a[i];
-      const U16 own = row.own.a[i] + row.own.a[i];
-      green.a[i] = Alternate<bGreen>(own, (v + row.h.a[i]) >> 1);
-      rowColour.a[i] = Alternate<bGreen>(row.h.a[i], own);
-      other.a[i] = Alternate<bGreen>(v, (above.h.a[i] + below.h.a[i]) >> 1);
+      const U16 own = One(row.own.a[i]);
+      green.a[i] = Alternate<bGreen>(own, Four(v + row.h.a[i]));
+      rowColour.a[i] = Alternate<bGreen>(Two(row.h.a[i]), own);
+      other.a[i] = Alternate<bGreen>(Two(v), Four(above.h.a[i] + below.h.a[i]));
     }
   }
+
+  // Doubled means of so many samples from their sum, or what is twice as large, but for the lowest bit.
+  KIVO_INLINE static U16 One(U16 v) { return F::c_bTwice ? v << 2 : v + v; }
+  KIVO_INLINE static U16 Two(U16 v) { return F::c_bTwice ? v + v : v; }
+  KIVO_INLINE static U16 Four(U16 v) { return F::c_bTwice ? v : v >> 1; }
 
   // A row that has no other to go with, or is the first or the last.
   void Single(size_t y) const {
@@ -274,12 +276,11 @@ class Walk {
       Words rowColour, green, other;
       for (size_t i = 0; i < F::c_uiVectors; ++i) {
         const U16 v = above.own.a[i] + below.own.a[i];
-        const U16 own = row.own.a[i] + row.own.a[i];
-        const U16 cross =
-            m_s.IsEdgeRow(y) ? EdgeCross(x + i * c_uiWords, v, row.h.a[i]) : (v + row.h.a[i]) >> 1;
+        const U16 own = One(row.own.a[i]), h = row.h.a[i];
+        const U16 cross = m_s.IsEdgeRow(y) ? EdgeCross(x + i * c_uiWords, v, h) : Four(v + h);
         green.a[i] = Select(parity, own, cross);
-        rowColour.a[i] = Select(parity, row.h.a[i], own);
-        other.a[i] = Select(parity, v, (above.h.a[i] + below.h.a[i]) >> 1);
+        rowColour.a[i] = Select(parity, Two(h), own);
+        other.a[i] = Select(parity, Two(v), Four(above.h.a[i] + below.h.a[i]));
       }
       alignas(c_uiLine) uint8_t auc[F::c_uiBlockBytes];
       m_f.Store(auc, false, bFirst ? rowColour : other, green, bFirst ? other : rowColour);
@@ -296,7 +297,7 @@ class Walk {
     if (m_s.bLeftEdge && x == 0) three[0] = two[0];
     if (m_s.bRightEdge && m_s.uiWidth - 1 - x < c_uiWords)
       three[m_s.uiWidth - 1 - x] = two[m_s.uiWidth - 1 - x];
-    return three;
+    return F::c_bTwice ? three + three : three;
   }
 
   const Mosaic &m_s;

@@ -111,7 +111,7 @@ struct CurvedBytes {
         {Luma(b.low >> 8, g.low >> 8, r.low >> 8), Luma(b.high >> 8, g.high >> 8, r.high >> 8)});
   }
 
-  Curve curve;
+  Curve<true> curve;
 };
 
 // And of 16 bits.
@@ -130,7 +130,7 @@ struct CurvedWords {
     return Luma(Plane<bMirror>(s, 0, i), Plane<bMirror>(s, 1, i), Plane<bMirror>(s, 2, i));
   }
 
-  Curve curve;
+  Curve<true> curve;
   unsigned uiShift;
 };
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A curve of straight pieces over words, where the target looks things up: 62 pieces between knots that are
-// 64 apart up to 1024, 256 up to 6144 and 1024 behind that.
+// 64 apart up to 1024, 256 up to 6144 and 1024 behind that. bUp: whether it may be one that shifts values
+// first.
 #ifndef KIVO_KERNELS_TONE_H
 #define KIVO_KERNELS_TONE_H
 
@@ -25,6 +26,7 @@ constexpr bool c_bCurvesByTwo = false;
 // piece, but for what the ranges before have less or more of them, and in its lower word the way through the
 // piece, in parts of 65536. Two tables of 32 are a vector each: the first 32 pieces, and the rest. Their
 // number counts modulo 32; with 15 * 1024 added to u no two pieces of a table meet.
+template <bool bUp>
 class Curve {
  public:
   KIVO_INLINE explicit Curve(const ToneCurve &s)
@@ -74,6 +76,7 @@ constexpr bool c_bCurvesByTwo = true;  // what At() does for two vectors is half
 
 // A table of 64 bytes is four shuffles of 16, from whose numbers 0, 16, 32 and 48 are taken away: one gives 0
 // below its first byte, and beyond its last one what is to be taken back by the next, see ToneCurve.
+template <bool bUp>
 class Curve {
  public:
   KIVO_INLINE explicit Curve(const ToneCurve &s) : m_s(s) {}
@@ -91,9 +94,9 @@ class Curve {
   // The number of the piece and the way through it, in 1024ths: 16 of them for each value up to 1024, 4 up to
   // 6144 and 1 behind that.
   KIVO_INLINE U16 Find(U16 v) const {
-    const U16 u = v << m_s.uiUp;
-    const U16 first = Lesser(u, Splat<U16>(1024)), second = Lesser(u, Splat<U16>(6144));
-    return first * 12 + second * 3 + u;
+    const U16 u = bUp ? v << m_s.uiUp : v;
+    const U16 both = Lesser(u, Splat<U16>(6144)) + (Lesser(u, Splat<U16>(1024)) << 2);
+    return u + both + both + both;
   }
   // Byte uiByte of what is at a piece: those of the knots, then those of the steps.
   KIVO_INLINE U8 Bytes(U8 piece, unsigned uiByte) const {

@@ -47,6 +47,10 @@ KIVO_INLINE U8 Avg(U8 a, U8 b) {
 KIVO_INLINE U16 Avg(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm256_avg_epu16(Raw(a), Raw(b)));
 }
+// The difference, or 0.
+KIVO_INLINE U16 SubSat(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm256_subs_epu16(Raw(a), Raw(b)));
+}
 KIVO_INLINE U16 Lesser(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm256_min_epu16(Raw(a), Raw(b)));
 }
@@ -173,6 +177,7 @@ KIVO_INLINE WordPair ZipLanes(U16 a, U16 b) {
 template <ptrdiff_t iStride>
 KIVO_INLINE U8 LoadLanes(const uint8_t *p) {
   const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+  if constexpr (iStride == 0) return reinterpret_cast<U8>(_mm256_broadcastsi128_si256(low));
   const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + iStride));
   return reinterpret_cast<U8>(_mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1));
 }

@@ -47,6 +47,10 @@ KIVO_INLINE U8 Avg(U8 a, U8 b) {
 KIVO_INLINE U16 Avg(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm512_avg_epu16(Raw(a), Raw(b)));
 }
+// The difference, or 0.
+KIVO_INLINE U16 SubSat(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm512_subs_epu16(Raw(a), Raw(b)));
+}
 KIVO_INLINE U16 Lesser(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm512_min_epu16(Raw(a), Raw(b)));
 }
@@ -430,7 +434,8 @@ KIVO_INLINE void StoreWordsBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
 }
 template <bool bStream>
 KIVO_INLINE void StoreUpperBGRA(uint8_t *p, U16 b, U16 g, U16 r) {
-  StoreHalves<bStream>(p, Raw(b >> 8 | (g & 0xFF00)), Raw(r >> 8 | 0xFF00));
+  constexpr __mmask64 mUpper = 0xAAAAAAAAAAAAAAAAu;
+  StoreHalves<bStream>(p, _mm512_mask_blend_epi8(mUpper, Raw(b >> 8), Raw(g)), Raw(r >> 8 | 0xFF00));
 }
 
 constexpr Table c_sGreyBGRA = MakeTable([](size_t j) { return j / 4; });

@@ -39,6 +39,10 @@ KIVO_INLINE V SelectBits(V mask, V a, V b) {
   return (mask & a) | (~mask & b);
 }
 
+// The difference, or 0.
+KIVO_INLINE U16 SubSat(U16 a, U16 b) {
+  return SelectBits(reinterpret_cast<U16>(a > b), a - b, U16{});
+}
 KIVO_INLINE U16 Lesser(U16 a, U16 b) {
   return SelectBits(reinterpret_cast<U16>(a < b), a, b);
 }

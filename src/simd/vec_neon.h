@@ -49,6 +49,10 @@ KIVO_INLINE U8 Avg(U8 a, U8 b) {
 KIVO_INLINE U16 Avg(U16 a, U16 b) {
   return reinterpret_cast<U16>(vrhaddq_u16(Raw(a), Raw(b)));
 }
+// The difference, or 0.
+KIVO_INLINE U16 SubSat(U16 a, U16 b) {
+  return reinterpret_cast<U16>(vqsubq_u16(Raw(a), Raw(b)));
+}
 KIVO_INLINE U16 Lesser(U16 a, U16 b) {
   return reinterpret_cast<U16>(vminq_u16(Raw(a), Raw(b)));
 }

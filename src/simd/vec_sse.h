@@ -54,11 +54,15 @@ KIVO_INLINE U8 Avg(U8 a, U8 b) {
 KIVO_INLINE U16 Avg(U16 a, U16 b) {
   return reinterpret_cast<U16>(_mm_avg_epu16(Raw(a), Raw(b)));
 }
+// The difference, or 0.
+KIVO_INLINE U16 SubSat(U16 a, U16 b) {
+  return reinterpret_cast<U16>(_mm_subs_epu16(Raw(a), Raw(b)));
+}
 KIVO_INLINE U16 Lesser(U16 a, U16 b) {
 #ifdef __SSE4_1__
   return reinterpret_cast<U16>(_mm_min_epu16(Raw(a), Raw(b)));
 #else
-  return reinterpret_cast<U16>(_mm_sub_epi16(Raw(a), _mm_subs_epu16(Raw(a), Raw(b))));
+  return a - SubSat(a, b);
 #endif
 }
 KIVO_INLINE I16 Greater(I16 a, I16 b) {
