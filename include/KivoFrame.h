@@ -433,7 +433,7 @@ enum {
 typedef enum kivo_tone {
   KIVO_TONE_LINEAR = 0, /**< None. */
   KIVO_TONE_SRGB = 1,   /**< The curve of sRGB. */
-  KIVO_TONE_GAMMA = 2,  /**< A power; kivo_colour::gamma. Twice to four times as slow as sRGB. */
+  KIVO_TONE_GAMMA = 2,  /**< A power; kivo_colour::gamma. Up to three times as slow as sRGB. */
   KIVO_TONE_TABLE = 3   /**< The caller's; kivo_colour::table. As slow. */
 } kivo_tone;
 
