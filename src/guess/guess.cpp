@@ -213,8 +213,8 @@ using namespace Kivo::Guess;
 
 kivo_status kivo_guess(const void *data, size_t size, uint64_t file_bytes, kivo_candidate *candidates,
                        size_t most, size_t *count) KIVO_NOEXCEPT {
+  if (count != nullptr) *count = 0;
   if (data == nullptr || candidates == nullptr || count == nullptr) return KIVO_NULL_POINTER;
-  *count = 0;
   const std::size_t uiHead =
       static_cast<std::size_t>(std::min({std::uint64_t{size}, std::uint64_t{KIVO_GUESS_BYTES}, file_bytes}));
   const File sFile = {static_cast<const std::uint8_t *>(data), uiHead, file_bytes};

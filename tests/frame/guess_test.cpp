@@ -57,9 +57,11 @@ TEST(Guess, RefusesNullPointers) {
   std::size_t count = 7;
   const std::uint8_t byte = 0;
   EXPECT_EQ(kivo_guess(nullptr, 1, 1, &candidate, 1, &count), KIVO_NULL_POINTER);
+  EXPECT_EQ(count, 0u);
+  count = 7;
   EXPECT_EQ(kivo_guess(&byte, 1, 1, nullptr, 1, &count), KIVO_NULL_POINTER);
+  EXPECT_EQ(count, 0u);
   EXPECT_EQ(kivo_guess(&byte, 1, 1, &candidate, 1, nullptr), KIVO_NULL_POINTER);
-  EXPECT_EQ(count, 7u);
 }
 
 TEST(Guess, SaysNothingOfNothing) {
