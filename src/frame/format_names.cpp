@@ -73,33 +73,43 @@ const kivo_format *FindByName(std::string_view strText) noexcept {
 constexpr std::size_t c_uiLongest = 48;
 constexpr unsigned c_uiFar = 255;
 
-// Characters to be inserted, removed, replaced or exchanged with the next, each at most once.
-unsigned Distance(std::string_view strA, std::string_view strB) noexcept {
-  std::array<std::array<unsigned, c_uiLongest + 1>, 3> aauiRows;  // the last two rows, and this one
+// Characters to be inserted, removed, replaced or exchanged with the next, each at most once; c_uiFar for
+// more than uiMost. What is further than that from the diagonal is not looked at.
+unsigned Distance(std::string_view strA, std::string_view strB, std::size_t uiMost) noexcept {
+  std::array<std::array<unsigned, c_uiLongest + 2>, 3> aauiRows;  // the last two rows, and this one
+  for (auto &auiRow : aauiRows) auiRow.fill(c_uiFar);
   for (std::size_t j = 0; j <= strB.size(); ++j) aauiRows[0][j] = static_cast<unsigned>(j);
+  unsigned uiLeastAbove = 0;
   for (std::size_t i = 1; i <= strA.size(); ++i) {
     auto &auiRow = aauiRows[i % 3];
     const auto &auiAbove = aauiRows[(i - 1) % 3];
     const auto &auiTwoAbove = aauiRows[(i + 1) % 3];
-    auiRow[0] = static_cast<unsigned>(i);
-    for (std::size_t j = 1; j <= strB.size(); ++j) {
-      const char cA = Lower(strA[i - 1]), cB = Lower(strB[j - 1]);
-      auiRow[j] = std::min({auiAbove[j] + 1, auiRow[j - 1] + 1, auiAbove[j - 1] + (cA == cB ? 0U : 1U)});
+    const std::size_t uiFirst = i > uiMost ? i - uiMost : 1, uiLast = std::min(strB.size(), i + uiMost);
+    const char cA = Lower(strA[i - 1]);
+    unsigned uiLeast = auiRow[uiFirst - 1] = uiFirst == 1 ? static_cast<unsigned>(i) : c_uiFar;
+    for (std::size_t j = uiFirst; j <= uiLast; ++j) {
+      const char cB = Lower(strB[j - 1]);
+      unsigned ui = std::min({auiAbove[j] + 1, auiRow[j - 1] + 1, auiAbove[j - 1] + (cA == cB ? 0U : 1U)});
       if (i > 1 && j > 1 && cA == Lower(strB[j - 2]) && cB == Lower(strA[i - 2]))
-        auiRow[j] = std::min(auiRow[j], auiTwoAbove[j - 2] + 1);
+        ui = std::min(ui, auiTwoAbove[j - 2] + 1);
+      auiRow[j] = ui;
+      uiLeast = std::min(uiLeast, ui);
     }
+    auiRow[uiLast + 1] = c_uiFar;  // for the row below
+    if (std::min(uiLeast, uiLeastAbove) > uiMost) return c_uiFar;
+    uiLeastAbove = uiLeast;
   }
-  return aauiRows[strA.size() % 3][strB.size()];
+  const unsigned uiDistance = aauiRows[strA.size() % 3][strB.size()];
+  return uiDistance <= uiMost ? uiDistance : c_uiFar;
 }
 
 // The distance of a text from a name, where no more than every third character is wrong.
 unsigned NameDistance(std::string_view strText, std::string_view strName) noexcept {
   if (strName.empty() || strText.size() > c_uiLongest) return c_uiFar;
   // Whatever is longer has that many characters inserted at the least.
-  const std::size_t uiLonger = std::max(strText.size(), strName.size());
-  if (3 * (uiLonger - std::min(strText.size(), strName.size())) > uiLonger) return c_uiFar;
-  const unsigned uiDistance = Distance(strText, strName);
-  return std::size_t{3} * uiDistance <= uiLonger ? uiDistance : c_uiFar;
+  const std::size_t uiLonger = std::max(strText.size(), strName.size()), uiMost = uiLonger / 3;
+  if (uiLonger - std::min(strText.size(), strName.size()) > uiMost) return c_uiFar;
+  return Distance(strText, strName, uiMost);
 }
 
 // A code has no characters to spare: one wrong digit is all that it may have.
@@ -130,18 +140,17 @@ const kivo_format *kivo_format_find(const char *name) KIVO_NOEXCEPT {
 
 size_t kivo_format_suggest(const char *name, const kivo_format **formats, size_t most) KIVO_NOEXCEPT {
   if (name == nullptr || formats == nullptr) return 0;
-  std::uint32_t uiThere = 0;  // a bit for each distance that some format has
-  for (const kivo_format &s : Formats()) {
-    const unsigned uiDistance = FormatDistance(name, s);
-    if (uiDistance != c_uiFar) uiThere |= std::uint32_t{1} << uiDistance;
+  const auto sFormats = Formats();
+  std::array<std::uint8_t, c_uiMostFormats> aucDistances;
+  unsigned uiLargest = 0;
+  for (std::size_t i = 0; i < sFormats.size(); ++i) {
+    const unsigned uiDistance = FormatDistance(name, sFormats[i]);
+    aucDistances[i] = static_cast<std::uint8_t>(uiDistance);
+    if (uiDistance != c_uiFar) uiLargest = std::max(uiLargest, uiDistance);
   }
   size_t count = 0;
-  for (unsigned uiDistance = 0; uiThere >> uiDistance != 0; ++uiDistance) {
-    if ((uiThere >> uiDistance & 1) == 0) continue;
-    for (const kivo_format &s : Formats()) {
-      if (count == most) return count;
-      if (FormatDistance(name, s) == uiDistance) formats[count++] = &s;
-    }
-  }
+  for (unsigned uiDistance = 0; uiDistance <= uiLargest; ++uiDistance)
+    for (std::size_t i = 0; i < sFormats.size() && count < most; ++i)
+      if (aucDistances[i] == uiDistance) formats[count++] = &sFormats[i];
   return count;
 }

@@ -254,6 +254,7 @@ constexpr std::uint64_t RunBytes(const kivo_format &sFormat, std::uint64_t uiPix
 
 }  // namespace
 
+static_assert(std::size(c_asFormats) <= c_uiMostFormats);
 std::span<const kivo_format> Formats() noexcept {
   return c_asFormats;
 }

@@ -3,6 +3,7 @@
 #ifndef KIVO_FRAME_FORMATS_H
 #define KIVO_FRAME_FORMATS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -13,6 +14,7 @@ namespace Kivo {
 
 // All formats, those of a family together: plain ones first, bytes in front of words.
 std::span<const kivo_format> Formats() noexcept;
+constexpr std::size_t c_uiMostFormats = 128;
 
 // Null if the table lacks the code.
 const kivo_format *FindFormat(std::uint32_t uiCode) noexcept;
