@@ -77,7 +77,6 @@ constexpr unsigned c_uiFar = 255;
 // more than uiMost. What is further than that from the diagonal is not looked at.
 unsigned Distance(std::string_view strA, std::string_view strB, std::size_t uiMost) noexcept {
   std::array<std::array<unsigned, c_uiLongest + 2>, 3> aauiRows;  // the last two rows, and this one
-  for (auto &auiRow : aauiRows) auiRow.fill(c_uiFar);
   for (std::size_t j = 0; j <= strB.size(); ++j) aauiRows[0][j] = static_cast<unsigned>(j);
   unsigned uiLeastAbove = 0;
   for (std::size_t i = 1; i <= strA.size(); ++i) {

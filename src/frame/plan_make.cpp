@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Making a plan: the checks in the order that the interface promises, then the course of samples and pixels.
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <limits>
@@ -220,13 +221,14 @@ bool MakeStages(const kivo_options &o, kivo_plan &s) noexcept {
     const std::size_t uiEntries = s.psFormat->plain_bytes == 2 ? 0x10000 : 0x100;
     s.pucTable.reset(new (std::nothrow) std::uint8_t[uiEntries]);
     if (s.pucTable == nullptr) return false;
-    const std::uint64_t uiSpan = o.range_high > o.range_low ? o.range_high - o.range_low : 0;
-    for (std::size_t i = 0; i < uiEntries; ++i) {
-      s.pucTable[i] = i <= o.range_low ? std::uint8_t{0}
-                      : i >= o.range_high || uiSpan == 0
-                          ? std::uint8_t{255}
-                          : static_cast<std::uint8_t>((510 * (i - o.range_low) + uiSpan) / (2 * uiSpan));
-    }
+    const std::size_t uiFirst = std::min<std::size_t>(o.range_low, uiEntries - 1) + 1;
+    const std::size_t uiEnd = std::clamp<std::size_t>(o.range_high, uiFirst, uiEntries);
+    const std::uint64_t uiSpan = std::uint64_t{o.range_high} - o.range_low;
+    std::uint8_t *const puc = s.pucTable.get();
+    std::memset(puc, 0, uiFirst);
+    for (std::size_t i = uiFirst; i < uiEnd; ++i)
+      puc[i] = static_cast<std::uint8_t>((510 * (i - o.range_low) + uiSpan) / (2 * uiSpan));
+    std::memset(puc + uiEnd, 255, uiEntries - uiEnd);
     AddStage(s, Stage::Kind::Table);
   }
   if (s.sColour.bOn) AddStage(s, Stage::Kind::Gain);

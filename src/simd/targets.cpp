@@ -147,8 +147,9 @@ Target ActiveTarget() noexcept {
 }
 
 bool PinTarget(Target eTarget) noexcept {
+  static const CpuFeatures s_sCpu = DetectCpu();  // which takes long on a virtual machine
   const Kernels *ps = TargetKernels(eTarget);
-  if (ps == nullptr || !TargetRuns(eTarget, DetectCpu())) return false;
+  if (ps == nullptr || !TargetRuns(eTarget, s_sCpu)) return false;
   s_psActive.store(ps, std::memory_order_relaxed);
   return true;
 }
