@@ -6,11 +6,16 @@
 //   ; claim NAME           the negation follows: it must have no solution
 //   ; broken NAME          the same of a formula with a mistake in it: it must have one
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <map>
+#include <sstream>
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "kernels/acpi8_kernels.cpp"
 #include "kernels/bayer16_means.h"
@@ -75,15 +80,21 @@ void Write(const char *pszKind, const std::string &name, const std::string &text
   std::printf("; %s %s\n%s", pszKind, name.c_str(), text.c_str());
 }
 
-void Case(const std::string &name) {
-  Write("case", name, TakeDefinitions());
+// Its definitions; assumptions are further lines.
+std::string Case(const std::string &name, const std::string &assumptions = {}) {
+  std::string definitions = TakeDefinitions();
+  Write("case", name, definitions + assumptions);
+  return definitions;
+}
+void ClaimEqual(const std::string &name, const Term &a, const Term &b, const char *pszKind = "claim",
+                const Truth &where = {"true"}) {
+  const std::string text = TakeDefinitions() + "(assert " + where.text + ")\n";
+  Write(pszKind, name, text + "(assert (not " + Equal(a, b).text + "))\n");
 }
 // Claims belong to the case before and may define more.
 void Claim(const std::string &name, const Term &made, const Whole &plain, const char *pszKind = "claim",
            const Truth &where = {"true"}) {
-  const Whole ours = Whole::Of(made);
-  const std::string text = TakeDefinitions() + "(assert " + where.text + ")\n";
-  Write(pszKind, name, text + "(assert (not " + Equal(ours.term, plain.term).text + "))\n");
+  ClaimEqual(name, Whole::Of(made).term, plain.term, pszKind, where);
 }
 
 // Rows of samples in memory. Sample x of row y is what kernels load there, and here by its place.
@@ -182,6 +193,16 @@ struct Direction {
 
   Direction(const Whole &a, const Whole &b, const Whole &laplace)
       : gradient(Magnitude(a - b) + Magnitude(laplace)), estimate(Twice(a + b) + laplace) {}
+  // Any within the bounds of another.
+  Direction(const Direction &s, const std::string &name)
+      : gradient(Term::Variable("gradient" + name, Whole::s_uiBits), s.gradient.iLow, s.gradient.iHigh),
+        estimate(Term::Variable("estimate" + name, Whole::s_uiBits), s.estimate.iLow, s.estimate.iHigh) {}
+  std::string Bounds() const {
+    std::string text;
+    for (const Whole &s : {gradient, estimate})
+      text += "(assert (not (or " + (s.iLow > s).text + (s > s.iHigh).text + ")))\n";
+    return text;
+  }
 };
 Whole PlainChoice(const Direction &h, const Direction &v) {
   return If(v.gradient > h.gradient, Floor(h.estimate, 2),
@@ -191,13 +212,6 @@ Whole PlainChoice(const Direction &h, const Direction &v) {
 Truth Compared(const Whole &a, const Whole &b, bool bGreater, bool bLess) {
   const auto said = [](const Truth &s, bool bTrue) { return bTrue ? s.text : "(not " + s.text + ")"; };
   return {"(and " + said(a > b, bGreater) + " " + said(b > a, bLess) + ")"};
-}
-// A claim about a choice between two directions, one case at a time: solvers know little of sums.
-void ClaimChoice(const std::string &name, const Term &made, const Whole &plain, const char *pszKind,
-                 const Direction &h, const Direction &v) {
-  Claim(name + ", one", made, plain, pszKind, Compared(v.gradient, h.gradient, true, false));
-  Claim(name + ", the other", made, plain, pszKind, Compared(v.gradient, h.gradient, false, true));
-  Claim(name + ", a tie", made, plain, pszKind, Compared(v.gradient, h.gradient, false, false));
 }
 Whole PlainClamp(const Whole &t, unsigned uiTop) {
   const Whole made = If(t > uiTop, uiTop, If(0 > t, 0, t));
@@ -215,6 +229,92 @@ void Rounding() {
   const Truth same = Equal(EighthTowardZero(t).term, If(0 > t, 0 - Floor(0 - t, 3), Floor(t, 3)).term);
   Write("claim", "of sums", TakeDefinitions() + "(assert (not " + same.text + "))\n");
 }
+
+// Claims about a choice between two directions, one case at a time: solvers know little of sums.
+void ClaimCases(const std::string &name, const Term &made, const Whole &plain, const char *pszKind,
+                const Direction &h, const Direction &v) {
+  Claim(name + ", one", made, plain, pszKind, Compared(v.gradient, h.gradient, true, false));
+  Claim(name + ", the other", made, plain, pszKind, Compared(v.gradient, h.gradient, false, true));
+  Claim(name + ", a tie", made, plain, pszKind, Compared(v.gradient, h.gradient, false, false));
+}
+
+// Kernels that choose between two directions are claimed to do so in two steps: their gradients and sums are
+// the plain ones; and whatever these are within their bounds, the choice is.
+class ChoiceClaims {
+ public:
+  // The case that was begun, its definitions, and what its kernel selected by.
+  ChoiceClaims(std::string name, std::string definitions, const char *pszKind)
+      : name_(std::move(name)),
+        definitions_(std::move(definitions)),
+        pszKind_(pszKind),
+        choices_(s_choices) {}
+
+  // The first direction is the one whose gradient the kernel has first; plainOf(first, second) is the result
+  // in plain words, and lane i of the kernel's first selection has to do with it.
+  template <class PlainOf>
+  void Add(const std::string &name, size_t i, const Term &made, const Direction &first,
+           const Direction &second, const PlainOf &plainOf) {
+    if (std::string(pszKind_) == "broken")
+      return ClaimCases(name, made, plainOf(first, second), pszKind_, first, second);
+    const Choice &c = choices_.at(i);
+    const bool bInOrder = std::stoul(c.x.name.substr(1)) < std::stoul(c.y.name.substr(1));
+    const std::array<Term, 2> gradients = {bInOrder ? c.x : c.y, bInOrder ? c.y : c.x};
+    const std::array<Term, 2> sums = {bInOrder ? c.b : c.a, bInOrder ? c.a : c.b};
+    const std::array<const Direction *, 2> directions = {&first, &second};
+    for (size_t k = 0; k < 2; ++k) {
+      const std::string which = name + (k == 0 ? ", first" : ", second");
+      ClaimEqual(which + " gradient", Widened(gradients[k]), directions[k]->gradient.term);
+      ClaimEqual(which + " sum", sums[k], Lowest(directions[k]->estimate, sums[k].width));
+    }
+    later_.push_back([=, this] {
+      const Direction one(first, "1"), other(second, "2");
+      std::map<std::string, Term> cuts;
+      for (size_t k = 0; k < 2; ++k) {
+        const Direction &any = k == 0 ? one : other;
+        cuts[gradients[k].name] = Lowest(any.gradient, gradients[k].width);
+        cuts[sums[k].name] = Lowest(any.estimate, sums[k].width);
+      }
+      const std::string variables = TakeDefinitions();
+      Write("case", name_ + ", " + name + " of any directions",
+            variables + Without(cuts) + one.Bounds() + other.Bounds());
+      ClaimCases(name, made, plainOf(one, other), pszKind_, one, other);
+    });
+  }
+  // The second steps, behind all claims about the case itself.
+  ~ChoiceClaims() {
+    for (const auto &claim : later_) claim();
+  }
+  ChoiceClaims(const ChoiceClaims &) = delete;
+  ChoiceClaims &operator=(const ChoiceClaims &) = delete;
+
+ private:
+  static Term Widened(const Term &t) {
+    return t.width < Whole::s_uiBits ? ZeroExtend(t, Whole::s_uiBits) : t;
+  }
+  static Term Lowest(const Whole &s, unsigned uiBits) { return Extract(s.term, uiBits - 1, 0); }
+  // The definitions with others for some names.
+  std::string Without(const std::map<std::string, Term> &cuts) const {
+    std::string text;
+    std::istringstream in(definitions_);
+    for (std::string line; std::getline(in, line);) {
+      const std::string define = "(define-fun ";
+      const auto cut =
+          line.compare(0, define.size(), define) == 0
+              ? cuts.find(line.substr(define.size(), line.find(' ', define.size()) - define.size()))
+              : cuts.end();
+      if (cut != cuts.end())
+        line = define + cut->first + " () (_ BitVec " + std::to_string(cut->second.width) + ") " +
+               cut->second.name + ")";
+      text += line + "\n";
+    }
+    return text;
+  }
+
+  std::string name_, definitions_;
+  const char *pszKind_;
+  std::vector<Choice> choices_;
+  std::vector<std::function<void()>> later_;
+};
 
 const Term &LaneOf(const WordRow &s, size_t i) {
   constexpr size_t c_uiHalf = c_uiVec / 2;
@@ -241,8 +341,9 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
   Whole::s_uiBits = std::is_same_v<Samples, SlimSamples> ? 18 : 16 * c_uiBytes;
   {
     const Picture s = Begin();
+    s_choices.clear();
     const auto green = GreenBlock(sSamples, ColumnOf(s));
-    Case(name + " green");
+    ChoiceClaims choices(name + " green", Case(name + " green"), pszKind);
     const auto S = [&](size_t y, size_t x) { return Low(s.Sample(y, x), uiTop); };
     for (size_t i = 0; i < c_uiBlock; ++i) {
       const size_t x = 4 + i;
@@ -252,13 +353,16 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
       }
       const Direction h(S(2, x - 1), S(2, x + 1), Twice(S(2, x)) - S(2, x - 2) - S(2, x + 2));
       const Direction v(S(1, x), S(3, x), Twice(S(2, x)) - S(0, x) - S(4, x));
-      ClaimChoice("lane " + std::to_string(i) + ", made", LaneOf(green, i),
-                  PlainClamp(PlainChoice(h, v), uiTop), pszKind, h, v);
+      choices.Add("lane " + std::to_string(i) + ", made", i / 2, LaneOf(green, i), v, h,
+                  [=](const Direction &one, const Direction &other) {
+                    return PlainClamp(PlainChoice(one, other), uiTop);
+                  });
     }
   }
   const auto Colours = [&]<bool bRoundTie>() {
     const Picture s = Begin();
     const Picture g("g", s.pitch() * 5, c_uiWidth, c_uiBytes, 3);
+    s_choices.clear();
     const auto made =
         ColourBlock<bRoundTie>(sSamples, ColumnOf(s), GreenColumn{g.At(0, 4), g.At(1, 4), g.At(2, 4)});
     const auto S = [&](size_t y, size_t x) { return Low(s.Sample(y, x), uiTop); };
@@ -271,7 +375,8 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
     for (size_t y = 1; y <= 3; ++y)
       for (size_t x = 0; x < c_uiWidth; ++x)
         greens += "(assert (not " + (g.Sample(y - 1, x) > uiTop).text + "))\n";
-    Write("case", name + (bRoundTie ? " colours, RG" : " colours"), TakeDefinitions() + greens);
+    const std::string title = name + (bRoundTie ? " colours, RG" : " colours");
+    ChoiceClaims choices(title, Case(title, greens), pszKind);
     for (size_t i = 0; i < c_uiBlock; ++i) {
       const size_t x = 4 + i;
       const std::string lane = "lane " + std::to_string(i);
@@ -288,14 +393,15 @@ void Adaptives(const std::string &name, const Samples &sSamples, unsigned uiTop,
       Claim(lane + ", own", LaneOf(made.row, i), S(2, x), pszKind);
       const Direction d(S(1, x + 1), S(3, x - 1), Twice(G(2, x)) - G(1, x + 1) - G(3, x - 1));
       const Direction e(S(1, x - 1), S(3, x + 1), Twice(G(2, x)) - G(1, x - 1) - G(3, x + 1));
-      Whole plain = PlainClamp(PlainChoice(d, e), uiTop);
-      if constexpr (bRoundTie) {
-        // t / 8 rounded toward zero, modulo the range.
-        const Whole t = d.estimate + e.estimate + 4;
-        const Whole towardZero = EighthTowardZero(t);
-        plain = If(Compared(d.gradient, e.gradient, false, false), Low(towardZero, uiTop), plain);
-      }
-      ClaimChoice(lane + ", third", LaneOf(made.other, i), plain, pszKind, d, e);
+      choices.Add(lane + ", third", i / 2, LaneOf(made.other, i), d, e,
+                  [=](const Direction &one, const Direction &other) {
+                    const Whole clamped = PlainClamp(PlainChoice(one, other), uiTop);
+                    if constexpr (!bRoundTie) return clamped;
+                    // t / 8 rounded toward zero, modulo the range.
+                    const Whole t = one.estimate + other.estimate + 4;
+                    return If(Compared(one.gradient, other.gradient, false, false),
+                              Low(EighthTowardZero(t), uiTop), clamped);
+                  });
     }
   };
   Colours.template operator()<false>();

@@ -155,11 +155,19 @@ Lanes<Lane> Abs(const Lanes<Lane> &a) {
 inline U16 ShiftRight(const U16 &v, unsigned uiCount) {
   return Each(v, v, [=](const Term &x, const Term &) { return Word::ShiftRight(x, uiCount); });
 }
+// What was selected by, lane by lane in the order of the program: a where x > y, else b.
+struct Choice {
+  Term x, y, a, b;
+};
+inline std::vector<Choice> s_choices;
 template <class Lane>
 Lanes<Lane> SelectGreater(const Lanes<Lane> &x, const Lanes<Lane> &y, const Lanes<Lane> &a,
                           const Lanes<Lane> &b) {
   Lanes<Lane> v;
-  for (size_t i = 0; i < v.at.size(); ++i) v.at[i] = Word::SelectGreater(x.at[i], y.at[i], a.at[i], b.at[i]);
+  for (size_t i = 0; i < v.at.size(); ++i) {
+    v.at[i] = Word::SelectGreater(x.at[i], y.at[i], a.at[i], b.at[i]);
+    s_choices.push_back({x.at[i], y.at[i], a.at[i], b.at[i]});
+  }
   return v;
 }
 
