@@ -255,7 +255,7 @@ Work PlanWork(const PlannedPicture &picture) {
           options.bayer = picture.bayer;
           options.flags = picture.flags;
           const kivo_colour colour = ColourOf(picture.links);
-          options.colour = &colour;
+          if (picture.links != 0) options.colour = &colour;
           if (kivo_plan_make(format.code, geometry.width, geometry.height, &options, &state->plan) != KIVO_OK)
             std::abort();
           state->geometry = geometry;
