@@ -133,7 +133,9 @@ def test_outputs_that_nobody_sees_are_none(tmp_path, monkeypatch):
         counts = report_of(tmp_path / "out")["counts"]
         assert counts["converted"] == counts["skipped"] == 0 and counts["failed"] >= 3
     rows = [row for row in report_of(tmp_path / "out")["files"] if row["status"] == "failed"]
-    assert all("here it is not to be seen" in row["error"] and row["attempts"] == 3 for row in rows)
+    assert all("here it is not to be seen" in row["error"] for row in rows)
+    # What runs while three in a row are given up is not tried again.
+    assert [row["attempts"] for row in rows].count(3) >= 3
 
 
 def two_workers(folder):
