@@ -114,7 +114,11 @@ class Finish {
     alignas(c_uiVec) uint16_t aaus[3][c_uiBlock];
     const Words *const aps[3] = {&b, &g, &r};
     for (size_t c = 0; c < 3; ++c)
-      for (size_t i = 0; i < c_uiVectors; ++i) KIVO_TARGET::Store(aaus[c] + i * c_uiWords, aps[c]->a[i]);
+      for (size_t i = 0; i < c_uiVectors; ++i) {
+        // Columns behind the last one may be anything.
+        const U16 entries = aps[c]->a[i] & Splat<U16>(static_cast<int>(c_uiToneEntries) - 1);
+        KIVO_TARGET::Store(aaus[c] + i * c_uiWords, entries);
+      }
     const uint8_t *const puc = m_s.pucTable;
     if (!bStream) {
       Entries(p, aaus, puc);
