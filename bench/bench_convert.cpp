@@ -123,12 +123,6 @@ const std::vector<std::string> &StoreStudy() {
   return names;
 }
 
-void Register(const std::string &name, const std::function<void(benchmark::State &)> &run) {
-  benchmark::RegisterBenchmark(name.c_str(), [run](benchmark::State &state) { run(state); })
-      ->Iterations(1)
-      ->UseManualTime();
-}
-
 void RegisterStoreStudy(const Options &options) {
   std::vector<Setting> settings = Settings(options, false);
   if (!options.size) {
@@ -159,17 +153,7 @@ void RegisterPrepareLut(double seconds) {
   });
 }
 
-int Main(int argc, char **argv) {
-  Options options;
-  switch (ParseOptions(argc, argv, kSummary, options)) {
-    case Parsed::kExit:
-      return 0;
-    case Parsed::kError:
-      return 2;
-    case Parsed::kRun:
-      break;
-  }
-  if (!SetUp(options, argv[0])) return 77;
+int Run(const Options &options) {
   const double first_seconds = SecondsOnce([] { PrepareLUT(); });
 
   if (options.with_read) {
@@ -202,5 +186,5 @@ int Main(int argc, char **argv) {
 }  // namespace KivoBench
 
 int main(int argc, char **argv) {
-  return KivoBench::Main(argc, argv);
+  return KivoBench::RunProgram(argc, argv, KivoBench::kSummary, KivoBench::Run);
 }

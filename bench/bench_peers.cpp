@@ -117,17 +117,7 @@ void RunAgainst(benchmark::State &state, const Work &work, const std::vector<Pee
   }
 }
 
-int Main(int argc, char **argv) {
-  Options options;
-  switch (ParseOptions(argc, argv, kSummary, options)) {
-    case Parsed::kExit:
-      return 0;
-    case Parsed::kError:
-      return 2;
-    case Parsed::kRun:
-      break;
-  }
-  if (!SetUp(options, argv[0])) return 77;
+int Run(const Options &options) {
   PrepareLUT();
 
   PeerTable table;
@@ -139,12 +129,10 @@ int Main(int argc, char **argv) {
       const auto found = table.find(work.name);
       if (found == table.end()) continue;
       const std::vector<Peer> &peers = found->second;
-      benchmark::RegisterBenchmark((work.family + "/" + work.name + "/" + setting.Name()).c_str(),
-                                   [&work, &peers, setting, &options](benchmark::State &state) {
-                                     RunAgainst(state, work, peers, setting, options);
-                                   })
-          ->Iterations(1)
-          ->UseManualTime();
+      Register(work.family + "/" + work.name + "/" + setting.Name(),
+               [&work, &peers, setting, &options](benchmark::State &state) {
+                 RunAgainst(state, work, peers, setting, options);
+               });
     }
   }
   for (const auto &[name, peers] : table) static_cast<void>(FindWork(name));
@@ -158,5 +146,5 @@ int Main(int argc, char **argv) {
 }  // namespace KivoBench
 
 int main(int argc, char **argv) {
-  return KivoBench::Main(argc, argv);
+  return KivoBench::RunProgram(argc, argv, KivoBench::kSummary, KivoBench::Run);
 }

@@ -39,29 +39,29 @@ struct Pair {
   Request base;
 };
 
-constexpr Request Bayer8{"BayerRG8"};
-constexpr Request Bayer8Acpi{"BayerRG8", KIVO_BGRA8, KIVO_BAYER_ACPI};
-constexpr Request Words12{"BayerRG12"};
+constexpr Request kBayer8{"BayerRG8"};
+constexpr Request kBayer8Acpi{"BayerRG8", KIVO_BGRA8, KIVO_BAYER_ACPI};
+constexpr Request kWords12{"BayerRG12"};
 
 constexpr Pair kPairs[] = {
-    {"BayerRG8, rows padded by 64 bytes", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, 0, 0, 64}, Bayer8},
+    {"BayerRG8, rows padded by 64 bytes", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, 0, 0, 64}, kBayer8},
     {"BayerRG12p, rows padded by 64 bytes",
      {"BayerRG12p", KIVO_BGRA8, KIVO_BAYER_STANDARD, 0, 0, 64},
      {"BayerRG12p"}},
-    {"BayerRG8, mirrored", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, KIVO_MIRROR}, Bayer8},
-    {"BayerRG8, flipped", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, KIVO_FLIP}, Bayer8},
-    {"BayerRG8, cropped by 3 pixels", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, 0, 3}, Bayer8},
-    {"BayerRG12, mirrored", {"BayerRG12", KIVO_BGRA8, KIVO_BAYER_STANDARD, KIVO_MIRROR}, Words12},
-    {"BayerRG12p, of the same in words", {"BayerRG12p"}, Words12},
+    {"BayerRG8, mirrored", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, KIVO_MIRROR}, kBayer8},
+    {"BayerRG8, flipped", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, KIVO_FLIP}, kBayer8},
+    {"BayerRG8, cropped by 3 pixels", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, 0, 3}, kBayer8},
+    {"BayerRG12, mirrored", {"BayerRG12", KIVO_BGRA8, KIVO_BAYER_STANDARD, KIVO_MIRROR}, kWords12},
+    {"BayerRG12p, of the same in words", {"BayerRG12p"}, kWords12},
     {"BayerRG10p, of the same in words", {"BayerRG10p"}, {"BayerRG10"}},
-    {"BayerRG12Packed, of the same in words", {"BayerRG12Packed"}, Words12},
-    {"BayerRG12 by ACPI, of BayerRG8", {"BayerRG12", KIVO_BGRA8, KIVO_BAYER_ACPI}, Bayer8Acpi},
-    {"BayerRG8 at half size", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_HALF}, Bayer8},
+    {"BayerRG12Packed, of the same in words", {"BayerRG12Packed"}, kWords12},
+    {"BayerRG12 by ACPI, of BayerRG8", {"BayerRG12", KIVO_BGRA8, KIVO_BAYER_ACPI}, kBayer8Acpi},
+    {"BayerRG8 at half size", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_HALF}, kBayer8},
     {"RGB10p to BGR, of RGB10", {"RGB10p", KIVO_BGR8}, {"RGB10", KIVO_BGR8}},
     {"YUV422_8, of YUV422_8_UYVY", {"YUV422_8"}, {"YUV422_8_UYVY"}},
     {"YCbCr422_8, of YUV422_8_UYVY", {"YCbCr422_8"}, {"YUV422_8_UYVY"}},
-    {"BayerRG8, two threads", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, 0, 0, 0, 2}, Bayer8},
-    {"BayerRG8 by ACPI, two threads", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_ACPI, 0, 0, 0, 2}, Bayer8Acpi},
+    {"BayerRG8, two threads", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_STANDARD, 0, 0, 0, 2}, kBayer8},
+    {"BayerRG8 by ACPI, two threads", {"BayerRG8", KIVO_BGRA8, KIVO_BAYER_ACPI, 0, 0, 0, 2}, kBayer8Acpi},
     {"BayerRG12p, two threads", {"BayerRG12p", KIVO_BGRA8, KIVO_BAYER_STANDARD, 0, 0, 0, 2}, {"BayerRG12p"}},
 };
 
@@ -151,26 +151,12 @@ void RunPair(benchmark::State &state, const Pair &pair, const Setting &setting, 
   }
 }
 
-int Main(int argc, char **argv) {
-  Options options;
-  switch (ParseOptions(argc, argv, kSummary, options)) {
-    case Parsed::kExit:
-      return 0;
-    case Parsed::kError:
-      return 2;
-    case Parsed::kRun:
-      break;
-  }
-  TwoThreads();
-  if (!SetUp(options, argv[0])) return 77;
+int Run(const Options &options) {
   for (const Pair &pair : kPairs) {
     for (const Setting &setting : Settings(options, false)) {
-      const std::string name = std::string("pairs/") + pair.title + "/" + setting.Name();
-      benchmark::RegisterBenchmark(
-          name.c_str(),
-          [&pair, setting, &options](benchmark::State &state) { RunPair(state, pair, setting, options); })
-          ->Iterations(1)
-          ->UseManualTime();
+      Register(
+          std::string("pairs/") + pair.title + "/" + setting.Name(),
+          [&pair, setting, &options](benchmark::State &state) { RunPair(state, pair, setting, options); });
     }
   }
   return RunWithTable(
@@ -181,5 +167,6 @@ int Main(int argc, char **argv) {
 }  // namespace KivoBench
 
 int main(int argc, char **argv) {
-  return KivoBench::Main(argc, argv);
+  KivoBench::TwoThreads();
+  return KivoBench::RunProgram(argc, argv, KivoBench::kSummary, KivoBench::Run);
 }

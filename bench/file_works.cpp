@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "KivoCamUtl.h"
+#include "table_reporter.h"
 
 namespace KivoBench {
 namespace {
@@ -183,13 +184,10 @@ void RegisterFileWorks(const Options &options) {
   if (options.size) sizes = {*options.size};
   for (const Geometry geometry : sizes) {
     for (const FileWork &work : works) {
-      benchmark::RegisterBenchmark(
-          ("files/" + std::string(work.name) + "/" + geometry.Name() + "/memory").c_str(),
-          [&work, geometry, &options](benchmark::State &state) {
-            RunFileWork(state, work, geometry, options);
-          })
-          ->Iterations(1)
-          ->UseManualTime();
+      Register("files/" + std::string(work.name) + "/" + geometry.Name() + "/memory",
+               [&work, geometry, &options](benchmark::State &state) {
+                 RunFileWork(state, work, geometry, options);
+               });
     }
   }
 }

@@ -104,8 +104,9 @@ bool PinNamedTarget(const std::string &name) {
   return false;
 }
 
-}  // namespace
+enum class Parsed { kRun, kExit, kError };
 
+// Prints help or the complaint.
 Parsed ParseOptions(int argc, char **argv, const char *summary, Options &options) {
   for (int i = 1; i < argc; ++i) {
     std::string_view name = argv[i];
@@ -138,28 +139,7 @@ Parsed ParseOptions(int argc, char **argv, const char *summary, Options &options
   return Parsed::kRun;
 }
 
-std::vector<Setting> Settings(const Options &options, bool huge) {
-  if (options.size) return {{*options.size, false}, {*options.size, true}};
-  // Besides the four common sizes, cameras of 5 and 12 megapixels, around which streaming begins to pay.
-  std::vector<Setting> settings{{{640, 480}, false},   {{640, 480}, true},    {{1920, 1080}, false},
-                                {{1920, 1080}, true},  {{2592, 1944}, false}, {{4096, 3072}, false},
-                                {{5472, 3648}, false}, {{5472, 3648}, true}};
-  if (huge && !options.quick) settings.push_back({{10240, 7680}, false});
-  return settings;
-}
-
-Effort EffortFor(const Options &options, std::size_t bytes) {
-  if (options.quick) return {3, 0.0005, 1};
-  if (bytes > std::size_t{200} << 20) return {5, 0, 1};
-  if (bytes > std::size_t{32} << 20) return {7, 0, 2};
-  return {9, 0.002, 4};
-}
-
-std::size_t FrameCount(const Options &options, const Setting &setting, std::size_t bytes_per_pair) {
-  if (!setting.cold) return 1;
-  return std::max<std::size_t>(2, (options.rotate_bytes + bytes_per_pair - 1) / bytes_per_pair);
-}
-
+// Pins, and initialises Google Benchmark. False if the target does not run here.
 bool SetUp(const Options &options, const char *program) {
   const int processor = PinToProcessor(options.processor);
   if (!options.target.empty() && !PinNamedTarget(options.target)) {
@@ -194,6 +174,43 @@ bool SetUp(const Options &options, const char *program) {
                                              std::to_string(CAMUTL_VERSION_MINOR) + "." +
                                              std::to_string(CAMUTL_VERSION_PATCH));
   return true;
+}
+
+}  // namespace
+
+std::vector<Setting> Settings(const Options &options, bool huge) {
+  if (options.size) return {{*options.size, false}, {*options.size, true}};
+  // Besides the four common sizes, cameras of 5 and 12 megapixels, around which streaming begins to pay.
+  std::vector<Setting> settings{{{640, 480}, false},   {{640, 480}, true},    {{1920, 1080}, false},
+                                {{1920, 1080}, true},  {{2592, 1944}, false}, {{4096, 3072}, false},
+                                {{5472, 3648}, false}, {{5472, 3648}, true}};
+  if (huge && !options.quick) settings.push_back({{10240, 7680}, false});
+  return settings;
+}
+
+Effort EffortFor(const Options &options, std::size_t bytes) {
+  if (options.quick) return {3, 0.0005, 1};
+  if (bytes > std::size_t{200} << 20) return {5, 0, 1};
+  if (bytes > std::size_t{32} << 20) return {7, 0, 2};
+  return {9, 0.002, 4};
+}
+
+std::size_t FrameCount(const Options &options, const Setting &setting, std::size_t bytes_per_pair) {
+  if (!setting.cold) return 1;
+  return std::max<std::size_t>(2, (options.rotate_bytes + bytes_per_pair - 1) / bytes_per_pair);
+}
+
+int RunProgram(int argc, char **argv, const char *summary, int (*run)(const Options &options)) {
+  Options options;
+  switch (ParseOptions(argc, argv, summary, options)) {
+    case Parsed::kExit:
+      return 0;
+    case Parsed::kError:
+      return 2;
+    case Parsed::kRun:
+      break;
+  }
+  return SetUp(options, argv[0]) ? run(options) : 77;
 }
 
 }  // namespace KivoBench

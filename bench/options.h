@@ -25,10 +25,10 @@ struct Options {
   bool with_read = false;
 };
 
-enum class Parsed { kRun, kExit, kError };
-
-// Understands "--name=value" and "--name value"; prints help or the complaint.
-Parsed ParseOptions(int argc, char **argv, const char *summary, Options &options);
+// A benchmark program: understands its options, "--name=value" or "--name value", pins processor, target and
+// stores, and lets `run` register its benchmarks and run them. Returns the exit code, 77 if the target does
+// not run here.
+int RunProgram(int argc, char **argv, const char *summary, int (*run)(const Options &options));
 
 // A frame size under one condition.
 struct Setting {
@@ -45,9 +45,6 @@ Effort EffortFor(const Options &options, std::size_t bytes);
 
 // Pairs of buffers to rotate through.
 std::size_t FrameCount(const Options &options, const Setting &setting, std::size_t bytes_per_pair);
-
-// Pins processor, target and stores, and initialises Google Benchmark. False if the target does not run here.
-bool SetUp(const Options &options, const char *program);
 
 }  // namespace KivoBench
 

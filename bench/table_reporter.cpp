@@ -45,6 +45,12 @@ void TableReporter::ReportRuns(const std::vector<Run> &runs) {
   std::fflush(stdout);
 }
 
+void Register(const std::string &name, const std::function<void(benchmark::State &)> &run) {
+  benchmark::RegisterBenchmark(name.c_str(), [run](benchmark::State &state) { run(state); })
+      ->Iterations(1)
+      ->UseManualTime();
+}
+
 int RunWithTable(std::vector<Column> columns) {
   TableReporter reporter(std::move(columns));
   const std::size_t count = benchmark::RunSpecifiedBenchmarks(&reporter);

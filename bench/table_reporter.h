@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +28,9 @@ class TableReporter : public benchmark::BenchmarkReporter {
  private:
   std::vector<Column> columns_;
 };
+
+// A benchmark that sets its own time, once.
+void Register(const std::string &name, const std::function<void(benchmark::State &)> &run);
 
 // Runs what is registered with such a table; the exit code of the program.
 int RunWithTable(std::vector<Column> columns);
