@@ -263,11 +263,11 @@ bool IsSlim(const kivo_plan &s) noexcept {
 }
 
 Course ChooseCourse(const kivo_plan &s) noexcept {
-  const bool bBytes = s.sPixels.uiBits == 8 && !s.sPixels.bGrey && !s.sColour.bFinish;
+  const bool bPixels = s.sPixels.uiBits == 8 && !s.sPixels.bGrey;
+  const bool bBytes = bPixels && !s.sColour.bFinish;
   switch (s.uiBayer) {
     case KIVO_BAYER_STANDARD:
-      if (s.sColour.bOn && s.sPixels.uiBits == 8 && !s.sPixels.bGrey && s.uiWidth > 1 && s.uiHeight > 1)
-        return Course::MosaicColours;
+      if (s.sColour.bOn && bPixels && s.uiWidth > 1 && s.uiHeight > 1) return Course::MosaicColours;
       return bBytes ? Course::Mosaic : Course::MosaicPlanes;
     case KIVO_BAYER_ACPI:
       return bBytes && (!IsWords(s) || IsSlim(s)) ? Course::Mosaic : Course::MosaicPlanes;

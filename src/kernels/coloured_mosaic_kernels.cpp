@@ -68,9 +68,6 @@ class Finish {
   }
 
  private:
-  struct Rows {
-    int16_t aas[3][3];
-  };
   KIVO_INLINE static Mixer<0> Ends(const FinishJob &s, bool bExchange) {
     int16_t aas[3][3] = {};
     for (unsigned y = 0; bMatrix && y < 3; ++y)

@@ -141,9 +141,8 @@ using GainKernel = void (*)(const GainJob &s);
 
 // Three planes mixed: plane i of the result is the sum of the planes times asRows[i] / 4096, rounded down
 // after 2048 was added, and kept within 0 to 32767. Values are below 32768 after they were shifted left by
-// uiUp, 0 or
-// 1. A plane may be written where it is read, or in front of that. All have room for the whole of the last
-// vector.
+// uiUp, 0 or 1. A plane may be written where it is read, or in front of that. All have room for the whole of
+// the last vector.
 struct MatrixJob {
   uint16_t *apusDst[3];
   const uint16_t *apusSrc[3];
