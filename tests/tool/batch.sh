@@ -170,6 +170,13 @@ says '^BayerRG8 160x160 standard/RGB8 [0-9]+\.[0-9]{3} in/day2/d\.rwh$'
 batch 0 in/a.rwh timed --time --json
 says '"height": 160, "conversion": "standard/RGB8", "milliseconds": [0-9]+\.[0-9]{3}, "error": null\}$'
 
+# One frame is shared by threads: the same picture as of one.
+ok scene big.png && ok mosaic big.png big.rwh --format BayerRG12p
+for bayer in standard acpi half off; do
+  ok convert big.rwh one.ppm -j 1 --bayer $bayer
+  ok convert big.rwh many.ppm -j 7 --bayer $bayer && same one.ppm many.ppm
+done
+
 # A bar for eyes: on a terminal it is drawn, goes when all is done, and leaves the messages whole.
 if command -v script >terminal && script -qec true /dev/null >terminal 2>&1; then
   # Frames that take long enough to see the bar.

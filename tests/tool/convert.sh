@@ -109,13 +109,6 @@ ok convert BayerRG8.rwh a.png --time && says '^BayerRG8 640x480 standard/RGB8 [0
 ok convert BayerRG8.rwh a.bmp --time --crop 32x24+1+0 --bgr --bayer acpi
 says '^BayerRG8 32x24 acpi/BGR8 [0-9]+\.[0-9]{3}$'
 
-# As many threads as there are for one frame, or one: the same picture.
-ok mosaic scene.png big.rwh --format BayerRG12p
-for bayer in standard acpi half off; do
-  ok convert big.rwh one.ppm -j 1 --bayer $bayer
-  ok convert big.rwh many.ppm -j 7 --bayer $bayer && same one.ppm many.ppm
-done
-
 # Bytes behind the frame are worth a note, no more.
 "$kivocam" convert tiny.raw note.ppm --format Mono8 --size 3x1 2>stderr || fail "trailing bytes are no failure"
 [ "$(cat stderr)" = "kivocam: tiny.raw: note: 1 bytes behind the frame are ignored" ] || fail "$(cat stderr)"
