@@ -14,6 +14,13 @@ doubt='frame.raw: samples above 4095, the largest of 12 bits: 1 of 8, up to 5000
 [ "$(cat stderr)" = "kivocam: $doubt" ] || fail "convert says '$(cat stderr)'"
 ok convert frame.rwh frame.png --json --quiet && says '"doubt": "samples above 4095, '
 ok convert frame.rwh frame.png --quiet
+# Of an archive one line tells, of the first of them; the facts have it of each.
+mkdir doubted && cp frame.rwh doubted/a.rwh && cp frame.rwh doubted/b.rwh && cp frame.rwh doubted/c.rwh
+"$kivocam" convert doubted pictures --json -j 1 >stdout 2>stderr || fail "a doubted archive: $(cat stderr)"
+checks=$((checks + 2))
+[ "$(grep -v ' converted, ' stderr)" = "kivocam: doubted/a.rwh: ${doubt#*: }" ] || fail "a doubted archive: $(cat stderr)"
+[ "$(grep -c '"doubt": "samples above 4095, ' stdout)" -eq 3 ] || fail "the facts of a doubted archive: $(cat stdout)"
+ok convert doubted pictures --quiet
 # Words of the other byte order.
 bytes 000 012 000 002 000 003 000 000 >big.raw
 "$kivocam" convert big.raw big.pgm --format Mono10 --size 4x1 2>stderr
