@@ -7,7 +7,8 @@
 Of each run: the file under the final name is the old one or the new one, whole; a failure is told, with a line and an
 exit code that the manual has; success means the new file; nothing else is left. Then the recorded operations of a run
 without failures are cut off after each of them, and what was not synchronised is lost in every way that a file system
-may lose it: the file is the old one or the new one again.
+may lose it: the file is the old one or the new one again. A report meets SIGTERM before each of its operations: its
+page and the folder with its pictures are both there or neither is.
 
 Exit status: 0 all of that holds, 1 something does not.
 """
@@ -15,7 +16,9 @@ Exit status: 0 all of that holds, 1 something does not.
 import argparse
 import collections
 import os
+import re
 import shutil
+import signal
 import struct
 import subprocess
 import sys
@@ -131,6 +134,32 @@ class Judge:
         for line in bad[:3]:
             self.expect(False, f"{writer.name}{' over an old file' if old else ''}: power cut {line}")
         return bad
+
+    def signals(self, writer):
+        """SIGTERM just before every operation of a page with its pictures beside it: until it gets its name neither
+        stays, from then on both do."""
+        def there():
+            return sorted(os.path.relpath(os.path.join(folder, name), self.folder)
+                          for folder, folders, names in os.walk(self.folder) for name in folders + names)
+
+        self.prepare(False)
+        done, record = writer.run(self.folder, self.shim, **{"class": "files"})
+        both = there()
+        self.expect(done.returncode == 0 and "out.html.pictures" in both and len(both) >= 3,
+                    f"{writer.name}: without a signal: exit {done.returncode}, leaves {both}")
+        naming = [number for number, line in enumerate(record, 1) if re.match(r"(link|rename) .*/out\.html$", line)]
+        self.expect(len(naming) == 1, f"{writer.name}: the page gets {len(naming)} names")
+        for at in range(1, len(record) + 1):
+            self.prepare(False)
+            done, _ = writer.run(self.folder, self.shim, **{"class": "files", "at": at, "signal": int(signal.SIGTERM)})
+            where = f"{writer.name}: SIGTERM before {record[at - 1][:40]!r}, operation {at}"
+            if at < naming[-1]:
+                self.expect(done.returncode == -signal.SIGTERM, f"{where}: exit {done.returncode}")
+                self.expect(not there(), f"{where}: leaves {there()}")
+            else:
+                self.expect(done.returncode in (0, -signal.SIGTERM), f"{where}: exit {done.returncode}")
+                self.expect(there() == both, f"{where}: leaves {there()} of {both}")
+        print(f"{writer.name}: SIGTERM before each of {len(record)} operations", flush=True)
 
 
 class Inode:
@@ -266,6 +295,20 @@ def writers(options, work):
             yield Writer("Python " + call.split("(")[0], [sys.executable, "-B", "-c", code, "OUT"], {1}, memory=False)
 
 
+def pages(options, work):
+    """Reports of one frame, and of a folder of frames."""
+    if not options.kivocam:
+        return
+    folder = os.path.join(work, "frames")
+    os.mkdir(folder)
+    for name in ("a.rwh", "b.rwh"):
+        shutil.copy(os.path.join(work, "frame.rwh"), os.path.join(folder, name))
+    for name, source, named in (("one frame", os.path.join(folder, "a.rwh"), {}), ("a folder", folder, {}),
+                                ("a folder, named", folder, {"KIVO_FAULT_NAMED": "1"})):
+        command = [options.kivocam, "report", source, "-o", "OUT.html", "--pictures", "beside", "-j", "1", "-q"]
+        yield Writer(f"kivocam report of {name}", command, set(), named)
+
+
 def main():
     """Exit status."""
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
@@ -284,6 +327,8 @@ def main():
             for old in (False, True):
                 judge.faults(writer, old)
                 judge.power_cuts(writer, old)
+        for writer in pages(options, work):
+            judge.signals(writer)
         counts = collections.Counter(line.split(":")[0] for line in judge.wrong)
         print(f"{judge.checks} checks, {len(judge.wrong)} wrong {dict(counts) if counts else ''}")
         return 1 if judge.wrong or not judge.checks else 0

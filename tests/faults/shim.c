@@ -1,11 +1,12 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* A system that fails at one chosen operation, for LD_PRELOAD; what a program does to files, recorded.
  *
- *   KIVO_FAULT_CLASS  files: what opens, fills, names and closes a file that is written; memory: what
- * allocates KIVO_FAULT_AT     which operation of the class since main() fails, from 1 on; 0 or nothing: none
- *   KIVO_FAULT_FROM   1: that one and all after it; of the first write half of the bytes arrive
- *   KIVO_FAULT_LOG    a file to record operations of the class in, a line each
- *   KIVO_FAULT_NAMED  1: a file system that has no files without names
+ *   KIVO_FAULT_CLASS   files: what opens, fills, names and closes a file that is written; memory: allocations
+ *   KIVO_FAULT_AT      which operation of the class since main() fails, from 1 on; 0 or nothing: none
+ *   KIVO_FAULT_SIGNAL  it does not fail: this signal comes just before it
+ *   KIVO_FAULT_FROM    1: that one and all after it; of the first write half of the bytes arrive
+ *   KIVO_FAULT_LOG     a file to record operations of the class in, a line each
+ *   KIVO_FAULT_NAMED   1: a file system that has no files without names
  *
  * A failed close has closed. */
 #ifndef _GNU_SOURCE
@@ -14,6 +15,7 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdatomic.h>
 #include <stdbool.h>
@@ -31,6 +33,7 @@ enum { c_uiFiles = 4096, c_uiNameRoom = 4096 };
 
 static int s_class; /* 0 none, 1 files, 2 memory */
 static long s_at;
+static int s_signal;
 static bool s_from, s_named;
 static int s_log = -1;
 static atomic_bool s_counting; /* since main() */
@@ -40,10 +43,11 @@ static atomic_bool s_written[c_uiFiles]; /* descriptors that were opened to writ
 __attribute__((constructor)) static void Start(void) {
   const char *class = getenv("KIVO_FAULT_CLASS"), *at = getenv("KIVO_FAULT_AT"),
              *from = getenv("KIVO_FAULT_FROM");
-  const char *log = getenv("KIVO_FAULT_LOG");
+  const char *log = getenv("KIVO_FAULT_LOG"), *signal = getenv("KIVO_FAULT_SIGNAL");
   if (log != NULL)
     s_log = (int)syscall(SYS_openat, AT_FDCWD, log, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
   s_at = at == NULL ? 0 : atol(at);
+  s_signal = signal == NULL ? 0 : atoi(signal);
   s_named = getenv("KIVO_FAULT_NAMED") != NULL;
   s_from = from != NULL && *from == '1';
   s_class = class == NULL ? 0 : strcmp(class, "files") == 0 ? 1 : strcmp(class, "memory") == 0 ? 2 : 0;
@@ -82,6 +86,10 @@ static bool Fails(int class, bool *first) {
   const long number = atomic_fetch_add(&s_count, 1) + 1;
   if (class == 2 && s_at == 0) Record("memory\n");
   if (first != NULL) *first = number == s_at;
+  if (s_signal != 0) {
+    if (number == s_at) raise(s_signal);
+    return false;
+  }
   return s_at != 0 && (number == s_at || (s_from && number > s_at));
 }
 static bool FailsFile(void) {

@@ -182,6 +182,7 @@ void writePage(const std::vector<ReportEntry> &entries, const std::string &title
   write(pageSummary(entries));
   for (std::size_t i = 0; i < entries.size(); ++i) write(pageCard(entries[i], i + 1, pictures));
   write(pageEnd());
+  sink.settle();
   pictures.endIfAsked();
   sink.commit();
   pictures.keep();

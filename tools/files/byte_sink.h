@@ -27,8 +27,10 @@ class ByteSink {
   // Hands on what was gathered. Throws Failure.
   void finish();
 
-  // Everything was written: what there is to do at the end. Throws Failure.
-  virtual void commit() { finish(); }
+  // Everything was written, and is to be safe before it has a name. Throws Failure.
+  virtual void settle() { finish(); }
+  // The same, and what else there is to do at the end. Throws Failure.
+  virtual void commit() { settle(); }
 
   // What messages call this destination.
   virtual std::string name() const = 0;

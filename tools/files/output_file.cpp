@@ -203,8 +203,9 @@ void OutputFile::giveName() {
   if (::rename(hidden_.c_str(), target_.c_str()) != 0) fail(errno);
 }
 
-void OutputFile::commit() {
+void OutputFile::settle() {
   finish();
+  if (settled_) return;
   // Before the file has its name. Network file systems may notice only now that a disk is full; where nothing
   // is synchronised, closing a second descriptor makes them look.
   if (rules_.durable) {
@@ -213,6 +214,11 @@ void OutputFile::commit() {
     const int copy = ::dup(file_);
     if (copy >= 0 && ::close(copy) != 0 && errno != EINTR) fail(errno);
   }
+  settled_ = true;
+}
+
+void OutputFile::commit() {
+  settle();
   installHandlers();
   const SignalsBlocked blocked;
   if (hidden_.empty()) link();

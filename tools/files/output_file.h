@@ -36,6 +36,8 @@ class OutputFile : public ByteSink {
 
   std::string name() const override { return path_; }
 
+  // Leaves nothing to do but to name the file. Throws Failure.
+  void settle() override;
   // Gives the file its final name. Throws Failure.
   void commit() override;
 
@@ -56,6 +58,7 @@ class OutputFile : public ByteSink {
   std::string openName_;  // under which the file can be linked
   Removal removal_;       // of hidden_
   int file_ = -1;
+  bool settled_ = false;
 };
 
 // The file of this name, or standard output for "-". Throws Failure.
