@@ -139,7 +139,9 @@ void OutputFile::createNamed(const std::string &directory) {
   installHandlers();
   const SignalsBlocked blocked;
   for (unsigned attempt = 0;; ++attempt) {
-    const std::string name = newHiddenName(directory);
+    // Once there is a file, nothing may keep its name from being known.
+    openName_ = newHiddenName(directory);
+    std::string name = openName_;
     file_ = ::open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
     if (file_ < 0 && errno == EEXIST && attempt < 100) continue;
     if (file_ < 0) fail(errno);
@@ -147,7 +149,7 @@ void OutputFile::createNamed(const std::string &directory) {
     struct stat info = {};
     const bool ours = ::flock(file_, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
     if ((ours && ::fstat(file_, &info) == 0 && info.st_nlink != 0) || attempt >= 100) {
-      hidden_ = openName_ = name;
+      hidden_ = std::move(name);
       removal_.watch(hidden_);
       return;
     }
@@ -181,9 +183,9 @@ void OutputFile::link() {
   ::flock(file_, LOCK_EX | LOCK_NB);
   const std::string directory = directoryOf(target_);
   for (unsigned attempt = 0; error == EEXIST && attempt < 100; ++attempt) {
-    const std::string name = newHiddenName(directory);
+    std::string name = newHiddenName(directory);
     error = linkAs(name);
-    if (error == 0) hidden_ = name;
+    if (error == 0) hidden_ = std::move(name);
   }
   if (error != 0) fail(error);
   removal_.watch(hidden_);
