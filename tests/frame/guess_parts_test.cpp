@@ -83,7 +83,8 @@ void Put(const Layout &layout, std::vector<std::uint8_t> &bytes, std::uint64_t b
       break;
     case Kind::Words32: {
       std::uint8_t *const word = puc + at / 3 * 4;
-      std::uint32_t value = word[0] | word[1] << 8 | word[2] << 16 | std::uint32_t{word[3]} << 24;
+      std::uint32_t value = 0;
+      for (unsigned k = 0; k < 4; ++k) value |= std::uint32_t{word[k]} << 8 * k;
       value = (value & ~(1023U << at % 3 * 10) & 0x3FFFFFFF) | sample << at % 3 * 10;
       for (unsigned k = 0; k < 4; ++k) word[k] = static_cast<std::uint8_t>(value >> 8 * k);
       break;
