@@ -21,7 +21,7 @@ LICENCE = "Apache-2.0"
 # Part of the project, what it needs at run time, and that one's licence.
 PARTS = [
     ("libKivoCamUtl", "the shared library", [("libstdc++", "GPL-3.0-or-later WITH GCC-exception-3.1")]),
-    ("kivocam", "the command line tool", [("libKivoCamUtl", None), ("libpng", "libpng-2.0"),
+    ("kivocam", "the command line tool", [("libKivoCamUtl", None), ("libpng", "libpng-2.0"), ("libtiff", "libtiff"),
                                           ("CLI11", "BSD-3-Clause")]),
     ("kivocamutl", "the Python package", [("libKivoCamUtl", None), ("numpy", "BSD-3-Clause"),
                                           ("distributed", "BSD-3-Clause")]),

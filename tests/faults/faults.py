@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Lets a writer meet a failure at every single operation in turn, and every power cut.
 
-    faults.py SHIM [--kivocam FILE] [--writer FILE] [--python] [--stride N] [--self-test]
+    faults.py SHIM [--kivocam FILE [--tiff]] [--writer FILE] [--python] [--stride N] [--self-test]
 
 Of each run: the file under the final name is the old one or the new one, whole; a failure is told, with a line and an
 exit code that the manual has; success means the new file; nothing else is left. Then the recorded operations of a run
@@ -31,10 +31,11 @@ O_TMPFILE = 0o20000000
 class Writer:
     """A command that writes one file; `codes` are those of its failures."""
 
-    def __init__(self, name, command, codes, environment=None, memory=True):
+    def __init__(self, name, command, codes, environment=None, memory=True, last=12):
         self.name, self.command, self.codes = name, command, codes
         self.environment = environment or {}
         self.memory = memory  # whether every allocation is to fail in turn, too
+        self.last = last  # of these, whatever the stride
 
     def run(self, folder, shim, **fault):
         """The finished process, and the lines of its record."""
@@ -99,7 +100,8 @@ class Judge:
             allocations = record.count("memory")
             self.expect(allocations > 0, f"{title}: only {allocations} allocations are seen")
             # At the end names are given, without which nothing can be left.
-            tried = {*range(1, allocations + 1, self.stride), *range(max(1, allocations - 12), allocations + 1)}
+            last = range(max(1, allocations - writer.last), allocations + 1)
+            tried = {*range(1, allocations + 1, self.stride), *last}
             for origin in (0, 1):
                 for at in sorted(tried):
                     self.one(writer, title, before, new, {"class": "memory", "at": at, "from": origin})
@@ -277,9 +279,11 @@ def writers(options, work):
         file.write(struct.pack("<4I", 0x01080009, 64, 48, 64) + raw)
     if options.kivocam:
         codes = {1, 2, 3, 4, 5, 6}
-        for kind in ("png", "bmp", "ppm"):
+        # libtiff is told tag by tag, and does not always say that memory did not suffice for one.
+        kinds = {"png": 12, "bmp": 12, "ppm": 12, **({"tiff": 100, "dng": 100} if options.tiff else {})}
+        for kind, last in kinds.items():
             yield Writer(f"kivocam convert --to {kind}", [options.kivocam, "convert", frame, "OUT", "--to", kind],
-                         codes)
+                         codes, last=last)
         yield Writer("kivocam scene", [options.kivocam, "scene", "OUT", "--to", "png", "--size", "160x160"], codes,
                      memory=False)
         # Hidden names, where the system has no unnamed files.
@@ -316,6 +320,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("shim")
     parser.add_argument("--kivocam")
+    parser.add_argument("--tiff", action="store_true", help="the tool writes TIFF and DNG, too")
     parser.add_argument("--writer")
     parser.add_argument("--python", action="store_true")
     parser.add_argument("--stride", type=int, default=1, help="of the allocations every Nth fails, and the last")

@@ -153,7 +153,7 @@ DngFacts Developed::dngFacts() const {
     facts.black = static_cast<std::uint32_t>(std::lround(colour.black[1]));
   if (format().family != KIVO_BAYER) return facts;
   if (kivo_auto_balance(made.c(), &frame, KIVO_BALANCE_MEDIAN, &colour) == KIVO_OK)
-    for (std::size_t i = 0; i < 3; ++i) facts.neutral[i] = 1 / colour.gain[i];
+    for (std::size_t i = 0; i < 3; ++i) facts.neutral[i] = static_cast<float>(1 / colour.gain[i]);
   static const char *const kOrders[] = {"", "GRBG", "RGGB", "GBRG", "BGGR"};
   // A plan for the samples says what the region and the mirroring have made of the order.
   kivo::Options samples = options_;

@@ -41,6 +41,7 @@ PictureType pictureType(const std::string &path, const std::string &to, bool can
     if (!sameName(name, extension)) continue;
     if (!canBeGrey && (type == PictureType::Pgm || type == PictureType::Dng)) break;
     checkOutputName(path, type == PictureType::Tiff ? "tiff" : extension);
+    if (type == PictureType::Tiff || type == PictureType::Dng) checkTiff(to.empty() ? path : "--to");
     return type;
   }
   const std::string types = canBeGrey ? "png, ppm, pgm, bmp, tiff or dng" : "png, ppm, bmp or tiff";

@@ -1,241 +1,232 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pictures/picture_tiff.h"
 
+#include <tiffio.h>
+
 #include <algorithm>
-#include <cmath>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <new>
 #include <vector>
 
 #include "files/byte_sink.h"
 #include "words/failure.h"
+#include "words/text.h"
 
 namespace tool {
 namespace {
 
-// Tags, as TIFF 6.0 and DNG number them.
-enum Tag : std::uint16_t {
-  kSubfileType = 254,
-  kWidth = 256,
-  kLength = 257,
-  kBitsPerSample = 258,
-  kCompression = 259,
-  kPhotometric = 262,
-  kMake = 271,
-  kModel = 272,
-  kStripOffsets = 273,
-  kOrientation = 274,
-  kSamplesPerPixel = 277,
-  kRowsPerStrip = 278,
-  kStripByteCounts = 279,
-  kXResolution = 282,
-  kYResolution = 283,
-  kPlanarConfiguration = 284,
-  kResolutionUnit = 296,
-  kSoftware = 305,
-  kCfaRepeat = 33421,
-  kCfaPattern = 33422,
-  kDngVersion = 50706,
-  kDngBackwardVersion = 50707,
-  kUniqueCameraModel = 50708,
-  kCfaPlaneColor = 50710,
-  kCfaLayout = 50711,
-  kBlackLevel = 50714,
-  kWhiteLevel = 50717,
-  kColorMatrix1 = 50721,
-  kAsShotNeutral = 50728,
-  kCalibrationIlluminant1 = 50778,
+constexpr std::uint16_t kLinearRaw = 34892, kLightD65 = 21;
+
+// The file that libtiff sees. Of the samples, behind the first kTiffHead bytes, it learns only how many there
+// are: it would not change them, and a pipe wants what libtiff knows at the end, the directory, in front.
+struct Head {
+  std::array<std::uint8_t, kTiffHead> bytes{};
+  std::uint64_t size = 0;  // bytes of it that there are
+  std::uint64_t at = 0;
+  bool samples = false;       // what is written are these
+  std::uint64_t fileEnd = 0;  // for reading
+  char message[160] = {};     // the first one
 };
 
-enum Type : std::uint16_t { kByte = 1, kAscii = 2, kShort = 3, kLong = 4, kRational = 5, kSRational = 10 };
-
-constexpr std::uint16_t kPhotometricGrey = 1, kPhotometricRgb = 2, kPhotometricCfa = 32803,
-                        kPhotometricLinearRaw = 34892;
-constexpr std::uint16_t kIlluminantD65 = 21;
-constexpr std::uint32_t kDenominator = 10000;
-constexpr std::size_t kHeaderBytes = 8, kEntryBytes = 12;
-
-void put(std::vector<std::uint8_t> &to, std::uint64_t value, unsigned bytes) {
-  for (unsigned i = bytes; i-- > 0;) to.push_back(static_cast<std::uint8_t>(value >> 8 * i));
+Head &headOf(thandle_t handle) noexcept {
+  return *static_cast<Head *>(handle);
 }
 
-// The directory of a file. Entries are added in the order of their tags, as the format wants them.
-class Directory {
+tmsize_t readHead(thandle_t handle, void *to, tmsize_t size) noexcept {
+  Head &head = headOf(handle);
+  const std::uint64_t wanted = static_cast<std::uint64_t>(size),
+                      there = head.size - std::min(head.size, head.at);
+  const std::size_t count = static_cast<std::size_t>(std::min(wanted, there));
+  std::copy_n(head.bytes.data() + std::min(head.at, head.size), count, static_cast<std::uint8_t *>(to));
+  head.at += count;
+  return static_cast<tmsize_t>(count);
+}
+
+tmsize_t writeHead(thandle_t handle, void *from, tmsize_t size) noexcept {
+  Head &head = headOf(handle);
+  const std::uint64_t end = head.at + static_cast<std::uint64_t>(size);
+  if (!head.samples) {
+    if (end > kTiffHead) return -1;
+    std::copy_n(static_cast<const std::uint8_t *>(from), size, head.bytes.data() + head.at);
+    head.size = std::max(head.size, end);
+  }
+  head.at = end;
+  return size;
+}
+
+// libtiff puts things where a file ends: the samples where they belong, the rest in front.
+toff_t seekHead(thandle_t handle, toff_t offset, int whence) noexcept {
+  Head &head = headOf(handle);
+  const std::uint64_t end = head.fileEnd != 0 ? head.fileEnd : head.samples ? kTiffHead : head.size;
+  head.at = offset + (whence == SEEK_END ? end : whence == SEEK_CUR ? head.at : 0);
+  return head.at;
+}
+
+toff_t fileEnd(thandle_t handle) noexcept {
+  return headOf(handle).fileEnd;
+}
+
+int closeNothing(thandle_t) noexcept {
+  return 0;
+}
+
+// 1: nobody else has to hear of it, least of all what all files of the process share.
+[[gnu::format(printf, 4, 0)]] int keepMessage(TIFF *, void *head, const char *, const char *format,
+                                              va_list values) noexcept {
+  char *const message = static_cast<Head *>(head)->message;
+  if (message[0] == '\0') std::vsnprintf(message, sizeof Head::message, format, values);
+  return 1;
+}
+
+int ignoreWarning(TIFF *, void *, const char *, const char *, va_list) noexcept {
+  return 1;
+}
+
+struct Release {
+  void operator()(TIFFOpenOptions *options) const noexcept { TIFFOpenOptionsFree(options); }
+  void operator()(TIFF *tiff) const noexcept { TIFFClose(tiff); }
+};
+using Tiff = std::unique_ptr<TIFF, Release>;
+
+Tiff openHead(Head &head, const char *mode) {
+  constexpr tmsize_t most = 1 << 20;
+  const std::unique_ptr<TIFFOpenOptions, Release> options(TIFFOpenOptionsAlloc());
+  if (options == nullptr) throw std::bad_alloc();
+  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), most);
+  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), keepMessage, &head);
+  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), ignoreWarning, nullptr);
+  return Tiff(TIFFClientOpenExt("", mode, &head, readHead, writeHead, seekHead, closeNothing, fileEnd,
+                                nullptr, nullptr, options.get()));
+}
+
+// Writes one file: what the caller sets, then what writeFile() knows.
+class Writer {
  public:
-  void add(Tag tag, Type type, std::uint32_t count, std::vector<std::uint8_t> value) {
-    entries_.push_back({tag, type, count, std::move(value)});
-  }
-  void shorts(Tag tag, std::initializer_list<std::uint32_t> values) {
-    std::vector<std::uint8_t> bytes;
-    for (const std::uint32_t value : values) put(bytes, value, 2);
-    add(tag, kShort, static_cast<std::uint32_t>(values.size()), std::move(bytes));
-  }
-  void number(Tag tag, std::uint32_t value) {
-    std::vector<std::uint8_t> bytes;
-    put(bytes, value, 4);
-    add(tag, kLong, 1, std::move(bytes));
-  }
-  void bytes(Tag tag, std::vector<std::uint8_t> values) {
-    const std::uint32_t count = static_cast<std::uint32_t>(values.size());
-    add(tag, kByte, count, std::move(values));
-  }
-  void text(Tag tag, const std::string &value) {
-    std::vector<std::uint8_t> bytes(value.begin(), value.end());
-    bytes.push_back(0);
-    const std::uint32_t count = static_cast<std::uint32_t>(bytes.size());
-    add(tag, kAscii, count, std::move(bytes));
-  }
-  template <class Values>
-  void fractions(Tag tag, Type type, const Values &values) {
-    std::vector<std::uint8_t> bytes;
-    for (const double value : values) {
-      put(bytes, static_cast<std::uint32_t>(static_cast<std::int32_t>(std::lround(value * kDenominator))), 4);
-      put(bytes, kDenominator, 4);
-    }
-    add(tag, type, static_cast<std::uint32_t>(values.size()), std::move(bytes));
+  Writer(const Rows &rows, ByteSink &sink, const char *kind) : rows_(rows), sink_(sink), kind_(kind) {
+    if (std::uint64_t{rows.rowBytes()} * rows.height > UINT32_MAX - std::uint64_t{65536})
+      throw Failure(Exit::Unsupported, sink.name(),
+                    printed("cannot be a %s picture: it would have more than 4 GB", kind));
+    errno = 0;
+    tiff_ = openHead(head_, "wb");
+    if (tiff_ == nullptr) fail();
   }
 
-  // Where the samples begin: behind everything else, on an even byte.
-  std::uint32_t end() const {
-    std::size_t size = kHeaderBytes + 2 + kEntryBytes * (entries_.size() + 1) + 4;
-    for (const Entry &entry : entries_)
-      if (entry.value.size() > 4) size += (entry.value.size() + 1) / 2 * 2;
-    return static_cast<std::uint32_t>(size);
+  // Values as libtiff wants those of the tag.
+  template <class... Values>
+  void set(std::uint32_t tag, Values... values) {
+    if (TIFFSetField(tiff_.get(), tag, values...) != 1 || outOfMemory()) fail();
+  }
+  void set(std::uint32_t tag, const std::string &text) { set(tag, text.c_str()); }
+
+  void shape(std::uint16_t photometric) {
+    set(TIFFTAG_SUBFILETYPE, 0);
+    set(TIFFTAG_IMAGEWIDTH, rows_.width);
+    set(TIFFTAG_IMAGELENGTH, rows_.height);
+    set(TIFFTAG_BITSPERSAMPLE, rows_.bits);
+    set(TIFFTAG_COMPRESSION, COMPRESSION_NONE);
+    set(TIFFTAG_PHOTOMETRIC, int{photometric});
+    set(TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
+    set(TIFFTAG_SAMPLESPERPIXEL, rows_.channels);
+    set(TIFFTAG_ROWSPERSTRIP, rows_.height);
+    set(TIFFTAG_XRESOLUTION, 72.0);
+    set(TIFFTAG_YRESOLUTION, 72.0);
+    set(TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+    set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+    set(TIFFTAG_SOFTWARE, "kivocam");
   }
 
-  // The beginning of the file, with the entry for where the samples begin in its place.
-  std::vector<std::uint8_t> file() const {
-    const std::uint32_t samples = end();
-    std::vector<Entry> entries = entries_;
-    Entry offset = {kStripOffsets, kLong, 1, {}};
-    put(offset.value, samples, 4);
-    entries.insert(std::find_if(entries.begin(), entries.end(),
-                                [](const Entry &entry) { return entry.tag > kStripOffsets; }),
-                   offset);
-    std::vector<std::uint8_t> head = {'M', 'M', 0, 42}, values;
-    put(head, kHeaderBytes, 4);
-    put(head, entries.size(), 2);
-    const std::size_t behind = kHeaderBytes + 2 + kEntryBytes * entries.size() + 4;
-    for (const Entry &entry : entries) {
-      put(head, entry.tag, 2);
-      put(head, entry.type, 2);
-      put(head, entry.count, 4);
-      if (entry.value.size() > 4) {
-        put(head, behind + values.size(), 4);
-        values.insert(values.end(), entry.value.begin(), entry.value.end());
-        if (values.size() % 2 != 0) values.push_back(0);
-      } else {
-        std::vector<std::uint8_t> value = entry.value;
-        value.resize(4);
-        head.insert(head.end(), value.begin(), value.end());
-      }
+  void writeFile() {
+    head_.samples = true;
+    constexpr std::uint64_t most = std::uint64_t{1} << 30;
+    for (std::uint64_t left = std::uint64_t{rows_.rowBytes()} * rows_.height; left != 0;) {
+      const tmsize_t size = static_cast<tmsize_t>(std::min(left, most));
+      if (TIFFWriteRawStrip(tiff_.get(), 0, nullptr, size) != size) fail();
+      left -= static_cast<std::uint64_t>(size);
     }
-    put(head, 0, 4);
-    head.insert(head.end(), values.begin(), values.end());
-    return head;
+    head_.samples = false;
+    if (TIFFWriteDirectory(tiff_.get()) != 1 || outOfMemory()) fail();
+    tiff_.reset();
+    sink_.write(head_.bytes.data(), head_.bytes.size());
+    std::vector<std::uint8_t> space(rows_.rowBytes());
+    for (std::uint32_t y = 0; y < rows_.height; ++y) sink_.write(rows_.row(y, space.data()), space.size());
   }
 
  private:
-  struct Entry {
-    Tag tag;
-    Type type;
-    std::uint32_t count;
-    std::vector<std::uint8_t> value;
-  };
-  std::vector<Entry> entries_;
-};
+  // libtiff has a message, but no error of its own, for memory that does not suffice, and to some tags that
+  // happens without a word. It cannot close such a file either: it would free values that were never set.
+  bool outOfMemory() const noexcept { return errno == ENOMEM; }
 
-void shape(Directory &directory, const Rows &rows, std::uint16_t photometric, const std::string &model) {
-  directory.number(kSubfileType, 0);
-  directory.number(kWidth, rows.width);
-  directory.number(kLength, rows.height);
-  if (rows.channels == 3)
-    directory.shorts(kBitsPerSample, {rows.bits, rows.bits, rows.bits});
-  else
-    directory.shorts(kBitsPerSample, {rows.bits});
-  directory.shorts(kCompression, {1});
-  directory.shorts(kPhotometric, {photometric});
-  if (!model.empty()) {
-    directory.text(kMake, "KivoCamUtl");
-    directory.text(kModel, model);
+  [[noreturn]] void fail() {
+    if (outOfMemory()) {
+      static_cast<void>(tiff_.release());
+      throw std::bad_alloc();
+    }
+    throw Failure(Exit::Unsupported, sink_.name(),
+                  printed("cannot be a %s picture: %s", kind_, oneLine(head_.message).c_str()));
   }
-  directory.shorts(kOrientation, {1});
-  directory.shorts(kSamplesPerPixel, {rows.channels});
-  directory.number(kRowsPerStrip, rows.height);
-  directory.number(kStripByteCounts, static_cast<std::uint32_t>(rows.rowBytes() * rows.height));
-  directory.fractions(kXResolution, kRational, std::array<double, 1>{72});
-  directory.fractions(kYResolution, kRational, std::array<double, 1>{72});
-  directory.shorts(kPlanarConfiguration, {1});
-  directory.shorts(kResolutionUnit, {2});
-  directory.text(kSoftware, "kivocam");
-}
 
-void writeFile(const Directory &directory, const Rows &rows, ByteSink &sink) {
-  const std::vector<std::uint8_t> head = directory.file();
-  sink.write(head.data(), head.size());
-  std::vector<std::uint8_t> space(rows.rowBytes());
-  for (std::uint32_t y = 0; y < rows.height; ++y) sink.write(rows.row(y, space.data()), space.size());
-}
-
-// Positions in a file of this kind have 32 bits.
-void checkSize(const Rows &rows, const ByteSink &sink, const char *kind) {
-  if (std::uint64_t{rows.rowBytes()} * rows.height > UINT32_MAX - std::uint64_t{65536})
-    throw Failure(Exit::Unsupported, sink.name(),
-                  std::string("cannot be a ") + kind + " picture: it would have more than 4 GB");
-}
+  const Rows &rows_;
+  ByteSink &sink_;
+  const char *kind_;
+  Head head_;
+  Tiff tiff_;
+};
 
 }  // namespace
 
+void checkTiff(const std::string &) {}
+
 void encodeTiff(const Rows &rows, ByteSink &sink) {
-  checkSize(rows, sink, "TIFF");
-  Directory directory;
-  shape(directory, rows, rows.channels == 1 ? kPhotometricGrey : kPhotometricRgb, "");
-  writeFile(directory, rows, sink);
+  Writer file(rows, sink, "TIFF");
+  file.shape(rows.channels == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
+  file.writeFile();
 }
 
 void encodeDng(const Rows &rows, const DngFacts &facts, ByteSink &sink) {
-  checkSize(rows, sink, "DNG");
   const bool mosaic = !facts.order.empty();
   const std::string model = mosaic ? "raw mosaic" : "raw grey";
-  Directory directory;
-  shape(directory, rows, mosaic ? kPhotometricCfa : kPhotometricLinearRaw, model);
+  const std::uint8_t version[] = {1, 4, 0, 0}, backward[] = {1, 1, 0, 0}, planes[] = {0, 1, 2};
+  const std::uint16_t repeat[] = {2, 2};
+  const float black = static_cast<float>(facts.black);
+  Writer file(rows, sink, "DNG");
+  file.shape(mosaic ? PHOTOMETRIC_CFA : kLinearRaw);
+  file.set(TIFFTAG_MAKE, "KivoCamUtl");
+  file.set(TIFFTAG_MODEL, model);
+  file.set(TIFFTAG_DNGVERSION, version);
+  file.set(TIFFTAG_DNGBACKWARDVERSION, backward);
+  file.set(TIFFTAG_UNIQUECAMERAMODEL, "KivoCamUtl " + model);
+  file.set(TIFFTAG_BLACKLEVEL, 1, &black);
+  file.set(TIFFTAG_WHITELEVEL, 1, &facts.white);
   if (mosaic) {
-    std::vector<std::uint8_t> colours;
-    for (const char c : facts.order) colours.push_back(c == 'R' ? 0 : c == 'G' ? 1 : 2);
-    directory.shorts(kCfaRepeat, {2, 2});
-    directory.bytes(kCfaPattern, std::move(colours));
+    std::array<std::uint8_t, 4> pattern{};
+    for (std::size_t i = 0; i < pattern.size(); ++i)
+      pattern[i] = facts.order[i] == 'R' ? 0 : facts.order[i] == 'G' ? 1 : 2;
+    file.set(TIFFTAG_CFAREPEATPATTERNDIM, repeat);
+    file.set(TIFFTAG_CFAPATTERN, 4, pattern.data());
+    file.set(TIFFTAG_CFAPLANECOLOR, 3, planes);
+    file.set(TIFFTAG_CFALAYOUT, 1);
+    file.set(TIFFTAG_COLORMATRIX1, 9, facts.matrix.data());
+    file.set(TIFFTAG_ASSHOTNEUTRAL, 3, facts.neutral.data());
+    file.set(TIFFTAG_CALIBRATIONILLUMINANT1, int{kLightD65});
   }
-  directory.bytes(kDngVersion, {1, 4, 0, 0});
-  directory.bytes(kDngBackwardVersion, {1, 1, 0, 0});
-  directory.text(kUniqueCameraModel, "KivoCamUtl " + model);
-  if (mosaic) {
-    directory.bytes(kCfaPlaneColor, {0, 1, 2});
-    directory.shorts(kCfaLayout, {1});
-  }
-  directory.number(kBlackLevel, facts.black);
-  directory.number(kWhiteLevel, facts.white);
-  if (mosaic) {
-    directory.fractions(kColorMatrix1, kSRational, facts.matrix);
-    directory.fractions(kAsShotNeutral, kRational, facts.neutral);
-    directory.shorts(kCalibrationIlluminant1, {kIlluminantD65});
-  }
-  writeFile(directory, rows, sink);
+  file.writeFile();
 }
 
-bool isWholeTiff(const std::uint8_t *head, std::size_t size, std::uint64_t bytes) {
-  const auto number = [head](std::size_t at, unsigned count) {
-    std::uint64_t value = 0;
-    for (unsigned i = 0; i < count; ++i) value = value << 8 | head[at + i];
-    return value;
-  };
-  if (size < kHeaderBytes + 2 || number(0, 4) != 0x4D4D002A || number(4, 4) != kHeaderBytes) return false;
-  const std::size_t entries = static_cast<std::size_t>(number(kHeaderBytes, 2));
-  if (size < kHeaderBytes + 2 + kEntryBytes * entries) return false;
-  std::uint64_t told = 0;
-  for (std::size_t i = 0; i < entries; ++i) {
-    const std::size_t at = kHeaderBytes + 2 + kEntryBytes * i;
-    const std::uint64_t tag = number(at, 2);
-    if (tag == kStripOffsets || tag == kStripByteCounts) told += number(at + 8, 4);
-  }
-  return told == bytes;
+bool isWholeTiff(const std::uint8_t *bytesOfHead, std::size_t size, std::uint64_t bytes) {
+  if (size != kTiffHead) return false;
+  Head head;
+  std::copy_n(bytesOfHead, size, head.bytes.data());
+  head.size = size;
+  head.fileEnd = bytes;
+  // One strip stays one.
+  const Tiff tiff = openHead(head, "rmc");
+  return tiff != nullptr && TIFFNumberOfStrips(tiff.get()) == 1 &&
+         TIFFGetStrileOffset(tiff.get(), 0) == kTiffHead &&
+         TIFFGetStrileByteCount(tiff.get(), 0) == bytes - kTiffHead;
 }
 
 }  // namespace tool

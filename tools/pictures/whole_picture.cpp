@@ -14,7 +14,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t kLook = 512;
+constexpr std::size_t kLook = kTiffHead;
 
 bool isWholeBmp(const unsigned char *head, std::size_t size, std::uint64_t bytes) {
   if (size < 54 || head[0] != 'B' || head[1] != 'M') return false;
