@@ -100,9 +100,9 @@ inline bool IsWords(const kivo_plan &s) noexcept {
   return s.psPlain->plain_bytes == 2;
 }
 
-// Whether a demosaic gets words: bytes are widened where planes are to be made of them.
+// Whether a demosaic gets words: bytes are widened where planes or words are to be made of them.
 inline bool MosaicOfWords(const kivo_plan &s) noexcept {
-  return IsWords(s) || s.eCourse == Course::MosaicPlanes;
+  return IsWords(s) || s.eCourse == Course::MosaicPlanes || s.sPixels.uiBits == 16;
 }
 
 // Bytes of so many pixels of plain samples; whole groups of YUV.

@@ -267,7 +267,10 @@ Course ChooseCourse(const kivo_plan &s) noexcept {
   const bool bBytes = bPixels && !s.sColour.bFinish;
   switch (s.uiBayer) {
     case KIVO_BAYER_STANDARD:
-      if (s.sColour.bOn && bPixels && s.uiWidth > 1 && s.uiHeight > 1) return Course::MosaicColours;
+      if (s.uiWidth > 1 && s.uiHeight > 1 && !s.sPixels.bGrey) {
+        if (s.sColour.bOn) return bPixels ? Course::MosaicColours : Course::MosaicPlanes;
+        return Course::Mosaic;
+      }
       return bBytes ? Course::Mosaic : Course::MosaicPlanes;
     case KIVO_BAYER_ACPI:
       return bBytes && (!IsWords(s) || IsSlim(s)) ? Course::Mosaic : Course::MosaicPlanes;

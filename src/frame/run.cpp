@@ -273,11 +273,12 @@ class Maker {
 
   void MakeMosaic(std::size_t y, std::size_t uiRows) const noexcept {
     const bool bAdaptive = m_s.uiBayer == KIVO_BAYER_ACPI;
-    const bool bBytes = m_s.eCourse == Course::Mosaic;
-    // Bytes that are to become planes are widened on their way into the ring.
+    // Bytes that are to become words are widened on their way into the ring.
     const MosaicPlanesKernels &p = *ActiveFrameKernels().psMosaicPlanes;
     MosaicKernel pfn = bAdaptive ? p.pfnAdaptive : m_s.sColour.bFinish ? p.pfnDoubled : p.pfnStandard;
-    if (bBytes) {
+    if (m_s.eCourse == Course::Mosaic && m_s.sPixels.uiBits == 16) {
+      pfn = p.apfnWords[OutputKind()];
+    } else if (m_s.eCourse == Course::Mosaic) {
       const Kernels &k = ActiveKernels();
       const bool bWords = IsWords(m_s);
       pfn = (bAdaptive ? (bWords ? p.apfnAdaptiveSlim : k.psAcpi8->apfn)
@@ -320,7 +321,8 @@ class Maker {
     sJob.bRightEdge = sTile.bRightEdge;
     sJob.eOrder = OrderOf(m_s);
     sJob.uiShift = m_s.uiShift;
-    sJob.uiDepth = m_s.psPlain->plain_depth;
+    // The adaptive demosaic counts them; words that stay are spread from 16 bits.
+    sJob.uiDepth = bAdaptive || m_s.bSpread ? m_s.psPlain->plain_depth : 16;
     sJob.bRedFirst = m_s.sPixels.bRedFirst;
     sJob.bStream = m_bStream && !bThroughOut;
     sJob.psGreens = &sGreens;

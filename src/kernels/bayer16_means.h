@@ -61,29 +61,32 @@ struct SlimMeans : ScalarMeans<uint8_t>, WordSample {
   }
 };
 
+// Two words added, of any bits.
+struct ExactSum {
+  U16 average, differing;
+
+  KIVO_INLINE static ExactSum Of(U16 a, U16 b) { return {Avg(a, b), a ^ b}; }
+  KIVO_INLINE U16 Mean() const { return average - (differing & 1); }
+  KIVO_INLINE U16 Mean(const ExactSum &s) const {
+    return Avg(average, s.average) - ((differing | s.differing | (average ^ s.average)) & 1);
+  }
+};
+
 // Shifts up to 29: the exact mean fits a word, and cutting it afterwards gives the same as one division.
 template <class Channel>
 struct ExactMeans : WordMeans<Channel> {
   using Row = WordRow;
   static constexpr unsigned c_uiLargestShift = 29;
   struct Pair {
-    WordRow average, differing;
+    ExactSum low, high;
   };
 
   KIVO_INLINE Pair Add(Row a, Row b) const {
-    return {{Avg(a.low, b.low), Avg(a.high, b.high)}, {a.low ^ b.low, a.high ^ b.high}};
+    return {ExactSum::Of(a.low, b.low), ExactSum::Of(a.high, b.high)};
   }
   KIVO_INLINE Row Own(Row v) const { return v; }
-  KIVO_INLINE Row Mean(Pair s) const {
-    return {s.average.low - (s.differing.low & 1), s.average.high - (s.differing.high & 1)};
-  }
-  KIVO_INLINE static U16 MeanOf4(U16 p, U16 q, U16 differing) {
-    return Avg(p, q) - ((differing | (p ^ q)) & 1);
-  }
-  KIVO_INLINE Row Mean(Pair s, Pair t) const {
-    return {MeanOf4(s.average.low, t.average.low, s.differing.low | t.differing.low),
-            MeanOf4(s.average.high, t.average.high, s.differing.high | t.differing.high)};
-  }
+  KIVO_INLINE Row Mean(Pair s) const { return {s.low.Mean(), s.high.Mean()}; }
+  KIVO_INLINE Row Mean(Pair s, Pair t) const { return {s.low.Mean(t.low), s.high.Mean(t.high)}; }
   template <unsigned, unsigned>
   KIVO_INLINE auto Finish(Row v, const Parity &) const {
     if constexpr (sizeof(Channel) == 1) {
@@ -91,6 +94,40 @@ struct ExactMeans : WordMeans<Channel> {
     } else {
       return Row{ShiftRight(v.low, this->uiShift), ShiftRight(v.high, this->uiShift)};
     }
+  }
+};
+
+// The same for pixels of words, one vector at a time: of each mean the lowest uiDepth bits fill the word,
+// repeated where they are fewer than 16.
+struct SpreadMeans : WordSample {
+  static constexpr size_t c_uiSampleBytes = 2;
+  static constexpr size_t c_uiBlock = c_uiVec / 2;
+  using Row = U16;
+  using Pair = ExactSum;
+
+  unsigned uiDepth;
+  U16 factor;
+
+  KIVO_INLINE explicit SpreadMeans(unsigned ui) : uiDepth(ui), factor(Splat<U16>(1 << (16 - ui))) {}
+
+  KIVO_INLINE uint16_t Reduce1(uint32_t ui) const {
+    const uint32_t uiTop = ui << (16 - uiDepth) & 0xFFFF;
+    return static_cast<uint16_t>(uiTop | uiTop >> uiDepth);
+  }
+  KIVO_INLINE uint16_t Reduce2(uint32_t uiSum) const { return Reduce1(uiSum / 2); }
+  KIVO_INLINE uint16_t Reduce3(uint32_t uiSum) const { return Reduce1(uiSum / 3); }
+  KIVO_INLINE uint16_t Reduce4(uint32_t uiSum) const { return Reduce1(uiSum / 4); }
+
+  KIVO_INLINE static Row LoadRow(const uint8_t *p) { return Pin(Load<U16>(p)); }
+  KIVO_INLINE static Row Choose(const Parity &s, Row a, Row b) { return Select(s, a, b); }
+  KIVO_INLINE static Pair Add(Row a, Row b) { return ExactSum::Of(a, b); }
+  KIVO_INLINE static Row Own(Row v) { return v; }
+  KIVO_INLINE static Row Mean(const Pair &s) { return s.Mean(); }
+  KIVO_INLINE static Row Mean(const Pair &s, const Pair &t) { return s.Mean(t); }
+  template <unsigned, unsigned>
+  KIVO_INLINE Row Finish(Row v, const Parity &) const {
+    const U16 top = v * factor;
+    return top | ShiftRight(top, uiDepth);
   }
 };
 

@@ -44,10 +44,16 @@ KIVO_INLINE void StoreColours(uint8_t *p, ptrdiff_t iPlanePitch, WordRow first, 
   }
 }
 
-// Half as many pixels, in words whose lower bytes count.
+// Half as many pixels, of words, or of the lower bytes of words.
 template <Output eOut, bool bStream>
 KIVO_INLINE void StoreColours(uint8_t *p, ptrdiff_t, U16 first, U16 green, U16 last) {
-  StoreWordsBGRA<bStream>(p, first, green, last);
+  if constexpr (eOut == c_eBGRA16) {
+    StoreBGRA<bStream>(p, first, green, last);
+  } else if constexpr (eOut == c_eBGR16) {
+    StoreBGR<bStream>(p, first, green, last);
+  } else {
+    StoreWordsBGRA<bStream>(p, first, green, last);
+  }
 }
 
 // One block of columns in uiRows rows. apucRows holds column x of the row above, of the rows, and of the row
@@ -118,7 +124,7 @@ KIVO_INLINE void BandBlock(const Band<Means> &sBand, size_t x, const GreenLanes 
 
 // Columns x to uiStop - 1 and no others, by way of a buffer: vectors may take in more, up to uiEnd.
 template <Output eOut, unsigned uiRows, class Means>
-KIVO_INLINE size_t BandThroughBuffer(const Band<Means> &sBand, size_t x, size_t uiStop, size_t uiEnd) {
+[[gnu::noinline]] size_t BandThroughBuffer(const Band<Means> &sBand, size_t x, size_t uiStop, size_t uiEnd) {
   constexpr size_t c_uiPixel = c_uiPixelStep<eOut>;
   const Mosaic &s = sBand.s;
   uint8_t aucDst[uiRows][Means::c_uiBlock * c_uiPixel];
@@ -160,38 +166,40 @@ KIVO_INLINE void StreamBand(const Band<Means> &sBand, size_t uiEnd) {
   BandThroughBuffer<eOut, uiRows>(sBand, x, uiEnd, uiEnd);
 }
 
-// A mosaic narrower than a vector, by way of copies of its rows. Planes have room for a whole vector.
-template <Output eOut, unsigned uiRows, class Means>
+// A row of a mosaic narrower than a vector, by way of copies. Planes have room for a whole vector.
+template <Output eOut, class Means>
 void ConvertNarrow(const Band<Means> &sBand, size_t uiEnd) {
   constexpr size_t c_uiBytes = Means::c_uiSampleBytes;
   constexpr size_t c_uiPixel = c_uiPixelStep<eOut>;
   const Mosaic &s = sBand.s;
-  uint8_t aucRows[uiRows + 2][(Means::c_uiBlock + 2) * c_uiBytes] = {};
-  const uint8_t *apucCopies[uiRows + 2];
-  for (unsigned i = 0; i < uiRows + 2; ++i) {
+  uint8_t aucRows[3][(Means::c_uiBlock + 2) * c_uiBytes] = {};
+  const uint8_t *apucCopies[3];
+  for (unsigned i = 0; i < 3; ++i) {
     memcpy(aucRows[i], sBand.apucRows[i], s.uiWidth * c_uiBytes);
     apucCopies[i] = aucRows[i];
   }
   const Band<Means> sCopy = {sBand.sMeans, s, sBand.y, apucCopies};
   if constexpr (eOut == c_ePlanes) {
-    BandBlock<eOut, false, uiRows>(sCopy, 1, sBand.Greens(1));
+    BandBlock<eOut, false, 1>(sCopy, 1, sBand.Greens(1));
   } else {
-    uint8_t aucDst[uiRows][Means::c_uiBlock * c_uiPixel];
-    ConvertBlock<eOut, false, uiRows>(sBand.sMeans, apucCopies, 1, aucDst[0], sizeof aucDst[0], 0,
-                                      sBand.Greens(1).aRows, s.RowColourFirst(sBand.y));
-    for (unsigned i = 0; i < uiRows; ++i) {
-      memcpy(s.Out(sBand.y + i) + c_uiPixel, aucDst[i], (uiEnd - 1) * c_uiPixel);
-    }
+    uint8_t aucDst[Means::c_uiBlock * c_uiPixel];
+    ConvertBlock<eOut, false, 1>(sBand.sMeans, apucCopies, 1, aucDst, 0, 0, sBand.Greens(1).aRows,
+                                 s.RowColourFirst(sBand.y));
+    memcpy(s.Out(sBand.y) + c_uiPixel, aucDst, (uiEnd - 1) * c_uiPixel);
   }
 }
 
-// Columns 1 to width - 2.
+// Columns 1 to width - 2; several rows are wider than a vector.
 template <Output eOut, bool bStream, unsigned uiRows, class Means>
 KIVO_INLINE void ConvertInterior(const Band<Means> &sBand) {
   const size_t uiEnd = sBand.s.uiWidth - 1;
-  if (uiEnd - 1 < Means::c_uiBlock) {
-    if (uiEnd > 1) ConvertNarrow<eOut, uiRows>(sBand, uiEnd);
-  } else if constexpr (bStream && eOut != c_ePlanes) {
+  if constexpr (uiRows == 1) {
+    if (uiEnd - 1 < Means::c_uiBlock) {
+      if (uiEnd > 1) ConvertNarrow<eOut>(sBand, uiEnd);
+      return;
+    }
+  }
+  if constexpr (bStream && eOut != c_ePlanes) {
     StreamBand<eOut, uiRows>(sBand, uiEnd);
   } else {
     size_t x = 1;
@@ -224,7 +232,8 @@ void ConvertEdgeRow(const Means &sMeans, const Mosaic &s, EdgeGreen eEdge, size_
   ConvertRows<eOut, bStream, 1>(sMeans, s, eEdge, y);
   const uint8_t *const pucRow = s.Row(y);
   const uint8_t *const pucInner = s.RowAbove(y);
-  uint8_t *const pucGreen = s.Out(y) + (eOut == c_ePlanes ? s.iPlanePitch : 1);
+  uint8_t *const pucGreen =
+      s.Out(y) + (eOut == c_ePlanes ? s.iPlanePitch : static_cast<ptrdiff_t>(sizeof(Channel<eOut>)));
   for (size_t x = s.IsGreen(y, 1) ? 2 : 1; x + 1 < s.uiWidth; x += 2) {
     const uint32_t uiAlong = sMeans.At(pucRow, x - 1) + sMeans.At(pucRow, x + 1);
     const Channel<eOut> green = eEdge == EdgeGreen::Three ? sMeans.Reduce3(uiAlong + sMeans.At(pucInner, x))
@@ -236,7 +245,8 @@ void ConvertEdgeRow(const Means &sMeans, const Mosaic &s, EdgeGreen eEdge, size_
 template <Output eOut, bool bStream, class Means>
 void ConvertMosaic(const Means &sMeans, const Mosaic &s) {
   // Streaming, the rows of a block reach their line boundaries together or not at all.
-  const bool bBlocks = !bStream || s.iDstPitch % static_cast<ptrdiff_t>(c_uiLine) == 0;
+  const bool bBlocks =
+      s.uiWidth >= Means::c_uiBlock + 2 && (!bStream || s.iDstPitch % static_cast<ptrdiff_t>(c_uiLine) == 0);
   for (size_t y = s.uiFirst; y < s.End();) {
     if (s.IsEdgeRow(y)) {
       ConvertEdgeRow<eOut, bStream>(sMeans, s, EdgeGreen::Three, y);

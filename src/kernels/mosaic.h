@@ -19,17 +19,17 @@ enum class EdgeGreen {
 template <Output eOut>
 constexpr size_t c_uiPixelStep = eOut == c_ePlanes ? 2 : PixelBytes(eOut);
 
-// Channels of a pixel that is made alone: bytes of pictures, words of planes.
-template <Output eOut>
+// A channel: bytes or words of pictures, words of planes.
+template <bool bByte>
 struct ChannelOf {
-  using Type = uint8_t;
-};
-template <>
-struct ChannelOf<c_ePlanes> {
   using Type = uint16_t;
 };
+template <>
+struct ChannelOf<true> {
+  using Type = uint8_t;
+};
 template <Output eOut>
-using Channel = typename ChannelOf<eOut>::Type;
+using Channel = typename ChannelOf<(eOut < c_uiOutputs)>::Type;
 
 // Means of single samples: the sum of 1 to 4 of them, divided and cut to a channel in one step.
 template <class Channel>
@@ -96,10 +96,8 @@ KIVO_INLINE void StoreSite(const Mosaic &s, size_t y, size_t x, Channel<eOut> ro
     memcpy(p + s.iPlanePitch, &green, sizeof green);
     memcpy(p + 2 * s.iPlanePitch, &last, sizeof last);
   } else {
-    p[0] = first;
-    p[1] = green;
-    p[2] = last;
-    if constexpr (eOut == c_eBGRA) p[3] = 255;
+    const Channel<eOut> a[] = {first, green, last, static_cast<Channel<eOut>>(~0u)};
+    memcpy(p, a, PixelBytes(eOut));
   }
 }
 
@@ -121,8 +119,8 @@ KIVO_INLINE void PlainPixel(const Means &sMeans, const Mosaic &s, size_t y, size
 
 // A pixel of the first or last column, xInner being the column beside it.
 template <Output eOut, class Means>
-KIVO_INLINE void ColumnPixel(const Means &sMeans, const Mosaic &s, EdgeGreen eEdge, size_t y, size_t x,
-                             size_t xInner) {
+[[gnu::noinline]] void ColumnPixel(const Means &sMeans, const Mosaic &s, EdgeGreen eEdge, size_t y, size_t x,
+                                   size_t xInner) {
   const uint32_t uiInner = sMeans.At(s.Row(y), xInner);
   const uint32_t uiVertical = sMeans.At(s.RowAbove(y), x) + sMeans.At(s.RowBelow(y), x);
   Channel<eOut> cross;

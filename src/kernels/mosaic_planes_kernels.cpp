@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Both demosaics of 16-bit samples to planes of words, at the samples' own depth; the adaptive one of few
-// bits also straight to pixels.
+// Both demosaics of 16-bit samples to planes of words, at the samples' own depth; the standard one also
+// straight to pixels of words, and the adaptive one of few bits straight to pixels of bytes.
 #include "kernels/acpi_rows.h"
 #ifdef KIVO_TARGET_Avx512
 #include "kernels/acpi_walk.h"
@@ -176,6 +176,11 @@ void Standard(const MosaicJob &sJob) {
   }
 }
 
+template <Output eOut>
+void StandardWords(const MosaicJob &sJob) {
+  ConvertWith<eOut>(SpreadMeans(sJob.uiDepth), Mosaic(sJob));
+}
+
 void Adaptive16(const MosaicJob &sJob) {
   const int32_t iTop = (1 << sJob.uiDepth) - 1;
   const auto usTop = static_cast<uint16_t>(iTop);
@@ -204,6 +209,7 @@ void AdaptiveSlim(const MosaicJob &sJob) {
 const MosaicPlanesKernels c_sMosaicPlanesKernels = {Standard<ExactMeans<uint16_t>>,
                                                     Adaptive16,
                                                     Standard<DoubledMeans>,
+                                                    {StandardWords<c_eBGRA16>, StandardWords<c_eBGR16>},
                                                     {AdaptiveSlim<c_eBGRA>, AdaptiveSlim<c_eBGR>}};
 
 }  // namespace Kivo::KIVO_TARGET

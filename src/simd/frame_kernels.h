@@ -114,11 +114,14 @@ struct RangeKernels {
 };
 
 // Both demosaics of 16-bit samples to c_ePlanes, at the samples' own depth and without a shift. Doubled:
-// samples of at most 14 bits, standard means times two, floor(2 sum / count). The adaptive one of at most
-// c_uiSlimDepth bits also to pixels of bytes: the upper 8 bits, uiShift being the number of the others.
+// samples of at most 14 bits, standard means times two, floor(2 sum / count). Words: the standard one of at
+// least two rows and columns to c_eBGRA16 and c_eBGR16; the lowest uiDepth bits of a mean, 8 to 16, fill the
+// word, repeated. The adaptive one of at most c_uiSlimDepth bits also to pixels of bytes: the upper 8 bits,
+// uiShift being the number of the others.
 constexpr unsigned c_uiSlimDepth = 12;
 struct MosaicPlanesKernels {
   MosaicKernel pfnStandard, pfnAdaptive, pfnDoubled;
+  MosaicKernel apfnWords[c_uiOutputs];
   MosaicKernel apfnAdaptiveSlim[c_uiOutputs];
 };
 

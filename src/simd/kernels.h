@@ -20,8 +20,9 @@
 namespace Kivo {
 
 // Index of the output kind in every table below. Planes are rows of 16-bit words, one for each channel, in
-// the order of a picture's bytes; they have room for one vector of pixels behind the last.
-enum Output : unsigned { c_eBGRA = 0, c_eBGR = 1, c_uiOutputs = 2, c_ePlanes = 2 };
+// the order of a picture's bytes; they have room for one vector of pixels behind the last. Pixels of words
+// are the engine's.
+enum Output : unsigned { c_eBGRA = 0, c_eBGR = 1, c_uiOutputs = 2, c_ePlanes = 2, c_eBGRA16, c_eBGR16 };
 
 // Colour-filter order, named after the first two samples of row 0. Bit 0: a green sample comes first in row
 // 0. Bit 1: row 0 is a blue row.
@@ -72,7 +73,7 @@ struct MosaicJob {
   bool bLeftEdge, bRightEdge;
   BayerOrder eOrder;
   unsigned uiShift;  // 16-bit samples: below 32
-  unsigned uiDepth;  // adaptive, 16-bit samples: bits that count
+  unsigned uiDepth;  // adaptive, 16-bit samples: bits that count; of words what MosaicPlanesKernels says
   bool bRedFirst;    // channels in the order R, G, B
   bool bStream;
   GreenRing *psGreens;  // adaptive only

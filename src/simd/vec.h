@@ -41,7 +41,8 @@ using I32 [[gnu::vector_size(c_uiVec)]] = int32_t;
 constexpr size_t c_uiLine = 64;
 
 constexpr size_t PixelBytes(Output eOut) {
-  return eOut == c_eBGRA ? 4 : 3;
+  constexpr size_t c_auiBytes[] = {4, 3, 0, 8, 6};
+  return c_auiBytes[eOut];
 }
 
 template <class V>

@@ -220,6 +220,14 @@ template <bool>
 void StoreWordsBGRA(uint8_t *, const U16 &first, const U16 &green, const U16 &last) {
   KeepPixels(first, green, last);
 }
+template <bool>
+void StoreBGRA(uint8_t *, const U16 &first, const U16 &green, const U16 &last) {
+  KeepPixels(first, green, last);
+}
+template <bool>
+void StoreBGR(uint8_t *, const U16 &first, const U16 &green, const U16 &last) {
+  KeepPixels(first, green, last);
+}
 
 constexpr size_t PixelBytes(Output eOut) {
   return eOut == c_eBGRA ? 4 : 3;
