@@ -64,6 +64,9 @@ inline MosaicJob MakeMosaicJob(void *pDst, const std::uint8_t *pucSrc, std::uint
   s.eOrder = eOrder;
   const std::size_t n = std::size_t{uiWidth} * uiHeight;
   s.bStream = StreamingPays(n * uiSampleBytes, n * PixelBytes(eOut));
+  s.iAheadPitch = s.iSrcPitch;
+  s.uiAheadBits = 8 * uiSampleBytes;
+  if (s.bStream && uiWidth * uiSampleBytes <= c_uiShortRow) s.pucAhead = pucSrc;
   return s;
 }
 

@@ -331,6 +331,11 @@ class Maker {
       sJob.uiWidth = sTile.uiEnd - sTile.uiStart;
     }
 
+    const bool bFollowed = !bRing && m_s.uiFrameRow > c_uiShortRow;
+    const bool bFetch = m_s.uiHeight > 1 && (bColours || (m_bStream && !bFollowed));
+    const std::size_t uiColumn = m_s.bMirrorSamples ? m_s.uiWidth - sTile.uiEnd : sTile.uiStart;
+    if (bFetch) sJob.iAheadPitch = m_sSource.Near(1, uiColumn) - m_sSource.Near(0, uiColumn);
+    sJob.uiAheadBits = std::size_t{8} * m_s.psFormat->group_bytes / m_s.psFormat->group_pixels;
     const std::size_t uiReach = bAdaptive ? 3 : 1;
     std::size_t uiNext = uiFirst < uiReach ? 0 : uiFirst - uiReach;  // the next row that the ring lacks
     std::size_t uiBand = bWhole ? uiRows : m_l.uiBand;
@@ -351,8 +356,9 @@ class Maker {
       } else {
         sJob.pucDst = Out(y) + (bColours ? sTile.uiStart : sTile.uiFirst) * PixelBytes();
       }
+      sJob.pucAhead = bFetch ? m_sSource.Near(y, uiColumn) : nullptr;
       if (bColours) {
-        MakeColours(sJob, sTile, uiNext);
+        MakeColours(sJob, sTile);
         continue;
       }
       pfn(sJob);
@@ -360,19 +366,13 @@ class Maker {
     }
   }
 
-  // Rows of pixels in colour. Row uiNext of the frame is the next that the ring will get.
-  void MakeColours(const MosaicJob &sJob, const Tile &sTile, std::size_t uiNext) const noexcept {
+  // Rows of pixels in colour.
+  void MakeColours(const MosaicJob &sJob, const Tile &sTile) const noexcept {
     const Colour &c = m_s.sColour;
     FinishJob s = {};
     if (c.bMatrix) s.pasRows = c.aasMatrix;
     s.pucTable = c.pucTone.get();
     s.psCurve = c.psCurve.get();
-    if (uiNext + sJob.uiRows <= m_s.uiHeight) {
-      const std::size_t x = m_s.bMirrorSamples ? m_s.uiWidth - sTile.uiEnd : sTile.uiStart;
-      s.pucAhead = m_sSource.Near(uiNext, x);
-      s.iAheadPitch = m_sSource.Near(uiNext + 1, x) - s.pucAhead;
-      s.uiAheadBits = std::size_t{8} * m_s.psFormat->group_bytes / m_s.psFormat->group_pixels;
-    }
     const std::size_t uiEnd = std::min(sJob.uiFirst + sJob.uiRows + 1, sJob.uiHeight);
     for (std::size_t y = sJob.uiFirst == 0 ? 0 : sJob.uiFirst - 1; y < uiEnd; ++y) {
       if (sTile.bLeftEdge) Pad(sJob, sTile, y, true);

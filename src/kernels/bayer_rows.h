@@ -159,7 +159,12 @@ KIVO_INLINE void StreamBand(const Band<Means> &sBand, size_t uiEnd) {
   while (uiLine < uiEnd && reinterpret_cast<uintptr_t>(pucDst + uiLine * c_uiPixel) % c_uiLine != 0) ++uiLine;
   size_t x = BandThroughBuffer<eOut, uiRows>(sBand, 1, uiLine, uiEnd);
   const GreenLanes sGreen = sBand.Greens(x);
+  size_t uiAhead = 0;
   while (uiEnd - x >= c_uiGroup * Means::c_uiBlock) {
+    if (x >= uiAhead) {
+      s.PrefetchAhead(sBand.y, uiRows, uiAhead);
+      uiAhead += Mosaic::c_uiAhead;
+    }
     for (size_t k = 0; k < c_uiGroup; ++k, x += Means::c_uiBlock)
       BandBlock<eOut, true, uiRows>(sBand, x, sGreen);
   }

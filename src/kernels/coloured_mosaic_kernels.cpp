@@ -199,8 +199,8 @@ class Walk {
     size_t uiAhead = 0;
     for (size_t x = 0; x < m_s.uiWidth;) {
       if (x >= uiAhead) {
-        PrefetchRows(y, uiRows, uiAhead);
-        uiAhead += c_uiAhead;
+        m_s.PrefetchAhead(y, uiRows, uiAhead);
+        uiAhead += Mosaic::c_uiAhead;
       }
       const size_t uiLeft = (x < uiLine && uiLine < m_s.uiWidth ? uiLine : m_s.uiWidth) - x;
       if (uiLeft >= c_uiBlock) {
@@ -213,18 +213,6 @@ class Walk {
           memcpy(m_s.Out(y + i) + x * c_uiPixel, aauc[i], uiLeft * c_uiPixel);
         x += uiLeft;
       }
-    }
-  }
-
-  // As many columns as fill a line where samples have a byte.
-  static constexpr size_t c_uiAhead = 64;
-  KIVO_INLINE void PrefetchRows(size_t y, unsigned uiRows, size_t x) const {
-    if (m_sFinish.pucAhead == nullptr) return;
-    const uint8_t *p = m_sFinish.pucAhead + static_cast<ptrdiff_t>(y - m_s.uiFirst) * m_sFinish.iAheadPitch +
-                       x * m_sFinish.uiAheadBits / 8;
-    for (unsigned i = 0; i < uiRows; ++i, p += m_sFinish.iAheadPitch) {
-      Prefetch(p);
-      if (m_sFinish.uiAheadBits > 8) Prefetch(p + c_uiLine);
     }
   }
 

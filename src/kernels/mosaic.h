@@ -81,6 +81,20 @@ struct Mosaic : MosaicJob {
   // Whether the colour of the row's red or blue sites is stored first.
   KIVO_INLINE bool RowColourFirst(size_t y) const { return IsBlueRow(y) != bRedFirst; }
   KIVO_INLINE bool IsEdgeRow(size_t y) const { return y == 0 || y + 1 == uiHeight; }
+
+  // Columns x to x + c_uiAhead - 1 of the rows that the uiBand rows behind those from y on will need; as many
+  // columns as fill a line where samples have a byte. Inlined: a call of what only fetches has no effect that
+  // a compiler would keep it for.
+  static constexpr size_t c_uiAhead = 64;
+  KIVO_INLINE void PrefetchAhead(size_t y, unsigned uiBand, size_t x) const {
+    if (pucAhead == nullptr || uiHeight - y <= size_t{2} * uiBand) return;
+    const uint8_t *p =
+        pucAhead + static_cast<ptrdiff_t>(y + uiBand + 1 - uiFirst) * iAheadPitch + x * uiAheadBits / 8;
+    for (unsigned i = 0; i < uiBand; ++i, p += iAheadPitch) {
+      Prefetch(p);
+      if (uiAheadBits > 8) Prefetch(p + c_uiLine);
+    }
+  }
 };
 
 // rowColour is the colour that the row's red or blue sites have, otherColour the third one.
@@ -138,7 +152,7 @@ template <Output eOut, class Means>
 // colour without a sample in the neighbourhood takes the pixel's own, and for shifts at which a mirrored
 // sample and its pair would be cut differently.
 template <Output eOut, class Means>
-void ConvertPixelwise(const Means &sMeans, const Mosaic &s) {
+[[gnu::cold]] void ConvertPixelwise(const Means &sMeans, const Mosaic &s) {
   struct Neighbours {
     uint32_t uiSum = 0;
     unsigned uiCount = 0;

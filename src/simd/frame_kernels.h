@@ -183,9 +183,6 @@ struct FinishJob {
   const int16_t (*pasRows)[3];  // null, or a matrix as a MatrixJob has it
   const uint8_t *pucTable;      // null, or c_uiToneEntries
   const ToneCurve *psCurve;     // null, or the curve whose upper bytes the table has; its uiUp is 0
-  const uint8_t *pucAhead;      // null, or where column 0 of the frame's next rows lies, for the cache
-  ptrdiff_t iAheadPitch;
-  size_t uiAheadBits;  // from one column to the next
 };
 // Words of 14 bits in a ring, at least two rows and columns of them. The job makes all its columns: each side
 // has one more, and the right one room for a block of 64 behind that. Behind an edge of the image the column

@@ -77,7 +77,14 @@ struct MosaicJob {
   bool bRedFirst;    // channels in the order R, G, B
   bool bStream;
   GreenRing *psGreens;  // adaptive only
+  const uint8_t
+      *pucAhead;          // null, or column 0 of row uiFirst of the frame, in whatever form: what comes next
+  ptrdiff_t iAheadPitch;  // of it is fetched into the cache by standard kernels
+  size_t uiAheadBits;     // from one column to the next
 };
+
+// Bytes of a row: longer ones a processor follows by itself, if nothing else is read in between.
+constexpr size_t c_uiShortRow = 4096;
 
 // Not empty. Adaptive kernels take images of even sizes of at least 4 only.
 using MosaicKernel = void (*)(const MosaicJob &sJob);
