@@ -59,6 +59,11 @@ struct Formats {
 Formats FormatsFor(const Guess::File &file, const Guess::Grid &grid, const Guess::Place &place);
 double DoubtFor(const Guess::File &file, const Guess::Grid &grid, const Guess::Place &place);
 
+// What the parts of the library come to together.
+std::vector<kivo_candidate> Candidates(const Guess::File &file);
+// But for their bits.
+bool Same(const kivo_candidate &a, const kivo_candidate &b);
+
 }  // namespace KivoTest::GuessModel
 
 #endif  // KIVO_TESTS_FRAME_GUESS_MODEL_H

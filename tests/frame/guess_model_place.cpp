@@ -13,6 +13,8 @@ using namespace Guess;
 
 namespace {
 
+constexpr Place kNowhere = {0, 0, 0, 0, 0, 0};
+
 using Bytes = std::vector<std::uint8_t>;
 using Costs = std::array<std::array<float, c_uiClasses>, c_uiContexts>;
 
@@ -146,11 +148,11 @@ Place PlaceFor(const File &file, const Grid &grid, const Cost &cost) {
   Grid frame = grid;
   frame.uiSamples = static_cast<std::size_t>(samples / period * period);
   const std::uint64_t width = WidthOf(layout, frame.uiSamples);
-  if (width < 8) return {};
+  if (width < 8) return kNowhere;
 
   const std::uint64_t rows = std::min(RowsIn(frame, file), 524288 / grid.uiRowBits + 8);
   double least = std::numeric_limits<double>::infinity();
-  Place place;
+  Place place = kNowhere;
   std::vector<double> alone, below;
   for (std::uint64_t y = 0; y < rows; ++y) {
     const double mean_class = all > 0 ? classes / all : 0;
@@ -177,7 +179,7 @@ Place PlaceFor(const File &file, const Grid &grid, const Cost &cost) {
     place.dBits = SizeBits(width, height) + HeaderBits(offset) +
                   (shared ? 0 : PaddingBits(BytesOf(layout, frame.uiSamples), stride));
   }
-  if (place.uiWidth == 0) return {};
+  if (place.uiWidth == 0) return kNowhere;
   frame.uiFirstBit = 8 * place.uiOffset;
   place.dBitsPerByte = WholeCost(file, frame);
   return place;
