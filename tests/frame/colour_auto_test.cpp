@@ -106,7 +106,8 @@ kivo_colour WithBlack(const Frame &frame, const Scene &scene) {
   return colour;
 }
 
-constexpr std::uint32_t kBayerRG12 = 0x01100011, kBayerGB12p = 0x010C0055, kMono12 = 0x01100005;
+constexpr std::uint32_t kBayerRG12 = 0x01100011, kBayerGB12p = 0x010C0055, kMono12 = 0x01100005,
+                        kRgb16 = 0x02300033;
 constexpr std::uint32_t kCodes[] = {0x01080008, 0x01080009,  0x0108000A, 0x0108000B,  // Bayer of 8 bits
                                     kBayerRG12, kBayerGB12p, 0x010C0059, 0x0110002F,  // 12, packed, 16
                                     0x02180014, 0x02180015};                          // RGB8, BGR8
@@ -139,6 +140,63 @@ TEST(ColourAuto, FindsWhatIsGrey) {
         EXPECT_EQ(*std::min_element(colour.gain, colour.gain + 3), 1);
       }
     }
+}
+
+// Frames of RGB16, from a function of the number of the pixel.
+Frame MakeRgb16(std::uint32_t width, std::uint32_t height,
+                const std::function<std::array<std::uint16_t, 3>(std::uint32_t)> &at) {
+  Frame frame;
+  frame.format = Model::FormatOfCode(kRgb16);
+  frame.bytes.resize(kivo_frame_bytes(kRgb16, width, height));
+  const Model::View view{frame.format, width, height, frame.bytes.data(), 0, false};
+  for (std::uint32_t i = 0; i < width * height; ++i)
+    for (unsigned k = 0; k < 3; ++k) Model::Put(view, i / width, i % width, k, at(i)[k]);
+  kivo_plan *plan = nullptr;
+  EXPECT_EQ(kivo_plan_make(kRgb16, width, height, nullptr, &plan), KIVO_OK);
+  frame.plan.reset(plan);
+  frame.view = {frame.bytes.data(), frame.bytes.size(), 0};
+  return frame;
+}
+
+// Places that are almost as bright as the brightest are those of the same 4096th of it, wherever it is.
+TEST(ColourAuto, FindsTheBrightestPlaceFirstAndLast) {
+  for (const std::uint32_t brightest : {0u, 16u * 16 - 1}) {
+    const Frame frame = MakeRgb16(16, 16, [=](std::uint32_t i) {
+      using Pixel = std::array<std::uint16_t, 3>;
+      return i == brightest ? Pixel{60000, 60000, 60000}
+             : i % 8 == 3   ? Pixel{10000, 10000, 10000}
+                            : Pixel{9000, 10495, 9995};
+    });
+    kivo_colour colour = KIVO_COLOUR_INIT;
+    ASSERT_EQ(kivo_auto_balance(frame.plan.get(), &frame.view, KIVO_BALANCE_WHITE_PATCH, &colour), KIVO_OK);
+    EXPECT_NEAR(colour.gain[0], 1.14, 0.02);
+  }
+}
+
+// The median is told apart up to 8 times green; what is more is as much.
+TEST(ColourAuto, FindsMediansUpToEight) {
+  for (const unsigned ratio : {2u, 7u, 9u, 20u}) {
+    const Frame frame = MakeRgb16(64, 64, [=](std::uint32_t i) {
+      const auto green = static_cast<std::uint16_t>(1600 + i % 7);
+      return std::array<std::uint16_t, 3>{static_cast<std::uint16_t>(green * ratio), green, green};
+    });
+    kivo_colour colour = KIVO_COLOUR_INIT;
+    ASSERT_EQ(kivo_auto_balance(frame.plan.get(), &frame.view, KIVO_BALANCE_MEDIAN, &colour), KIVO_OK);
+    EXPECT_EQ(colour.gain[0], 1);
+    // In the middle of a 512th.
+    EXPECT_NEAR(colour.gain[1], std::min(ratio + 0.5 / 512, 8 - 0.5 / 512), 1e-4) << ratio;
+  }
+}
+
+// One sample of a thousand may be darker than black, rounded up: two of the 1001 within the margins.
+TEST(ColourAuto, CountsTheSamplesBelowBlack) {
+  const Frame frame = MakeRgb16(97, 11, [](std::uint32_t i) {
+    const auto level = static_cast<std::uint16_t>(i >= 525 && i < 530 ? 200 + 100 * (i - 525) : 3000);
+    return std::array<std::uint16_t, 3>{level, level, level};
+  });
+  kivo_colour colour = KIVO_COLOUR_INIT;
+  ASSERT_EQ(kivo_auto_black(frame.plan.get(), &frame.view, &colour), KIVO_OK);
+  EXPECT_NEAR(colour.black[1], 300, 40);
 }
 
 TEST(ColourAuto, LooksAtTheFrameHoweverThePlanTurnsIt) {

@@ -309,7 +309,22 @@ TEST(Refusals, OfOptionsFromAnotherVersion) {
       for (const std::uint8_t value : {std::uint8_t{1}, std::uint8_t{0x80}})
         EXPECT_EQ(MakeSized(kNow + more, at, value), KIVO_BAD_STRUCT) << more << " at " << at;
   }
-  // No version is as large as that, whatever follows.
+  // No version is larger than 4096 bytes, whatever follows; neither is that of colour.
+  EXPECT_EQ(MakeSized(4096, SIZE_MAX, 0), KIVO_OK);
+  EXPECT_EQ(MakeSized(4104, SIZE_MAX, 0), KIVO_BAD_STRUCT);
+  for (const std::size_t size : {std::size_t{4096}, std::size_t{4104}}) {
+    GuardedBuffer buffer(size);
+    buffer.Fill(0);
+    kivo_colour colour = KIVO_COLOUR_INIT;
+    colour.size = size;
+    std::memcpy(buffer.data(), &colour, sizeof colour);
+    kivo_options options = KIVO_OPTIONS_INIT;
+    options.pixels = KIVO_BGRA8;
+    options.colour = reinterpret_cast<const kivo_colour *>(buffer.read_only());
+    kivo_plan *plan = nullptr;
+    EXPECT_EQ(kivo_plan_make(kMono8, 8, 8, &options, &plan), size == 4096 ? KIVO_OK : KIVO_BAD_STRUCT);
+    kivo_plan_free(plan);
+  }
   GuardedBuffer page(4096);
   page.Fill(1);
   for (const std::size_t size : {SIZE_MAX, SIZE_MAX - 7, SIZE_MAX / 2, std::size_t{PTRDIFF_MAX}}) {
@@ -470,6 +485,9 @@ TEST(Refusals, OfPools) {
   kivo_pool_free(pool);
   ASSERT_EQ(kivo_pool_make(3, &pool), KIVO_OK);
   EXPECT_EQ(kivo_pool_threads(pool), 3u);
+  kivo_pool_free(pool);
+  // The system may have no room for as many as are allowed.
+  EXPECT_NE(kivo_pool_make(1024, &pool), KIVO_UNKNOWN_OPTION);
   kivo_pool_free(pool);
 }
 
