@@ -90,6 +90,15 @@ TEST(GuessContent, HasPlanesWhereEdgesRepeatThemselves) {
   }
 }
 
+// Ten edges in the upper two thirds, ten in the lower ones, one at the same place.
+TEST(GuessContent, HasNoPlanesAtTheThreshold) {
+  static constexpr char kEdges[] = "100100010001001001100100000011001100100010000001";
+  EXPECT_EQ(
+      FirstOf(Bytes(Pattern::Grey, 3, 3, 48,
+                    [](std::size_t y, std::size_t x) { return 50 + (x == 2 && kEdges[y] == '1' ? 1 : 0); })),
+      "Mono8");
+}
+
 // Cameras put other things than samples into a frame: one sample of 50,000 does not count.
 TEST(GuessContent, HasTheDepthOfAllSamplesButAFew) {
   Random random(1);

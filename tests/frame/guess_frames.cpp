@@ -112,7 +112,7 @@ Made Series(unsigned number, std::uint64_t pixels, std::uint64_t height) {
   const Layout &layout = layouts[number % layouts.size()];
   const auto scene = static_cast<Scene>(number / layouts.size() % static_cast<unsigned>(Scene::kCount));
   static constexpr unsigned kHeaders[] = {0, 16, 7, 100, 512};
-  static constexpr unsigned kPaddings[] = {0, 0, 1, 5, 24};
+  static constexpr unsigned kPaddings[] = {0, 4, 1, 8, 24};
   const bool share = layout.eKind == Kind::Stream && random.Below(2) == 0;
   const std::uint64_t header = kHeaders[random.Below(5)], padding = kPaddings[random.Below(5)];
   const unsigned depth = 8 + random.Below(9);

@@ -54,6 +54,10 @@ TEST(GuessWhole, KnowsPaddingInFrontOfRows) {
   ExpectGuessed(made.file());
   made.file_bytes += 32 * std::uint64_t{1000};
   ExpectGuessed(made.file());
+  // What is in front of the last row is not looked at.
+  made.file_bytes = made.bytes.size();
+  std::fill_n(made.bytes.begin() + 3 + 32 * 10 + 23, 9, std::uint8_t{7});
+  ExpectGuessed(made.file());
 }
 
 TEST(GuessWhole, TellsAsManyAsThereIsRoomFor) {

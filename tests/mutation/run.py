@@ -271,10 +271,10 @@ def equivalents():
 
 
 def tests_for(number, site, tests):
-    """The tests that come by a place, the quick ones first; what is compiled once is tried with one target."""
+    """The tests that come by a place, the quick ones first; what is compiled once is tried with other targets last."""
     once = not site.file.startswith(("src/kernels/", "src/simd/"))
-    return sorted((t for t in tests if number in t.reached and not (once and t.name.endswith((".Baseline", ".Avx2")))),
-                  key=lambda t: t.seconds)
+    return sorted((t for t in tests if number in t.reached),
+                  key=lambda t: (once and t.name.endswith((".Baseline", ".Avx2")), t.seconds))
 
 
 def state_of(tests):
@@ -286,7 +286,8 @@ def judge(number, site, asked, slow, kills):
     spent, killer = 0.0, None
     left = [t for t in asked if slow == (t.seconds > SLOW)]
     while left and not killer:
-        test = min(left, key=lambda t: (t.seconds + 0.02) / (1 + kills[site.file, t.name]))
+        # In the order in which they stand, but for those that have killed others.
+        test = min(left, key=lambda t: (asked.index(t) + 1) / (1 + kills[site.file, t.name]))
         left.remove(test)
         failed, seconds = test.run({"KIVO_MUTANT": str(number)}, 4 * test.seconds + 2)
         spent += seconds
