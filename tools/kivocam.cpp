@@ -432,19 +432,23 @@ void addScene(CLI::App &app, Options &all) {
 }
 
 void addSheet(CLI::App &app, Options &all) {
-  CLI::App *command =
-      addCommand(app, "sheet", "Put thumbnails of pictures and their labels on one page",
-                 "  kivocam sheet sheet.png a.png b.bmp\n"
-                 "  kivocam sheet sheet.png a.png b.png --labels 'first' 'second\\n31.2 dB' --columns 2\n");
+  CLI::App *command = addCommand(
+      app, "sheet", "Put thumbnails of pictures, and of raw frames as they are and with --auto, on one page",
+      "  kivocam sheet sheet.png a.png b.bmp\n"
+      "  kivocam sheet sheet.png frame.rwh other.rwh\n"
+      "  kivocam sheet sheet.png *.raw --format BayerRG12 --size 1920x1080\n"
+      "  kivocam sheet sheet.png a.png b.png --labels 'first' 'second\\n31.2 dB' --columns 2\n");
   tool::SheetOptions &options = all.sheet;
   command->add_option("OUT", options.output, "Picture to write, or - (standard output)")->required();
   command
-      ->add_option("PICTURES", options.pictures,
-                   "PNG, PPM, PGM or BMP pictures; one can be - (standard input)")
+      ->add_option(
+          "PICTURES", options.pictures,
+          "PNG, PPM, PGM or BMP pictures, RWH files, headerless frames with --format and --size; one can\n"
+          "be - (standard input)")
       ->required();
   command
       ->add_option("--labels", options.labels,
-                   "One label a picture (default: file names); \\n starts another line")
+                   "One label a picture or frame (default: file names and facts); \\n starts another line")
       ->type_name("TEXT ...");
   command->add_option("--title", options.title, "Heading of the page")->type_name("TEXT");
   command->add_option("--columns", options.columns, "Thumbnails in a row")
@@ -455,6 +459,8 @@ void addSheet(CLI::App &app, Options &all) {
       ->type_name("WxH")
       ->capture_default_str();
   addPictureType(*command, options.to);
+  addHeaderlessOptions(*command, options.input);
+  addSwapBytes(*command, options.input);
   addOutputRules(*command, options.rules);
   command->callback([&all] {
     nameStandardOutput(all.sheet.output);

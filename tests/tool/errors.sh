@@ -163,7 +163,8 @@ fails 2 "three.ppm: is 3 x 1 pixels, scene.png is 160 x 160" compare scene.png t
 fails 1 "--size: the scene can be drawn from 160x160 to 16384x16384 pixels" scene out.png --size 10x1000
 fails 1 "--labels: 2 labels for 1 pictures" sheet out.png scene.png --labels a b
 fails 1 "--cell: a cell can be 16x16 to 4096x4096 pixels" sheet out.png scene.png --cell 8x8
-fails 2 "junk: is not a PNG, binary PPM or PGM, or BMP picture" sheet out.png scene.png junk
+fails 2 "junk: is not a PNG, binary PPM or PGM, or BMP picture, nor an RWH frame (headerless frames need --format and --size)" sheet \
+  out.png scene.png junk
 
 # An output that would replace its own input.
 cp good.rwh own.rwh

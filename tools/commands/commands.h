@@ -111,10 +111,12 @@ struct SceneOptions {
 };
 void runScene(const SceneOptions &options);
 
+// sheet: thumbnails of pictures, and of raw frames as they are and as convert --auto shows them.
 struct SheetOptions {
   std::string output;
-  std::vector<std::string> pictures;
-  std::vector<std::string> labels;  // empty, or one per picture
+  std::vector<std::string> pictures;  // and frames
+  InputOptions input;                 // of headerless frames; its file is set per file
+  std::vector<std::string> labels;    // empty, or one for each of them
   std::string title;
   std::string cell = "240x180";
   unsigned columns = 4;

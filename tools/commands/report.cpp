@@ -11,7 +11,7 @@
 #include "files/file_list.h"
 #include "files/interrupt.h"
 #include "files/output_file.h"
-#include "frames/colour_rule.h"
+#include "frames/seen.h"
 #include "pictures/thumbnail.h"
 #include "words/failure.h"
 #include "words/text.h"
@@ -23,12 +23,6 @@ constexpr std::uint32_t kThumbnailWidth = 320;
 constexpr std::uint32_t kThumbnailHeight = 320;
 // Differences are summed in squares of this many pixels; a detail begins at one of them.
 constexpr std::uint32_t kBlock = 8;
-
-kivo::Image convertOrThrow(const RawInput &raw, const kivo::Options &options, const std::string &subject) {
-  kivo::Result<kivo::Image> image = kivo::convert(raw.view(), options);
-  if (!image) throw failureOf(image.error(), subject, Exit::Input);
-  return *std::move(image);
-}
 
 Picture cut(const kivo::Image &image, std::uint32_t x, std::uint32_t y) {
   Picture part(kDetailWidth, kDetailHeight);
@@ -82,19 +76,6 @@ Detail detailOf(const kivo::Image &standard, const kivo::Image &adaptive, const 
   return detail;
 }
 
-// The frame as convert --auto shows it.
-void setSeen(ReportEntry &entry, const RawInput &raw, const Frame &frame) {
-  ColourWords words;
-  words.automatic = true;
-  kivo::Result<std::optional<kivo::Colour>> colour = ColourRule(words).of(raw.view(), kivo::Region());
-  if (!colour) throw failureOf(colour.error(), entry.file, Exit::Input);
-  kivo::Options options;
-  options.pixels = kivo::Pixels::Rgb8;
-  options.colour = *colour;
-  entry.seen = frame.addSmall("auto", convertOrThrow(raw, options, entry.file));
-  entry.colour = wordsOf(**colour);
-}
-
 ReportEntry entryOf(const InputOptions &input, bool autoRange, const Frame &frame) {
   const RawInput raw = loadInput(input);
   ReportEntry entry;
@@ -112,16 +93,19 @@ ReportEntry entryOf(const InputOptions &input, bool autoRange, const Frame &fram
       range = {std::min(range.low, c.least), std::max(range.high, c.most)};
     options.range = range;
   }
-  const kivo::Image picture = convertOrThrow(raw, options, entry.file);
+  const kivo::Image picture = imageOf(raw, options, entry.file);
   entry.thumbnail = frame.addSmall("plain", picture);
-  if (raw.format->family != KIVO_YUV) setSeen(entry, raw, frame);
+  if (const std::optional<Seen> seen = seenOf(raw, entry.file)) {
+    entry.seen = frame.addSmall("auto", seen->image);
+    entry.colour = wordsOf(seen->colour);
+  }
 
   options.bayer = kivo::Bayer::Acpi;
   const bool even = picture.width % 2 == 0 && picture.height % 2 == 0;
   if (raw.format->family != KIVO_BAYER || !even || picture.width < kDetailWidth ||
       picture.height < kDetailHeight)
     return entry;
-  entry.detail = detailOf(picture, convertOrThrow(raw, options, entry.file), frame);
+  entry.detail = detailOf(picture, imageOf(raw, options, entry.file), frame);
   entry.hasDetail = entry.detail.difference > 0;
   return entry;
 }

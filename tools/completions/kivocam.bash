@@ -49,7 +49,7 @@ _kivocam() {
     import) options="$rules $headerless" ;;
     mosaic) options="-f --format --to --sensor $rules" ;;
     scene) options="-s --size --to $rules" ;;
-    sheet) options="--labels --title --columns --cell --to $rules" ;;
+    sheet) options="--labels --title --columns --cell --to $rules $headerless" ;;
     *) return ;;
   esac
   local values

@@ -239,9 +239,14 @@ void checkInputOptions(const InputOptions &options) {
 }
 
 RawInput loadInput(const InputOptions &options) {
+  checkInputOptions(options);
+  Source source(options.file, options.named);
+  return loadInput(source, options);
+}
+
+RawInput loadInput(Source &source, const InputOptions &options) {
   Headerless layout;
   if (options.headerless()) layout = parseHeaderless(options);
-  Source source(options.file, options.named);
   RawInput input = options.headerless() && !isRwh(source, layout, options)
                        ? loadHeaderless(source, layout)
                        : loadRwhInput(source, readHeader(source));

@@ -50,6 +50,8 @@ bool isStream(const InputOptions &options);
 // Reads the frame that the options describe. A whole RWH file is one, whatever they say: its header counts,
 // and a description that differs from it is refused. Throws Failure.
 RawInput loadInput(const InputOptions &options);
+// The same from a source that nothing was read of.
+RawInput loadInput(Source &source, const InputOptions &options);
 
 // The line that says that so many bytes behind the frame are ignored.
 std::string ignoredNote(const std::string &file, std::uint64_t ignoredBytes);

@@ -26,6 +26,17 @@ void drawThumbnail(Picture &page, std::uint32_t x, std::uint32_t y, const SheetL
     std::copy_n(small.pixel(0, row), std::size_t{3} * small.width, page.pixel(x, y + row));
 }
 
+// Where each cell is, counted row by row.
+std::vector<std::size_t> placesOf(const std::vector<SheetCell> &cells, std::size_t columns) {
+  std::vector<std::size_t> places;
+  std::size_t next = 0;
+  for (const SheetCell &cell : cells) {
+    if (cell.joined && columns > 1 && next % columns == columns - 1) ++next;
+    places.push_back(next++);
+  }
+  return places;
+}
+
 }  // namespace
 
 Picture contactSheet(const std::vector<SheetCell> &cells, const SheetLayout &layout,
@@ -33,7 +44,8 @@ Picture contactSheet(const std::vector<SheetCell> &cells, const SheetLayout &lay
   std::size_t lines = 1;
   for (const SheetCell &cell : cells) lines = std::max(lines, cell.lines.size());
   const std::size_t columns = std::min(layout.columns, cells.size());
-  const std::size_t rows = (cells.size() + columns - 1) / columns;
+  const std::vector<std::size_t> places = placesOf(cells, columns);
+  const std::size_t rows = places.back() / columns + 1;
   const std::uint32_t head = layout.title.empty() ? 0 : 2 * kGlyphHeight + kGap;
   const std::uint32_t stepX = layout.cellWidth + kGap;
   const std::uint32_t stepY = layout.cellHeight + kGap + static_cast<std::uint32_t>(lines) * kLine;
@@ -45,8 +57,8 @@ Picture contactSheet(const std::vector<SheetCell> &cells, const SheetLayout &lay
   fillRect(page, 0, 0, page.width, page.height, kPaper);
   drawText(page, kGap, kGap, layout.title, kInk, 2);
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    const std::uint32_t x = kGap + static_cast<std::uint32_t>(i % columns) * stepX;
-    const std::uint32_t y = kGap + head + static_cast<std::uint32_t>(i / columns) * stepY;
+    const std::uint32_t x = kGap + static_cast<std::uint32_t>(places[i] % columns) * stepX;
+    const std::uint32_t y = kGap + head + static_cast<std::uint32_t>(places[i] / columns) * stepY;
     drawThumbnail(page, x, y, layout, cells[i].picture());
     for (std::size_t line = 0; line < cells[i].lines.size(); ++line)
       drawText(page, x, y + layout.cellHeight + 4 + static_cast<std::uint32_t>(line) * kLine,

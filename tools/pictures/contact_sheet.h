@@ -14,6 +14,7 @@ namespace tool {
 struct SheetCell {
   std::function<Picture()> picture;
   std::vector<std::string> lines;
+  bool joined = false;  // stays in one row with the next one, where a row has two
 };
 
 struct SheetLayout {

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "pictures/picture.h"
 
+#include <array>
 #include <cinttypes>
 #include <filesystem>
 #include <memory>
 #include <new>
+#include <string_view>
 
 #include "files/output_file.h"
 #include "pictures/picture_file.h"
@@ -16,6 +18,7 @@ namespace tool {
 namespace {
 
 constexpr std::uint64_t kMostPixels = std::uint64_t{1} << 28;
+constexpr std::string_view kPng = "\x89PNG";
 
 }  // namespace
 
@@ -54,12 +57,31 @@ PictureType pictureType(const std::string &path, const std::string &to, bool can
                           : "name it .png, .ppm, .bmp or .tiff, or say --to");
 }
 
-Picture loadPicture(const std::string &path, Depth depth) {
-  PictureFile file(path);
-  if (file.startsWith("\x89PNG")) return decodePng(file, depth);
+namespace {
+
+Picture decode(PictureFile &file, Depth depth) {
+  if (file.startsWith(kPng)) return decodePng(file, depth);
   if (file.startsWith("P5") || file.startsWith("P6")) return decodePnm(file, depth);
   if (file.startsWith("BM")) return decodeBmp(file);
   throw Failure(Exit::Input, file.name(), "is not a PNG, binary PPM or PGM, or BMP picture");
+}
+
+}  // namespace
+
+Picture loadPicture(const std::string &path, Depth depth) {
+  PictureFile file(path);
+  return decode(file, depth);
+}
+
+Picture loadPicture(Source &source, Depth depth) {
+  PictureFile file(source);
+  return decode(file, depth);
+}
+
+bool isPicture(Source &source) {
+  std::array<char, 4> begin{};
+  const std::string_view text(begin.data(), source.peek(begin.data(), begin.size()));
+  return text == kPng || text.substr(0, 2) == "P5" || text.substr(0, 2) == "P6" || text.substr(0, 2) == "BM";
 }
 
 namespace {

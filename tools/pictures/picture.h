@@ -12,6 +12,7 @@ namespace tool {
 
 class ByteSink;
 class PictureFile;
+class Source;
 struct OutputRules;
 
 struct Picture {
@@ -76,6 +77,9 @@ PictureType pictureType(const std::string &path, const std::string &to, bool can
 // Reads a PNG, binary PPM or PGM, or uncompressed BMP file, a pipe, or standard input for "-", whatever it is
 // called. Throws Failure.
 Picture loadPicture(const std::string &path, Depth depth = Depth::Reduced);
+Picture loadPicture(Source &source, Depth depth = Depth::Reduced);
+// Whether what is to be read next begins like one. Throws Failure.
+bool isPicture(Source &source);
 
 // Writes `path`, whole or not at all, or standard output for "-". Throws Failure.
 void savePicture(const Picture &picture, const std::string &path, PictureType type, const OutputRules &rules);

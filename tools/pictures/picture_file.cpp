@@ -3,11 +3,19 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace tool {
+namespace {
+
+constexpr std::size_t kBuffer = std::size_t{1} << 16;
+
+}  // namespace
 
 PictureFile::PictureFile(const std::string &path)
-    : source_(path), size_(source_.size()), buffer_(std::size_t{1} << 16) {}
+    : own_(std::in_place, path), source_(*own_), size_(source_.size()), buffer_(kBuffer) {}
+
+PictureFile::PictureFile(Source &source) : source_(source), size_(source.size()), buffer_(kBuffer) {}
 
 bool PictureFile::reaches(std::uint64_t bytes) {
   if (size_ != kUncounted) return size_ >= bytes;

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,8 @@ class PictureFile {
  public:
   // A file, a pipe, or standard input for "-". Throws Failure.
   explicit PictureFile(const std::string &path);
+  // From where the source is, which outlives this.
+  explicit PictureFile(Source &source);
 
   const std::string &name() const noexcept { return source_.name(); }
   // Of a file its bytes, of a stream those that have come, where that is not all that was asked for, or
@@ -41,7 +44,8 @@ class PictureFile {
  private:
   void fill();
 
-  Source source_;
+  std::optional<Source> own_;
+  Source &source_;
   std::uint64_t size_;
   std::vector<std::uint8_t> buffer_;
   std::size_t at_ = 0;
