@@ -173,6 +173,32 @@ TEST(ColourAuto, FindsTheBrightestPlaceFirstAndLast) {
   }
 }
 
+// The brightest twentieth is enough: 13 of 256 places, the first among them.
+TEST(ColourAuto, FindsNoMoreThanTheBrightestTwentieth) {
+  const Frame frame = MakeRgb16(16, 16, [](std::uint32_t i) {
+    using Pixel = std::array<std::uint16_t, 3>;
+    return i % 20 == 0 ? Pixel{10000, 10000, 10000} : Pixel{5000, 9000, 7000};
+  });
+  kivo_colour colour = KIVO_COLOUR_INIT;
+  ASSERT_EQ(kivo_auto_balance(frame.plan.get(), &frame.view, KIVO_BALANCE_WHITE_PATCH, &colour), KIVO_OK);
+  EXPECT_NEAR(colour.gain[0], 1, 1e-6);
+}
+
+// Whichever colour it is that a sensor saturates in, a little below full scale, that is white.
+TEST(ColourAuto, FindsWhereOneColourSaturates) {
+  for (unsigned saturated = 0; saturated < 3; ++saturated) {
+    const Frame frame = MakeRgb16(64, 64, [=](std::uint32_t) {
+      std::array<std::uint16_t, 3> pixel{30000, 30000, 30000};
+      pixel[saturated] = 65000;
+      return pixel;
+    });
+    kivo_colour colour = KIVO_COLOUR_INIT;
+    colour.gain[saturated] = 2;
+    ASSERT_EQ(kivo_auto_range(frame.plan.get(), &frame.view, 0, 100, &colour), KIVO_OK);
+    EXPECT_NEAR(colour.high, 65000, 20) << saturated;
+  }
+}
+
 // The median is told apart up to 8 times green; what is more is as much.
 TEST(ColourAuto, FindsMediansUpToEight) {
   for (const unsigned ratio : {2u, 7u, 9u, 20u}) {
