@@ -90,7 +90,16 @@ size_t ItemsToLine(const uint8_t *pucDst, size_t n) {
   return n;
 }
 
+// What a step reads half a page behind the one at p.
+template <class Step>
+KIVO_INLINE void PrefetchAhead(const uint8_t *p) {
+  constexpr size_t c_uiAhead = 2048;
+  for (size_t i = 0; i < Step::c_uiItems * Step::c_uiSrcItem; i += c_uiLine)
+    Prefetch(Step::c_bBackward ? p - c_uiAhead - i : p + c_uiAhead + i);
+}
+
 // For steps that store whole vectors: streams every line but those that the run shares with its surroundings.
+// Streaming stores hold up what a processor reads ahead by itself.
 template <class Step>
 void RunStreaming(const Step &step, uint8_t *pucDst, const uint8_t *pucSrc, size_t n) {
   // The step streams whole lines only from steps that together fill them.
@@ -101,7 +110,9 @@ void RunStreaming(const Step &step, uint8_t *pucDst, const uint8_t *pucSrc, size
               i);
   for (; n - i >= c_uiItemsNeeded<Step> + c_uiBlockItems - Step::c_uiItems;) {
     for (size_t k = 0; k < c_uiBlock; ++k, i += Step::c_uiItems) {
-      step.template Do<true>(pucDst + i * Step::c_uiDstItem, StepSource<Step>(pucSrc, n, i));
+      const uint8_t *const p = StepSource<Step>(pucSrc, n, i);
+      PrefetchAhead<Step>(p);
+      step.template Do<true>(pucDst + i * Step::c_uiDstItem, p);
     }
   }
   for (; i < n; i += Step::c_uiItems) {
