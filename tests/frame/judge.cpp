@@ -311,11 +311,7 @@ kivo_status Judge::RunIt(const Case &sample, const Model::Plan &plan, const kivo
   const Placement place{sample.way % 2 == 0 ? Placement::Edge::kEnd : Placement::Edge::kStart, 0};
   // Scratch of the very size, filled: what it holds is nobody's business.
   std::uint8_t *const scratch = scratch_.Writable(scratch_.Offset(needed, place));
-  if (sample.way >= 2) {
-    const std::size_t filled = std::min<std::size_t>(needed, 4096);
-    std::memcpy(scratch, fill_.data(), filled);
-    std::memcpy(scratch + needed - filled, fill_.data(), filled);
-  }
+  if (sample.way >= 2) std::memcpy(scratch, fill_.data() + random_.Below(kArenaBytes), needed);
   if (sample.way < 2) return kivo_run(made, &frame, &picture, nullptr, 0);
   if (sample.way < 4) return kivo_run(made, &frame, &picture, scratch, needed);
   // In three parts, the last first.
