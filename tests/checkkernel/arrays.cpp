@@ -46,7 +46,7 @@ void ArrayCheck::RunOnce(const Job &job, Placement src_place, Placement dst_plac
     const Bytes &bytes = job.sources[i];
     const std::size_t offset = src_[i]->Offset(bytes.size(), src_place);
     if (!bytes.empty()) std::memcpy(src_[i]->Writable(offset), bytes.data(), bytes.size());
-    src.push_back(src_[i]->ReadOnly(offset));
+    src.push_back(src_[i]->Source(offset, bytes.size()));
   }
   std::vector<std::size_t> offsets, fronts, backs;
   for (std::size_t i = 0; i < job.results.size(); ++i) {
@@ -68,7 +68,7 @@ void ArrayCheck::RunOnce(const Job &job, Placement src_place, Placement dst_plac
 
   for (std::size_t i = 0; i < job.results.size(); ++i) {
     const std::size_t size = job.results[i];
-    const std::uint8_t *const result = dst_[i]->ReadOnly(offsets[i]);
+    const std::uint8_t *const result = dst_[i]->Result(offsets[i], size);
     if (std::memcmp(result - fronts[i], before_[i].data() + kMargin - fronts[i], fronts[i]) != 0)
       return check_.Fail(running, "bytes in front of result " + std::to_string(i) + " changed");
     if (std::memcmp(result + size, before_[i].data() + kMargin + size, backs[i]) != 0)

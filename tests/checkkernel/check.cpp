@@ -135,14 +135,14 @@ void Check::RunOnce(const Case &sample, const std::vector<std::uint8_t> &source,
   std::memcpy(dst_.Writable(offset + size), fill_.data() + kMargin, after);
 
   CamUtlStatus status = CAMUTL_STS_SUCCESS;
-  Run(sample, [&] { status = tested(dst_.Writable(offset), src_.ReadOnly(src_offset)); });
+  Run(sample, [&] { status = tested(dst_.Writable(offset), src_.Source(src_offset, source.size())); });
 
   if (status != CAMUTL_STS_SUCCESS) return Fail(sample, "status " + std::to_string(static_cast<int>(status)));
   if (std::memcmp(dst_.ReadOnly(offset - before), fill_.data(), before) != 0)
     return Fail(sample, "bytes in front of the destination changed");
   if (std::memcmp(dst_.ReadOnly(offset + size), fill_.data() + kMargin, after) != 0)
     return Fail(sample, "bytes behind the destination changed");
-  const std::uint8_t *const result = dst_.ReadOnly(offset);
+  const std::uint8_t *const result = dst_.Result(offset, size);
   if (size == 0 || std::memcmp(result, expected_.data(), size) == 0) return;
   const auto wrong = static_cast<std::size_t>(
       std::mismatch(expected_.begin(), expected_.end(), result).first - expected_.begin());

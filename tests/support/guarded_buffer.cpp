@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/unknown_memory.h"
+
 namespace KivoTest {
 namespace {
 
@@ -54,6 +56,24 @@ std::size_t GuardedArena::Offset(std::size_t size, Placement where) const {
   return where.edge == Placement::Edge::kStart ? where.gap : capacity_ - where.gap - size;
 }
 
+const std::uint8_t *GuardedArena::Source(std::size_t offset, std::size_t size) {
+  if (is_source_) {
+    MakeUnknown(read_only_ + known_, known_bytes_);
+  } else {
+    MakeUnknown(read_only_, capacity_);
+    is_source_ = true;
+  }
+  MakeKnown(read_only_ + offset, size);
+  known_ = offset;
+  known_bytes_ = size;
+  return ReadOnly(offset);
+}
+
+const std::uint8_t *GuardedArena::Result(std::size_t offset, std::size_t size) const {
+  RequireKnown(writable_ + offset, size);
+  return ReadOnly(offset);
+}
+
 GuardedBuffer::GuardedBuffer(std::size_t size, Placement where)
     : arena_(size + where.gap), size_(size), offset_(arena_.Offset(size, where)) {
   std::memset(arena_.Writable(0), kAround, arena_.capacity());
@@ -71,7 +91,7 @@ void GuardedBuffer::Assign(const std::vector<std::uint8_t> &bytes) {
 bool GuardedBuffer::Intact() const {
   for (std::size_t i = 0; i < arena_.capacity(); ++i) {
     const bool inside = i >= offset_ && i < offset_ + size_;
-    if (!inside && *arena_.ReadOnly(i) != kAround) return false;
+    if (!inside && *arena_.Writable(i) != kAround) return false;
   }
   return true;
 }

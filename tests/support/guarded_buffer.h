@@ -31,11 +31,19 @@ class GuardedArena {
   std::uint8_t *Writable(std::size_t offset) const { return writable_ + offset; }
   const std::uint8_t *ReadOnly(std::size_t offset) const { return read_only_ + offset; }
 
+  // The same, of a source: to MemorySanitizer nothing else of the read-only view is known.
+  const std::uint8_t *Source(std::size_t offset, std::size_t size);
+  // The same, of a result, which must not depend on what is not known.
+  const std::uint8_t *Result(std::size_t offset, std::size_t size) const;
+
  private:
   std::size_t capacity_ = 0;
   std::size_t page_ = 0;
   std::uint8_t *writable_ = nullptr;
   std::uint8_t *read_only_ = nullptr;
+  std::size_t known_ = 0;  // the source that was handed out last, if there was one
+  std::size_t known_bytes_ = 0;
+  bool is_source_ = false;
 };
 
 // One buffer of exact size against an unreadable page, for tests that make a few. The bytes around it are a
@@ -46,15 +54,18 @@ class GuardedBuffer {
 
   std::size_t size() const { return size_; }
   std::uint8_t *data() { return arena_.Writable(offset_); }
-  const std::uint8_t *read_only() const { return arena_.ReadOnly(offset_); }
+  const std::uint8_t *read_only() const { return arena_.Source(offset_, size_); }
   std::uint32_t *words() { return reinterpret_cast<std::uint32_t *>(data()); }
-  std::vector<std::uint8_t> Copy() const { return {read_only(), read_only() + size_}; }
+  std::vector<std::uint8_t> Copy() const {
+    const std::uint8_t *const result = arena_.Result(offset_, size_);
+    return {result, result + size_};
+  }
   void Fill(std::uint8_t value);
   void Assign(const std::vector<std::uint8_t> &bytes);
   bool Intact() const;
 
  private:
-  GuardedArena arena_;
+  mutable GuardedArena arena_;  // which remembers what it has handed out
   std::size_t size_;
   std::size_t offset_;
 };
