@@ -175,9 +175,7 @@ Cost CostOf(const File &sFile, const Grid &sGrid, const Look &sLook) {
           uiBit < uiRow ? 0 : static_cast<std::size_t>((uiBit - uiRow) / uiStepBits * c_uiStep);
       uiBit = uiRow + sGrid.uiRowBits;
       if (y < uiApart || uiFirst >= sGrid.uiSamples) continue;
-      const std::uint64_t uiLeft =
-          uiEnd < uiRow ? 0 : (uiEnd - uiRow + uiStepBits - 1) / uiStepBits * c_uiStep;
-      if (uiLeft <= uiFirst) break;
+      const std::uint64_t uiLeft = (uiEnd - uiRow + uiStepBits - 1) / uiStepBits * c_uiStep;
       const std::size_t n =
           static_cast<std::size_t>(std::min<std::uint64_t>(uiLeft, sGrid.uiSamples)) - uiFirst;
       sReader.GoTo(y, uiFirst, n, true);
