@@ -5,8 +5,9 @@
 namespace Kivo::KIVO_TARGET {
 
 extern const FrameKernels c_sFrameKernels;
-const FrameKernels c_sFrameKernels = {&c_sMosaicPlanesKernels, &c_sUnpackKernels,  &c_sPlanesKernels,
-                                      &c_sHalfKernels,         &c_sPictureKernels, &c_sRangeKernels,
-                                      &c_sYuvFrameKernels,     &c_sColourKernels,  &c_sColouredMosaicKernels};
+const FrameKernels c_sFrameKernels = {&c_sMosaicPlanesKernels,  &c_sUnpackKernels,   &c_sPackedMonoKernels,
+                                      &c_sPlanesKernels,        &c_sHalfKernels,     &c_sPictureKernels,
+                                      &c_sRangeKernels,         &c_sYuvFrameKernels, &c_sColourKernels,
+                                      &c_sColouredMosaicKernels};
 
 }  // namespace Kivo::KIVO_TARGET

@@ -94,6 +94,7 @@ class Maker {
           MakeDirectly(y, uiRows);
           break;
         }
+        if (MakePackedMono(y, uiRows)) break;
         [[fallthrough]];
       case Course::Swapped:
       case Course::Planes:
@@ -136,6 +137,23 @@ class Maker {
     const bool bOne = m_sSource.IsGapless() && m_iPitch == static_cast<std::ptrdiff_t>(m_s.uiPictureRow);
     sRun.pfn({Out(y), m_iPitch, m_sSource.Row(y), m_sSource.Pitch(), bOne ? uiItems * uiRows : uiItems,
               bOne ? 1 : uiRows, m_s.uiShift, m_bStream});
+  }
+
+  // The same where the only stage unpacks grey samples, if a kernel does that and the rest at once.
+  bool MakePackedMono(std::size_t y, std::size_t uiRows) const noexcept {
+    const Stage &sStage = m_s.asStages[0];
+    const auto uiPacking = static_cast<unsigned>(sStage.eUnpack);
+    if (m_s.eCourse != Course::Fused || m_s.uiStages != 1 || sStage.eKind != Stage::Kind::Unpack ||
+        uiPacking >= c_uiMonoPackings || m_s.psFormat->channels != 1)
+      return false;
+    const bool bOne = m_sSource.IsGapless() && m_iPitch == static_cast<std::ptrdiff_t>(m_s.uiPictureRow);
+    const std::size_t uiRuns = bOne ? 1 : uiRows;
+    if (!m_sSource.BeginWithGroups(y, uiRuns)) return false;
+    const std::uint8_t *const pucFirst = m_sSource.Near(y, 0);
+    ActiveFrameKernels().psPackedMono->apfn[uiPacking][OutputKind()](
+        {Out(y), m_iPitch, pucFirst, m_sSource.Near(y + 1, 0) - pucFirst, m_s.uiWidth * uiRows / uiRuns,
+         uiRuns, m_s.uiShift, m_bStream});
+    return true;
   }
 
   void MakeByPieces(std::size_t y, std::size_t uiRows) const noexcept {

@@ -79,6 +79,14 @@ const std::uint8_t *Source::Near(std::size_t y, std::size_t x) const noexcept {
   return (m_bStream ? m_pucFirst : Plane(0, y)) + (uiRow + m_sPlan.uiX + x) * s.group_bytes / s.group_pixels;
 }
 
+bool Source::BeginWithGroups(std::size_t y, std::size_t uiRows) const noexcept {
+  const std::size_t uiSamples = m_sPlan.psFormat->group_pixels;
+  if (!m_bStream) return m_sPlan.uiX % uiSamples == 0;
+  const std::size_t uiWidth = m_sPlan.uiFrameWidth;
+  return ((y + m_sPlan.uiY) * uiWidth + m_sPlan.uiX) % uiSamples == 0 &&
+         (uiRows == 1 || uiWidth % uiSamples == 0);
+}
+
 bool Source::IsGapless() const noexcept {
   return m_sPlan.uiWidth == m_sPlan.uiFrameWidth && m_sPlan.psFormat->packing != KIVO_PLANAR &&
          (m_bStream ||

@@ -33,7 +33,10 @@ class Source {
   // Whether rows of the region follow each other without a gap, in bytes or within them.
   bool IsGapless() const noexcept;
 
-  // About where the frame has a sample, all being of one plane.
+  // Whether uiRows rows from y on begin where groups of samples that share bytes do.
+  bool BeginWithGroups(std::size_t y, std::size_t uiRows) const noexcept;
+
+  // Where the frame has a sample, or the group it is in, all being of one plane.
   const std::uint8_t *Near(std::size_t y, std::size_t x) const noexcept;
 
   // The samples of columns x to x + n - 1, whole groups of YUV pixels, through the first uiStages stages. x

@@ -49,6 +49,13 @@ struct UnpackKernels {
   UnpackKernel apfn[static_cast<unsigned>(Unpack::Count)];
 };
 
+// Samples of the first packings, the first of a row at the start of a group, to grey pixels: n counts
+// samples, of which bits uiShift to uiShift + 7 are shown.
+constexpr unsigned c_uiMonoPackings = 5;
+struct PackedMonoKernels {
+  RunKernel apfn[c_uiMonoPackings][c_uiOutputs];
+};
+
 // n pixels of three samples; plane i gets sample i of each.
 using PlanesKernel = void (*)(uint16_t *const *apusPlanes, const uint8_t *pucSrc, size_t n);
 // n pixels of three samples, sample i of each from plane i.
@@ -199,6 +206,7 @@ struct ColouredMosaicKernels {
 struct FrameKernels {
   const MosaicPlanesKernels *psMosaicPlanes;
   const UnpackKernels *psUnpack;
+  const PackedMonoKernels *psPackedMono;
   const PlanesKernels *psPlanes;
   const HalfKernels *psHalf;
   const PictureKernels *psPicture;
@@ -215,6 +223,7 @@ struct FrameKernels {
 namespace Kivo::KIVO_TARGET {
 extern const MosaicPlanesKernels c_sMosaicPlanesKernels;
 extern const UnpackKernels c_sUnpackKernels;
+extern const PackedMonoKernels c_sPackedMonoKernels;
 extern const PlanesKernels c_sPlanesKernels;
 extern const HalfKernels c_sHalfKernels;
 extern const PictureKernels c_sPictureKernels;

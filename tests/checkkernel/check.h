@@ -91,6 +91,7 @@ const std::vector<Plan> &AllPlans();
 // The plans that have a file of their own.
 void CheckRows(Check &check);
 void CheckUnpack(Check &check);
+void CheckPackedMono(Check &check);
 void CheckPlanes(Check &check);
 void CheckHalf(Check &check);
 void CheckRange(Check &check);

@@ -80,6 +80,50 @@ void CheckUnpack(Check &check) {
   }
 }
 
+void CheckPackedMono(Check &check) {
+  ArrayCheck arrays(check);
+  for (std::size_t k = 0; k < Kivo::c_uiMonoPackings; ++k) {
+    const auto kind = static_cast<Kivo::Unpack>(k);
+    for (const Kivo::Output out : {Kivo::c_eBGRA, Kivo::c_eBGR}) {
+      const std::size_t pixel_bytes = out == Kivo::c_eBGRA ? 4 : 3;
+      const Kivo::RunKernel kernel = ActiveFrameKernels().psPackedMono->apfn[k][out];
+      const auto job = [&](std::size_t n, std::size_t rows, unsigned shift, bool stream, Bytes source) {
+        const std::size_t pitch = n * pixel_bytes, src_pitch = Reference::PackedBytes(kind, n);
+        return ArrayCheck::Job{
+            Text(kUnpackNames[k], n) + (stream ? " streamed" : "") + " shift " + std::to_string(shift),
+            {std::move(source)},
+            {rows * pitch},
+            1,
+            [=](auto dst, auto src) {
+              for (std::size_t y = 0; y < rows; ++y)
+                Reference::PackedMono(kind, dst[0] + y * pitch, src[0] + y * src_pitch, n, shift,
+                                      pixel_bytes);
+            },
+            [=](auto dst, auto src) {
+              kernel({dst[0], static_cast<std::ptrdiff_t>(pitch), src[0],
+                      static_cast<std::ptrdiff_t>(src_pitch), n, rows, shift, stream});
+            },
+        };
+      };
+      unsigned turn = 0;
+      ForCounts(check, [&](std::size_t n) {
+        const unsigned shift = turn++ % 8;
+        for (const bool stream : {false, true}) {
+          for (const std::size_t rows : {1U, 3U})
+            arrays.Compare(
+                job(n, rows, shift, stream, arrays.RandomBytes(rows * Reference::PackedBytes(kind, n))));
+        }
+      });
+      for (const unsigned shift : {0U, 2U, 4U, 6U, 9U, 15U}) {
+        const std::size_t many = 65536;
+        for (const unsigned bits : {10U, 12U, 14U})
+          arrays.Single(
+              job(many, 1, shift, shift % 2 == 0, AllValues(Reference::PackedBytes(kind, many), bits)));
+      }
+    }
+  }
+}
+
 void CheckPlanes(Check &check) {
   ArrayCheck arrays(check);
   const Kivo::PlanesKernels &kernels = *ActiveFrameKernels().psPlanes;

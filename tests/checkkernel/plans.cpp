@@ -282,6 +282,7 @@ const std::vector<Plan> &AllPlans() {
                                        {"reverse", CheckReverse},
                                        {"rows", CheckRows},
                                        {"unpack", CheckUnpack},
+                                       {"packed_mono", CheckPackedMono},
                                        {"planes", CheckPlanes},
                                        {"half", CheckHalf},
                                        {"range", CheckRange},

@@ -15,6 +15,8 @@ namespace KivoTest::Reference {
 std::size_t PackedBytes(Kivo::Unpack kind, std::size_t n);
 std::size_t UnpackedBytes(Kivo::Unpack kind, std::size_t n);
 void Unpack(Kivo::Unpack kind, std::uint8_t *dst, const std::uint8_t *src, std::size_t n);
+void PackedMono(Kivo::Unpack kind, std::uint8_t *dst, const std::uint8_t *src, std::size_t n, unsigned shift,
+                std::size_t pixel_bytes);
 
 // Samples of 1 or 2 bytes.
 void Planes(std::size_t sample_bytes, std::uint16_t *const *planes, const std::uint8_t *src, std::size_t n);

@@ -146,6 +146,18 @@ void Unpack(Kivo::Unpack kind, std::uint8_t *dst, const std::uint8_t *src, std::
   }
 }
 
+void PackedMono(Kivo::Unpack kind, std::uint8_t *dst, const std::uint8_t *src, std::size_t n, unsigned shift,
+                std::size_t pixel_bytes) {
+  for (std::size_t i = 0; i < n; ++i) {
+    const bool packed = kind == Kivo::Unpack::Packed10 || kind == Kivo::Unpack::Packed12;
+    const unsigned bits = static_cast<unsigned>(SizeOf(kind).bits);
+    const std::uint32_t sample =
+        packed ? PackedSample(src, i, kind == Kivo::Unpack::Packed10 ? 10 : 12) : Bits(src, i * bits, bits);
+    for (std::size_t c = 0; c < pixel_bytes; ++c)
+      dst[i * pixel_bytes + c] = c == 3 ? 255 : static_cast<std::uint8_t>(sample >> shift);
+  }
+}
+
 void Planes(std::size_t sample_bytes, std::uint16_t *const *planes, const std::uint8_t *src, std::size_t n) {
   for (std::size_t i = 0; i < n; ++i)
     for (std::size_t c = 0; c < 3; ++c)
