@@ -39,7 +39,7 @@ KIVO_INLINE const uint8_t *StepSource(const uint8_t *pucSrc, size_t n, size_t i)
 
 // One step for m of its items, m <= c_uiItems, through buffers of its own: touches nothing but those items.
 template <class Step>
-KIVO_INLINE void BufferedStep(const Step &step, uint8_t *pucDst, const uint8_t *pucSrc, size_t m) {
+[[gnu::noinline]] void BufferedStep(Step step, uint8_t *pucDst, const uint8_t *pucSrc, size_t m) {
   if (m == 0) return;
   uint8_t aucSrc[Step::c_uiSrcReach] = {};
   uint8_t aucDst[Step::c_uiDstReach];
