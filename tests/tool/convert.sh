@@ -23,6 +23,8 @@ formats=$(awk 'NR > 1 { print $1 }' stdout)
 checks=$((checks + 1))
 [ "$(echo "$formats" | wc -l)" -eq 90 ] || fail "not 90 formats: $formats"
 
+# Quickly: one in six, and what is needed below.
+[ -z "${KIVO_QUICK-}" ] || formats=$(echo "$formats" | awk 'NR % 6 == 1 || /^(Mono8|Bayer..8)$/')
 for format in $formats; do
   ok mosaic scene.png frame.rwh --format "$format"
   ok mosaic scene.png frame.raw --format "$format"
