@@ -2,6 +2,7 @@
 // Compiled once per target, as kernels are, so that each machine's limit uses its widest accesses.
 #include "roofline_loops.h"
 
+#include "simd/stream_fence.h"
 #include "simd/vec.h"
 
 namespace Kivo::KIVO_TARGET {
@@ -45,7 +46,7 @@ void Loop(uint8_t *dst, const uint8_t *src, size_t steps) {
     src += reads * KivoBench::kLine;
     dst += writes * KivoBench::kLine;
   }
-  if constexpr (stream) StreamFence();
+  StreamFence(stream);
 }
 
 void Read(const uint8_t *src, size_t lines) {

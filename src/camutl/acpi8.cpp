@@ -38,6 +38,7 @@ CamUtlStatus Convert(BayerOrder eOrder, void *pDst, const std::uint8_t *pucSrc, 
   const MosaicJob sJob = MakeMosaicJob(pDst, pucSrc, uiWidth, uiHeight, eOut, 1, eOrder);
   if (!IsAdaptiveSize(uiWidth) || !IsAdaptiveSize(uiHeight)) {
     ActiveKernels().psBayer8->apfn[eOut](sJob);
+    StreamFence(sJob.bStream);
     return CAMUTL_STS_SUCCESS;
   }
   // The BG member to BGRA leaves the red byte of the pixel in row 1, last column, as it was, as its
@@ -46,6 +47,7 @@ CamUtlStatus Convert(BayerOrder eOrder, void *pDst, const std::uint8_t *pucSrc, 
   const bool bKeep = eOut == c_eBGRA && eOrder == BayerOrder::BG;
   const std::uint8_t ucKept = bKeep ? *pucKept : std::uint8_t{0};
   ConvertByTiles(ActiveKernels().psAcpi8->apfn[eOut], sJob, PixelBytes(eOut));
+  StreamFence(sJob.bStream);
   if (bKeep) *pucKept = ucKept;
   return CAMUTL_STS_SUCCESS;
 }

@@ -15,6 +15,7 @@ CamUtlStatus Convert(BayerOrder eOrder, void *pDst, const std::uint8_t *pucSrc, 
   MosaicJob sJob = MakeMosaicJob(pDst, pucSrc, uiWidth, uiHeight, eOut, 2, eOrder);
   sJob.uiShift = ShiftCount(uiShift);
   ActiveKernels().psBayer16->apfn[eOut](sJob);
+  StreamFence(sJob.bStream);
   return CAMUTL_STS_SUCCESS;
 }
 

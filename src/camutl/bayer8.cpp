@@ -11,8 +11,10 @@ CamUtlStatus Convert(BayerOrder eOrder, void *pDst, const std::uint8_t *pucSrc, 
                      std::uint32_t uiHeight) noexcept {
   const CamUtlStatus eStatus = CheckBuffers(pDst, pucSrc, Tables::NotNeeded);
   if (eStatus != CAMUTL_STS_SUCCESS) return eStatus;
-  if (uiWidth != 0 && uiHeight != 0)
-    ActiveKernels().psBayer8->apfn[eOut](MakeMosaicJob(pDst, pucSrc, uiWidth, uiHeight, eOut, 1, eOrder));
+  if (uiWidth == 0 || uiHeight == 0) return CAMUTL_STS_SUCCESS;
+  const MosaicJob sJob = MakeMosaicJob(pDst, pucSrc, uiWidth, uiHeight, eOut, 1, eOrder);
+  ActiveKernels().psBayer8->apfn[eOut](sJob);
+  StreamFence(sJob.bStream);
   return CAMUTL_STS_SUCCESS;
 }
 

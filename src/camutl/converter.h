@@ -9,6 +9,7 @@
 
 #include "KivoCamUtl.h"
 #include "camutl/luts.h"
+#include "simd/stream_fence.h"
 #include "simd/targets.h"
 
 namespace Kivo {
@@ -43,12 +44,13 @@ inline unsigned ShiftCount(std::uint32_t uiShift) noexcept {
 // family.
 inline CamUtlStatus ConvertRun(RunKernel pfnKernel, void *pDst, const std::uint8_t *pucSrc, std::size_t n,
                                std::size_t uiSrcItem, std::size_t uiDstItem, unsigned uiShift = 0) noexcept {
-  pfnKernel({static_cast<std::uint8_t *>(pDst), 0, pucSrc, 0, n, 1, uiShift,
-             StreamingPays(n * uiSrcItem, n * uiDstItem)});
+  const bool bStream = StreamingPays(n * uiSrcItem, n * uiDstItem);
+  pfnKernel({static_cast<std::uint8_t *>(pDst), 0, pucSrc, 0, n, 1, uiShift, bStream});
+  StreamFence(bStream);
   return CAMUTL_STS_SUCCESS;
 }
 
-// A whole mosaic with packed rows.
+// A whole mosaic with packed rows; whoever converts it fences if it streams.
 inline MosaicJob MakeMosaicJob(void *pDst, const std::uint8_t *pucSrc, std::uint32_t uiWidth,
                                std::uint32_t uiHeight, Output eOut, std::size_t uiSampleBytes,
                                BayerOrder eOrder) noexcept {

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "KivoCamUtl.h"
+#include "simd/stream_fence.h"
 #include "simd/targets.h"
 
 namespace Kivo {
@@ -117,11 +118,13 @@ class Reversal {
                 std::size_t uiRows) const noexcept {
     ActiveKernels().psReverse->pfnCopy(
         {pucDst, iDstPitch, pucSrc, -iDstPitch, uiRowBytes, uiRows, 0, m_bStream});
+    StreamFence(m_bStream);
   }
   void ReverseRows(uint8_t *pucDst, std::ptrdiff_t iDstPitch, const uint8_t *pucSrc, std::ptrdiff_t iSrcPitch,
                    std::size_t n, std::size_t uiRows) const noexcept {
     ActiveKernels().psReverse->apfn[static_cast<unsigned>(m_sUnit.eUnit)](
         {pucDst, iDstPitch, pucSrc, iSrcPitch, n, uiRows, 0, m_bStream});
+    StreamFence(m_bStream);
   }
 
   const Unit &m_sUnit;

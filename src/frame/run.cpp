@@ -6,6 +6,7 @@
 
 #include "frame/frame_targets.h"
 #include "frame/source.h"
+#include "simd/stream_fence.h"
 #include "simd/tiles.h"
 
 namespace Kivo {
@@ -87,6 +88,12 @@ class Maker {
   }
 
   void Make(std::size_t y, std::size_t uiRows) const noexcept {
+    MakeByCourse(y, uiRows);
+    StreamFence(m_bStream);
+  }
+
+ private:
+  void MakeByCourse(std::size_t y, std::size_t uiRows) const noexcept {
     switch (m_s.eCourse) {
       case Course::Copy:
       case Course::Fused:
@@ -111,7 +118,6 @@ class Maker {
     }
   }
 
- private:
   std::uint8_t *Out(std::size_t y) const noexcept {
     return m_pucFirst + static_cast<std::ptrdiff_t>(y) * m_iPitch;
   }

@@ -367,7 +367,6 @@ void ConvertAdaptive(const Samples &sSamples, const Means &sMeans, const Mosaic 
       MakeRowBorders<eOut>(sMeans, s, y);
     }
   }
-  if constexpr (bStream) StreamFence();
 }
 
 }  // namespace

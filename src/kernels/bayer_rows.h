@@ -264,7 +264,6 @@ void ConvertMosaic(const Means &sMeans, const Mosaic &s) {
       ++y;
     }
   }
-  if constexpr (bStream) StreamFence();
 }
 
 // The rows of a job, by the arithmetic of sMeans.

@@ -175,7 +175,6 @@ class Walk {
         Single(y++);
       }
     }
-    StreamFence();
   }
 
   // Pixels in front of the first line.

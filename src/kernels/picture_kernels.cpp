@@ -227,7 +227,6 @@ void Streamed(const PictureJob &s) {
     }
   }
   Ordinary<K, bMirror>(Part(s, i, s.n - i, K::c_uiPixelBytes));
-  StreamFence();
 }
 
 template <class K>

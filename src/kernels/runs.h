@@ -136,7 +136,6 @@ KIVO_INLINE void Run(const Step &step, const RunJob &sJob) {
     }
     RunOrdinary(step, pucDst, pucSrc, sJob.n);
   }
-  if (Step::c_bWholeVectors && sJob.bStream) StreamFence();
 }
 
 // A kernel from a step that needs no parameter.

@@ -3,8 +3,8 @@
 //
 // A kernel takes pointers and counts that its caller has checked, returns nothing and allocates nothing. It
 // reads and writes exactly the bytes that its comment names; no buffer may be assumed to be padded or
-// aligned. Source and destination do not overlap. bStream asks for stores that bypass the caches; it never
-// changes a byte of the result.
+// aligned. Source and destination do not overlap. bStream asks for stores that bypass the caches, after
+// which the caller fences, see stream_fence.h; it never changes a byte of the result.
 #ifndef KIVO_SIMD_KERNELS_H
 #define KIVO_SIMD_KERNELS_H
 

@@ -29,9 +29,6 @@ KIVO_INLINE V Pin(V v) {
 KIVO_INLINE void Stream(void *p, U8 v) {
   _mm512_stream_si512(static_cast<__m512i *>(p), Raw(v));
 }
-KIVO_INLINE void StreamFence() {
-  _mm_sfence();
-}
 
 // Clamped sum and difference.
 KIVO_INLINE U8 AddSat(U8 a, U8 b) {

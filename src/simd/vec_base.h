@@ -20,7 +20,6 @@ KIVO_INLINE V Pin(V v) {
 KIVO_INLINE void Stream(void *p, U8 v) {
   Store(p, v);
 }
-KIVO_INLINE void StreamFence() {}
 
 KIVO_INLINE U8 Avg(U8 a, U8 b) {
   return (a | b) - (((a ^ b) >> 1) & 0x7F);

@@ -33,7 +33,6 @@ KIVO_INLINE int16x8_t Raw(I16 v) {
 KIVO_INLINE void Stream(void *p, U8 v) {
   Store(p, v);
 }
-KIVO_INLINE void StreamFence() {}
 
 // Clamped sum and difference.
 KIVO_INLINE U8 AddSat(U8 a, U8 b) {

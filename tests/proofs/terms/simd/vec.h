@@ -206,7 +206,6 @@ template <class Lane>
 void Store(void *, const Lanes<Lane> &v) {
   s_words.insert(s_words.end(), v.at.begin(), v.at.end());
 }
-inline void StreamFence() {}
 inline void Prefetch(const uint8_t *) {}
 template <class V>
 void KeepPixels(const V &first, const V &green, const V &last) {
