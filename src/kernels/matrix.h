@@ -26,9 +26,10 @@ class Mixer {
   KIVO_INLINE void Mix(U16 first, U16 second, U16 third, Pack pack) const {
     const WordPair firsts = ZipLanes(first, second);
     const WordPair thirds = ZipLanes(third, Splat<U16>(1));
-    for (unsigned c = 0; c < 3; ++c)
-      pack(c, Sum(c, firsts.low, thirds.low) >> static_cast<int>(uiDown - uiUp),
-           Sum(c, firsts.high, thirds.high) >> static_cast<int>(uiDown - uiUp));
+    for (unsigned c = 0; c < 3; ++c) {
+      const I32 low = Sum(c, firsts.low, thirds.low), high = Sum(c, firsts.high, thirds.high);
+      pack(c, low >> static_cast<int>(uiDown - uiUp), high >> static_cast<int>(uiDown - uiUp));
+    }
   }
 
  private:
@@ -38,7 +39,8 @@ class Mixer {
         static_cast<int>(static_cast<unsigned>(iSecond) << 16 | (static_cast<unsigned>(iFirst) & 0xFFFF))));
   }
   KIVO_INLINE I32 Sum(unsigned c, U16 firsts, U16 thirds) const {
-    return MulAddPairs(As<I16>(firsts), m_aaFactors[c][0]) + MulAddPairs(As<I16>(thirds), m_aaFactors[c][1]);
+    const I32 two = MulAddPairs(As<I16>(firsts), m_aaFactors[c][0]);
+    return two + MulAddPairs(As<I16>(thirds), m_aaFactors[c][1]);
   }
 
   I16 m_aaFactors[3][2];

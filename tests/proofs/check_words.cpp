@@ -61,6 +61,57 @@ void CheckSelectGreater(uint32_t uiStep) {
   });
 }
 
+void CheckGreater(uint32_t uiStep) {
+  AllPairs<I16>(uiStep, [=](uint32_t x, uint32_t y, const I16 &vx, const I16 &vy) {
+    const I16 made = Greater(vx, vy);
+    for (uint32_t i = 0; i < c_uiVec / 2; ++i) {
+      const Number a = Number::Of(16, x), b = Number::Of(16, y + i);
+      if (static_cast<uint16_t>(made[i]) != Word::SelectGreater(a, b, a, b).value) Wrong("Greater", x, y + i);
+    }
+  });
+}
+
+// Every product, as the first and as the second of two.
+void CheckMulAddPairs(uint32_t uiStep) {
+  AllPairs<I16>(uiStep, [=](uint32_t a, uint32_t b, const I16 &va, const I16 &vb) {
+    const I32 made = MulAddPairs(va, vb);
+    const Number factor = Number::Of(16, a);
+    for (uint32_t i = 0; i < c_uiVec / 4; ++i) {
+      const Number first = Number::Of(16, b + 2 * i), second = Number::Of(16, b + 2 * i + 1);
+      if (static_cast<uint32_t>(made[i]) != Word::MulAdd(factor, first, factor, second).value)
+        Wrong("MulAddPairs", a, b + 2 * i);
+    }
+  });
+  for (uint32_t a = 0; a < 65536; a += 2) {
+    const I16 va = Ramp<I16>(a), vb = Ramp<I16>(a * 40503);
+    const I32 made = MulAddPairs(va, vb);
+    const auto At = [](const I16 &v, uint32_t i) { return Number::Of(16, static_cast<uint16_t>(v[i])); };
+    for (uint32_t i = 0; i < c_uiVec / 4; ++i)
+      if (static_cast<uint32_t>(made[i]) !=
+          Word::MulAdd(At(va, 2 * i), At(vb, 2 * i), At(va, 2 * i + 1), At(vb, 2 * i + 1)).value)
+        Wrong("MulAddPairs of pairs", a, i);
+  }
+}
+
+// What was made two vectors is one again, lane by lane.
+void CheckLanes() {
+  for (uint32_t a = 0; a < 65536; a += c_uiVec / 2) {
+    const WordPair s = ZipLanes(Ramp<U16>(a), Splat<U16>(0));
+    const I32 low = reinterpret_cast<I32>(s.low), high = reinterpret_cast<I32>(s.high);
+    for (const int32_t iAdded : {0, -70000, -65536, -32768, -1, 32767, 65535, 1 << 30, -(1 << 30)}) {
+      const I16 made = PackSatLanes(low + iAdded, high + iAdded);
+      const U16 unsignedly = PackWordsLanes(low + iAdded, high + iAdded);
+      for (uint32_t i = 0; i < c_uiVec / 2; ++i) {
+        const Number at = Number::Of(32, static_cast<uint32_t>(static_cast<int32_t>(a + i) + iAdded));
+        if (static_cast<uint16_t>(made[i]) != Word::SaturateWord(at, true).value)
+          Wrong("PackSatLanes", static_cast<long>(a + i), iAdded);
+        if (unsignedly[i] != Word::SaturateWord(at, false).value)
+          Wrong("PackWordsLanes", static_cast<long>(a + i), iAdded);
+      }
+    }
+  }
+}
+
 void CheckSingles() {
   for (uint32_t a = 0; a < 65536; a += c_uiVec / 2) {
     const I16 absolute = Abs(Ramp<I16>(a));
@@ -128,6 +179,9 @@ size_t CheckWords(uint32_t uiStep) {
   CheckAvg<U8>("Avg of bytes", 1);
   CheckAvg<U16>("Avg of words", uiStep);
   CheckSelectGreater(uiStep);
+  CheckGreater(uiStep);
+  CheckMulAddPairs(uiStep);
+  CheckLanes();
   CheckSingles();
   CheckDoublewords();
   return s_uiWrong;

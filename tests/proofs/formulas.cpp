@@ -1,14 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writes what is to be proved, as SMT-LIB: that the very functions of the kernels, compiled for a target of
-// terms, give what KivoFrame.h says in plain words, for every value of every sample. For solve.py:
-//
-//   ; case NAME            definitions follow
-//   ; claim NAME           the negation follows: it must have no solution
-//   ; broken NAME          the same of a formula with a mistake in it: it must have one
-#include <algorithm>
+// terms, give what KivoFrame.h says in plain words, for every value of every sample.
 #include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <map>
 #include <sstream>
@@ -17,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "claims.h"
 #include "kernels/acpi8_kernels.cpp"
 #include "kernels/bayer16_means.h"
 #include "kernels/bayer8_means.h"
@@ -25,97 +19,15 @@
 namespace Kivo::KIVO_TARGET {
 namespace {
 
-using KivoTest::Proofs::Equal;
-using KivoTest::Proofs::Greater;
-using KivoTest::Proofs::If;
-using KivoTest::Proofs::TakeDefinitions;
-using KivoTest::Proofs::Truth;
-
-// A whole number between two bounds, with as many bits as it needs: it never overflows, or the program ends.
-// What is said in plain words is computed in these.
-struct Whole {
-  static inline unsigned s_uiBits = 32;  // that are there
-  Term term;
-  int64_t iLow = 0, iHigh = 0;
-
-  Whole(int64_t i) : Whole(Term::Of(s_uiBits, static_cast<uint64_t>(i)), i, i) {}
-  Whole(Term t, int64_t low, int64_t high) : term(std::move(t)), iLow(low), iHigh(high) {
-    const int64_t iEnd = int64_t{1} << (s_uiBits - 1);
-    if (low < -iEnd || high >= iEnd) std::fprintf(stderr, "a plain number needs more bits\n"), std::abort();
-  }
-  // Bits that mean a number from 0 on.
-  static Whole Of(const Term &t) {
-    return {t.width < s_uiBits ? ZeroExtend(t, s_uiBits) : t, 0, (int64_t{1} << t.width) - 1};
-  }
-};
-Whole operator+(const Whole &a, const Whole &b) {
-  return {Add(a.term, b.term), a.iLow + b.iLow, a.iHigh + b.iHigh};
-}
-Whole operator-(const Whole &a, const Whole &b) {
-  return {Sub(a.term, b.term), a.iLow - b.iHigh, a.iHigh - b.iLow};
-}
-Whole Twice(const Whole &a) {
-  return {ShiftLeft(a.term, Term::Of(Whole::s_uiBits, 1)), 2 * a.iLow, 2 * a.iHigh};
-}
-Truth operator>(const Whole &a, const Whole &b) {
-  return Greater(a.term, b.term);
-}
-Whole If(const Truth &condition, const Whole &a, const Whole &b) {
-  return {If(condition, a.term, b.term), std::min(a.iLow, b.iLow), std::max(a.iHigh, b.iHigh)};
-}
-// Divided by a power of two and rounded down.
-Whole Floor(const Whole &a, unsigned uiLog2) {
-  return {ShiftArithmetic(a.term, Term::Of(Whole::s_uiBits, uiLog2)), a.iLow >> uiLog2, a.iHigh >> uiLog2};
-}
-Whole Magnitude(const Whole &a) {
-  const Whole minus = 0 - a;
-  return {If(0 > a, minus.term, a.term), 0, std::max(-a.iLow, a.iHigh)};
-}
-// The lowest bits of a number.
-Whole Low(const Whole &a, unsigned uiMask) {
-  return {And(a.term, Term::Of(Whole::s_uiBits, uiMask)), 0, uiMask};
-}
-
-void Write(const char *pszKind, const std::string &name, const std::string &text) {
-  std::printf("; %s %s\n%s", pszKind, name.c_str(), text.c_str());
-}
-
-// Its definitions; assumptions are further lines.
-std::string Case(const std::string &name, const std::string &assumptions = {}) {
-  std::string definitions = TakeDefinitions();
-  Write("case", name, definitions + assumptions);
-  return definitions;
-}
-void ClaimEqual(const std::string &name, const Term &a, const Term &b, const char *pszKind = "claim",
-                const Truth &where = {"true"}) {
-  const std::string text = TakeDefinitions() + "(assert " + where.text + ")\n";
-  Write(pszKind, name, text + "(assert (not " + Equal(a, b).text + "))\n");
-}
-// Claims belong to the case before and may define more.
-void Claim(const std::string &name, const Term &made, const Whole &plain, const char *pszKind = "claim",
-           const Truth &where = {"true"}) {
-  ClaimEqual(name, Whole::Of(made).term, plain.term, pszKind, where);
-}
-
-// Rows of samples in memory. Sample x of row y is what kernels load there, and here by its place.
-class Picture {
- public:
-  Picture(const char *pszName, size_t uiOffset, size_t uiWidth, size_t uiSampleBytes, size_t uiRows)
-      : uiOffset_(uiOffset), uiPitch_(uiWidth * uiSampleBytes), uiSampleBytes_(uiSampleBytes) {
-    for (size_t i = 0; i < uiRows * uiPitch_; ++i)
-      s_memory.terms.at(uiOffset + i) = Term::Variable(pszName + std::to_string(i), 8);
-  }
-  uint8_t *At(size_t y, size_t x) const {
-    return s_memory.auc + uiOffset_ + y * uiPitch_ + x * uiSampleBytes_;
-  }
-  size_t pitch() const { return uiPitch_; }
-  Whole Sample(size_t y, size_t x) const {
-    const uint8_t *const p = At(y, x);
-    return Whole::Of(uiSampleBytes_ == 1 ? s_memory.At(p) : Concat(s_memory.At(p + 1), s_memory.At(p)));
-  }
-
- private:
-  size_t uiOffset_, uiPitch_, uiSampleBytes_;
+// What is plain about a demosaic: the mean of so many samples (their logarithm) from their sum, and what
+// becomes of it.
+struct PlainMean {
+  unsigned uiMask = 0xFFFF;  // the bits of a sample that count
+  unsigned uiMost = 0xFFFF;  // what samples are at the most
+  std::function<Whole(const Whole &, unsigned)> mean = [](const Whole &sum, unsigned uiLog2) {
+    return Floor(sum, uiLog2);
+  };
+  std::function<Whole(const Whole &)> finish;
 };
 
 // A pixel of the standard demosaic, at a green site or not, from the 3 x 3 square around it; the colour of
@@ -123,21 +35,23 @@ class Picture {
 struct PlainPixelOf {
   std::array<Whole, 3> channels{0, 0, 0};
 
-  PlainPixelOf(const Picture &s, size_t y, size_t x, bool bGreen, unsigned uiMask) {
-    const auto At = [&](size_t v, size_t u) { return Low(s.Sample(v, u), uiMask); };
+  PlainPixelOf(const Picture &s, size_t y, size_t x, bool bGreen, const PlainMean &plain) {
+    const auto At = [&](size_t v, size_t u) { return Low(s.Sample(v, u), plain.uiMask); };
+    const Whole h = At(y, x - 1) + At(y, x + 1), v = At(y - 1, x) + At(y + 1, x),
+                own = plain.mean(At(y, x), 0);
     if (bGreen) {
-      channels = {Floor(At(y, x - 1) + At(y, x + 1), 1), At(y, x), Floor(At(y - 1, x) + At(y + 1, x), 1)};
+      channels = {plain.mean(h, 1), own, plain.mean(v, 1)};
     } else {
-      channels = {At(y, x), Floor(At(y, x - 1) + At(y, x + 1) + At(y - 1, x) + At(y + 1, x), 2),
-                  Floor(At(y - 1, x - 1) + At(y - 1, x + 1) + At(y + 1, x - 1) + At(y + 1, x + 1), 2)};
+      const Whole corners = At(y - 1, x - 1) + At(y - 1, x + 1) + At(y + 1, x - 1) + At(y + 1, x + 1);
+      channels = {own, plain.mean(h + v, 2), plain.mean(corners, 2)};
     }
   }
 };
 
-// A block of the standard demosaic of one row. uiBits of a channel are kept, from uiShift on.
+// A block of the standard demosaic of one row.
 template <Output eOut, class Means>
-void StandardBlock(const std::string &name, const Means &sMeans, unsigned uiShift, unsigned uiKeep,
-                   unsigned uiMask, const char *pszKind = "claim") {
+void StandardBlock(const std::string &name, const Means &sMeans, const PlainMean &plain,
+                   const char *pszKind = "claim") {
   constexpr size_t c_uiBytes = Means::c_uiSampleBytes;
   constexpr size_t c_uiBlock = Means::c_uiBlock;
   for (const bool bFirst : {false, true}) {
@@ -148,19 +62,52 @@ void StandardBlock(const std::string &name, const Means &sMeans, unsigned uiShif
       s_pixels.clear();
       s_words.clear();
       ConvertBlock<eOut, false, 1>(sMeans, apucRows, 1, nullptr, 0, 0, sGreen.aRows, bRowColourFirst);
-      Case(name + (bFirst ? ", green first" : ", green second") + (bRowColourFirst ? "" : ", turned"));
+      std::string samples;
+      for (size_t i = 0; plain.uiMost < 0xFFFF && i < 3 * (c_uiBlock + 2); ++i)
+        samples += "(assert (not " +
+                   (s.Sample(i / (c_uiBlock + 2), i % (c_uiBlock + 2)) > plain.uiMost).text + "))\n";
+      Case(name + (bFirst ? ", green first" : ", green second") + (bRowColourFirst ? "" : ", turned"),
+           samples);
       for (size_t i = 0; i < c_uiBlock; ++i) {
-        const PlainPixelOf plain(s, 1, 1 + i, (i % 2 == 0) == bFirst, uiMask);
+        const PlainPixelOf pixel(s, 1, 1 + i, (i % 2 == 0) == bFirst, plain);
         for (size_t k = 0; k < 3; ++k) {
-          const Whole &value = plain.channels[bRowColourFirst || k == 1 ? k : 2 - k];
-          const Whole cut = Low(Floor(value, uiShift), (1U << uiKeep) - 1);
+          const Whole wanted = plain.finish(pixel.channels[bRowColourFirst || k == 1 ? k : 2 - k]);
           Term made = s_words.empty() ? s_pixels.at(i).at(k) : s_words.at(k * c_uiBlock + i);
-          if (made.width > uiKeep) made = Extract(made, uiKeep - 1, 0);  // words whose lower bytes count
-          Claim("lane " + std::to_string(i) + " channel " + std::to_string(k), made, cut, pszKind);
+          if (wanted.iHigh < 256 && made.width > 8)
+            made = Extract(made, 7, 0);  // words whose lower bytes count
+          Claim("lane " + std::to_string(i) + " channel " + std::to_string(k), made, wanted, pszKind);
         }
       }
     }
   }
+}
+
+// uiBits of a mean are kept, from uiShift on.
+PlainMean Kept(unsigned uiShift, unsigned uiBits, unsigned uiMask = 0xFFFF) {
+  PlainMean s;
+  s.uiMask = uiMask;
+  s.finish = [=](const Whole &mean) { return Low(Floor(mean, uiShift), (1U << uiBits) - 1); };
+  return s;
+}
+
+// Twice the means, which were not rounded before, of samples up to uiMost.
+PlainMean Doubled(unsigned uiMost) {
+  PlainMean s;
+  s.uiMost = uiMost;
+  s.mean = [](const Whole &sum, unsigned uiLog2) { return Floor(Twice(sum), uiLog2); };
+  s.finish = [](const Whole &mean) { return Low(mean, 0xFFFF); };
+  return s;
+}
+
+// The lowest bits of a mean, over 16 bits: above, and what has room of them again below.
+PlainMean Spread(unsigned uiDepth) {
+  PlainMean s;
+  s.finish = [=](const Whole &mean) {
+    Whole top = Low(mean, (1U << uiDepth) - 1);
+    for (unsigned i = uiDepth; i < 16; ++i) top = Twice(top);
+    return top + Floor(top, uiDepth);
+  };
+  return s;
 }
 
 // A mistake that looks right: the pairs' own halves are forgotten where their means differ.
@@ -171,20 +118,26 @@ struct BrokenMeans : ByteMeans {
 
 void Standards() {
   Whole::s_uiBits = 32;
-  StandardBlock<c_eBGRA>("bayer8", ByteMeans(), 0, 8, 255);
-  StandardBlock<c_eBGRA>("bayer8, means of means", BrokenMeans(), 0, 8, 255, "broken");
+  StandardBlock<c_eBGRA>("bayer8", ByteMeans(), Kept(0, 8));
+  StandardBlock<c_eBGRA>("bayer8, means of means", BrokenMeans(), Kept(0, 8), "broken");
   for (unsigned uiShift = 0; uiShift <= WrappingMeans::c_uiLargestShift; ++uiShift) {
     const std::string shift = ", shift " + std::to_string(uiShift);
-    StandardBlock<c_eBGRA>("bayer16 wrapping" + shift, WrappingMeans{{{uiShift}, {}}}, uiShift, 8, 0xFFFF);
-    StandardBlock<c_eBGRA>("bayer16 slim" + shift, SlimMeans{{uiShift}, {}}, uiShift, 8, 0xFFFF);
+    StandardBlock<c_eBGRA>("bayer16 wrapping" + shift, WrappingMeans{{{uiShift}, {}}}, Kept(uiShift, 8));
+    StandardBlock<c_eBGRA>("bayer16 slim" + shift, SlimMeans{{uiShift}, {}}, Kept(uiShift, 8));
   }
   // One more would shift bits out that the mean still needs.
-  StandardBlock<c_eBGRA>("bayer16 slim, shift 7", SlimMeans{{7}, {}}, 7, 8, 0xFFFF, "broken");
+  StandardBlock<c_eBGRA>("bayer16 slim, shift 7", SlimMeans{{7}, {}}, Kept(7, 8), "broken");
   for (const unsigned uiShift : {7u, 8u, 15u, 16u, 29u})
     StandardBlock<c_eBGRA>("bayer16 exact, shift " + std::to_string(uiShift),
-                           ExactMeans<uint8_t>{{{uiShift}, {}}}, uiShift, 8, 0xFFFF);
-  StandardBlock<c_ePlanes>("bayer16 planes", ExactMeans<uint16_t>{{{0}, {}}}, 0, 16, 0xFFFF);
-  StandardBlock<c_ePlanes>("bayer16 planes of 12 bits", DepthMeans<uint16_t>(4095, 0), 0, 16, 4095);
+                           ExactMeans<uint8_t>{{{uiShift}, {}}}, Kept(uiShift, 8));
+  StandardBlock<c_ePlanes>("bayer16 planes", ExactMeans<uint16_t>{{{0}, {}}}, Kept(0, 16));
+  StandardBlock<c_ePlanes>("bayer16 planes of 12 bits", DepthMeans<uint16_t>(4095, 0), Kept(0, 16, 4095));
+  for (const unsigned uiDepth : {8u, 10u, 12u, 14u, 16u})
+    StandardBlock<c_eBGRA16>("bayer16 words of " + std::to_string(uiDepth) + " bits", SpreadMeans(uiDepth),
+                             Spread(uiDepth));
+  StandardBlock<c_ePlanes>("bayer16 doubled", DoubledMeans{{{0}, {}}}, Doubled(16383));
+  // One bit more than the sums of four have room for.
+  StandardBlock<c_ePlanes>("bayer16 doubled, of 15 bits", DoubledMeans{{{0}, {}}}, Doubled(32767), "broken");
 }
 
 // KivoFrame.h, ACPI: of a direction with its two samples and its Laplacian, the gradient and the estimate.
@@ -435,5 +388,6 @@ int main() {
   }
   // One bit more than the lanes hold.
   Adaptives("acpi16 of 13 bits in lanes of 16", SlimSamples{8191, 0}, 8191, "broken");
+  ColourClaims();
   return std::fflush(stdout) == 0 ? 0 : 1;
 }

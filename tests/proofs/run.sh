@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Proves the vector formulas for all inputs: means and adaptive colours with z3, the words that they are made of and the
-# YUV matrices by trying everything, on every target that runs here.
+# Proves the vector formulas for all inputs: means, adaptive colours and the colour matrix with z3, the words that they
+# are made of, gains and the YUV matrices by trying everything, on every target that runs here.
 #
 #   tests/proofs/run.sh [BUILD]   in a configured build folder, build/ci
 set -eu

@@ -38,6 +38,21 @@ B Saturate(const B &a) {
   return Extract(If(Greater(low, B::Of(a.width, 255)), B::Of(a.width, 255), low), 7, 0);
 }
 
+// A signed doubleword clamped to a word, with a sign or without.
+template <class B>
+B SaturateWord(const B &a, bool bSigned) {
+  const B least = B::Of(32, bSigned ? static_cast<std::uint64_t>(-32768) : 0),
+          most = B::Of(32, bSigned ? 32767 : 65535);
+  const B low = If(Greater(least, a), least, a);
+  return Extract(If(Greater(low, most), most, low), 15, 0);
+}
+
+// Two products of signed words, added.
+template <class B>
+B MulAdd(const B &a0, const B &b0, const B &a1, const B &b1) {
+  return Add(Mul(SignExtend(a0, 32), SignExtend(b0, 32)), Mul(SignExtend(a1, 32), SignExtend(b1, 32)));
+}
+
 }  // namespace KivoTest::Proofs::Word
 
 #endif  // KIVO_TESTS_PROOFS_WORDS_H

@@ -9,6 +9,7 @@
 #include <string.h>
 
 #include <array>
+#include <string>
 #include <vector>
 
 #include "simd/kernels.h"
@@ -183,6 +184,48 @@ Lanes<Lane> Select(const Parity &s, const Lanes<Lane> &a, const Lanes<Lane> &b) 
   Lanes<Lane> v;
   for (size_t i = 0; i < v.at.size(); ++i) v.at[i] = (i % 2 == 0) == s.bEven ? a.at[i] : b.at[i];
   return v;
+}
+
+// Vectors of words in turn, for lanes that are doublewords.
+struct WordPair {
+  U16 low, high;
+};
+inline WordPair ZipLanes(const U16 &a, const U16 &b) {
+  static_assert(U16::c_uiCount == 2);
+  WordPair s;
+  s.low.at = {a.at[0], b.at[0]};
+  s.high.at = {a.at[1], b.at[1]};
+  return s;
+}
+// What was multiplied, in the order of the program. A product is any number: what is claimed of it is that it
+// is one of the right factors.
+struct Product {
+  Term a, b, product;
+};
+inline std::vector<Product> s_products;
+inline I32 MulAddPairs(const I16 &a, const I16 &b) {
+  I32 v;
+  for (size_t i = 0; i < a.at.size(); ++i) {
+    const Term product = Term::Variable("product" + std::to_string(s_products.size()), 32);
+    s_products.push_back({a.at[i], b.at[i], product});
+    v.at[i / 2] = i % 2 == 0 ? product : Add(v.at[i / 2], product);
+  }
+  return v;
+}
+// Doublewords clamped to words with and without a sign, in the order that ZipLanes gives.
+inline I16 PackSatLanes(const I32 &low, const I32 &high) {
+  static_assert(I32::c_uiCount == 1);
+  I16 v;
+  v.at = {Word::SaturateWord(low.at[0], true), Word::SaturateWord(high.at[0], true)};
+  return v;
+}
+inline U16 PackWordsLanes(const I32 &low, const I32 &high) {
+  U16 v;
+  v.at = {Word::SaturateWord(low.at[0], false), Word::SaturateWord(high.at[0], false)};
+  return v;
+}
+inline I16 Greater(const I16 &a, const I16 &b) {
+  return Each(a, b, [](const Term &x, const Term &y) { return Word::SelectGreater(x, y, x, y); });
 }
 
 inline U8 PackLow(const U16 &a, const U16 &b) {
