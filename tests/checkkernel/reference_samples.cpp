@@ -154,7 +154,7 @@ void PackedMono(Kivo::Unpack kind, std::uint8_t *dst, const std::uint8_t *src, s
     const std::uint32_t sample =
         packed ? PackedSample(src, i, kind == Kivo::Unpack::Packed10 ? 10 : 12) : Bits(src, i * bits, bits);
     for (std::size_t c = 0; c < pixel_bytes; ++c)
-      dst[i * pixel_bytes + c] = c == 3 ? 255 : static_cast<std::uint8_t>(sample >> shift);
+      dst[i * pixel_bytes + c] = static_cast<std::uint8_t>(c == 3 ? 255U : sample >> shift);
   }
 }
 
