@@ -211,6 +211,25 @@ void Converters(Judge &judge) {
   }
 }
 
+// The adaptive demosaic where directions tie and sums are negative, which other frames seldom have.
+void Ties(Judge &judge) {
+  for (const Format &format : KivoTest::Model::Formats()) {
+    if (!format.bayer()) continue;
+    for (unsigned i = 0; i < (judge.quick() ? 3u : 30u); ++i) {
+      Subject subject;
+      do {
+        subject = judge.MakeSubject(format, 64 + 2 * judge.random().Below(40), 40, SomeRows(judge), false);
+      } while (subject.content != KivoTest::Content::kDark);
+      kivo_options options = KIVO_OPTIONS_INIT;
+      options.bayer = KIVO_BAYER_ACPI;
+      for (const kivo_pixels pixels : {KIVO_BGRA8, KIVO_BGR16}) {
+        options.pixels = pixels;
+        judge.Try(subject, options, SomeRows(judge));
+      }
+    }
+  }
+}
+
 void Matrices(Judge &judge) {
   for (const std::uint32_t code : {0x02180020u, 0x0218003Au, 0x0218003Du, 0x02180040u})
     judge.TryMatrix(*KivoTest::Model::FormatOfCode(code));
@@ -266,9 +285,9 @@ struct Group {
   const char *name;
   void (*run)(Judge &judge);
 };
-constexpr Group kGroups[] = {{"table", Table},      {"small", SmallSizes}, {"product", Product},
-                             {"widths", Widths},    {"large", Large},      {"converters", Converters},
-                             {"matrices", Matrices}};
+constexpr Group kGroups[] = {{"table", Table},   {"small", SmallSizes}, {"product", Product},
+                             {"widths", Widths}, {"large", Large},      {"converters", Converters},
+                             {"ties", Ties},     {"matrices", Matrices}};
 
 struct Options {
   std::string group;

@@ -36,6 +36,8 @@ class Generator {
         const std::uint32_t noise = random_.Below(scene_top_ / 64 + 2);
         return std::min(scene_top_, bright * (shade % 97) / 97 + noise);
       }
+      case Content::kDark:
+        return random_.Below(2) * (1 + base_ % 9);
       case Content::kRandom:
       case Content::kCount:
         break;
@@ -66,6 +68,8 @@ const char *ContentName(Content content) {
       return "ties";
     case Content::kNatural:
       return "natural";
+    case Content::kDark:
+      return "dark";
     case Content::kCount:
       break;
   }

@@ -16,6 +16,7 @@ enum class Content : unsigned {
   kExtremes,  // the ends of the range and the ends of nominal depths
   kTies,      // values a step or two apart, so that gradients often tie
   kNatural,   // smooth shading, noise and sharp edges
+  kDark,      // 0 and one small value, so that sums are negative where gradients tie
   kCount
 };
 
