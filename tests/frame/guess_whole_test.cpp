@@ -54,10 +54,50 @@ TEST(GuessWhole, KnowsPaddingInFrontOfRows) {
   ExpectGuessed(made.file());
   made.file_bytes += 32 * std::uint64_t{1000};
   ExpectGuessed(made.file());
-  // What is in front of the last row is not looked at.
+  // One row that has something else there, and it is no padding.
+  std::vector<std::uint8_t> whole = made.bytes;
   made.file_bytes = made.bytes.size();
+  for (const std::ptrdiff_t row : {1, 2, 6}) {
+    std::fill_n(made.bytes.begin() + 3 + 32 * row + 23, 9, std::uint8_t{7});
+    ExpectGuessed(made.file());
+    made.bytes = whole;
+  }
+  // What is in front of the last row is not looked at.
   std::fill_n(made.bytes.begin() + 3 + 32 * 10 + 23, 9, std::uint8_t{7});
   ExpectGuessed(made.file());
+}
+
+// More of a row than half is no padding of it.
+TEST(GuessWhole, LooksForPaddingInHalfARow) {
+  Random random(4);
+  for (const std::uint64_t pixels : {9U, 15U, 16U, 17U}) {
+    const std::uint64_t padding = 32 - pixels;
+    Made made =
+        Make({Kind::Bytes, 8, Pattern::Grey}, Scene::Patches, pixels, 14, 0, padding, false, 8, random);
+    for (std::size_t y = 0; y < 14; ++y)
+      std::fill_n(made.bytes.begin() + static_cast<std::ptrdiff_t>(32 * y + pixels), padding,
+                  std::uint8_t{5});
+    made.bytes.resize(made.bytes.size() - padding);
+    made.file_bytes = made.bytes.size();
+    SCOPED_TRACE(pixels);
+    ExpectGuessed(made.file());
+  }
+}
+
+// Longer rows than those are no rows.
+TEST(GuessWhole, LooksForRowsOfAtMost128KiB) {
+  Random random(5);
+  for (const std::size_t row : {std::size_t{131072}, std::size_t{131500}}) {
+    std::vector<std::uint8_t> bytes(row);
+    for (std::uint8_t &byte : bytes) byte = static_cast<std::uint8_t>(random.Next());
+    bytes.resize(4 * row);
+    for (std::size_t i = row; i < bytes.size(); ++i)
+      bytes[i] = static_cast<std::uint8_t>(bytes[i - row] + random.Below(3));
+    const auto found = Guess({bytes.data(), bytes.size(), bytes.size()}, 16);
+    const bool whole =
+        std::any_of(found.begin(), found.end(), [](const kivo_candidate &s) { return s.height == 4; });
+    EXPECT_EQ(whole, row == 131072);
+  }
 }
 
 TEST(GuessWhole, TellsAsManyAsThereIsRoomFor) {
