@@ -37,6 +37,17 @@ TEST(GuessWhole, PutsTheBestFirst) {
   }
 }
 
+// Files that would be taken for others if one more explanation were.
+TEST(GuessWhole, LooksMoreCloselyAtTheBestTwo) {
+  ExpectGuessed(Series(9, 7, 12).file());
+  ExpectGuessed(Series(28, 9, 8).file());
+}
+
+// A file in which a bit more or less for rare formats makes another one of them the next best.
+TEST(GuessWhole, CountsBitsForRareFormats) {
+  ExpectGuessed(Series(14, 8, 6).file());
+}
+
 TEST(GuessWhole, KnowsThatRowsShareBytes) {
   Random random(2);
   const Made made = Make({Kind::Packed, 12, Pattern::Grey}, Scene::Patches, 25, 9, 4, 0, true, 12, random);
