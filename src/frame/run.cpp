@@ -147,10 +147,9 @@ class Maker {
 
   // The same where the only stage unpacks grey samples, if a kernel does that and the rest at once.
   bool MakePackedMono(std::size_t y, std::size_t uiRows) const noexcept {
-    const Stage &sStage = m_s.asStages[0];
-    const auto uiPacking = static_cast<unsigned>(sStage.eUnpack);
-    if (m_s.eCourse != Course::Fused || m_s.uiStages != 1 || sStage.eKind != Stage::Kind::Unpack ||
-        uiPacking >= c_uiMonoPackings || m_s.psFormat->channels != 1)
+    const auto uiPacking = static_cast<unsigned>(m_s.asStages[0].eUnpack);
+    if (m_s.eCourse != Course::Fused || m_s.uiStages != 1 || uiPacking >= c_uiMonoPackings ||
+        m_s.psFormat->channels != 1)
       return false;
     const bool bOne = m_sSource.IsGapless() && m_iPitch == static_cast<std::ptrdiff_t>(m_s.uiPictureRow);
     const std::size_t uiRuns = bOne ? 1 : uiRows;

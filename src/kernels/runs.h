@@ -38,6 +38,7 @@ KIVO_INLINE const uint8_t *StepSource(const uint8_t *pucSrc, size_t n, size_t i)
 }
 
 // One step for m of its items, m <= c_uiItems, through buffers of its own: touches nothing but those items.
+// Inlined, it would stand in every kernel several times.
 template <class Step>
 [[gnu::noinline]] void BufferedStep(Step step, uint8_t *pucDst, const uint8_t *pucSrc, size_t m) {
   if (m == 0) return;

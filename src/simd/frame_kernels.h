@@ -49,9 +49,9 @@ struct UnpackKernels {
   UnpackKernel apfn[static_cast<unsigned>(Unpack::Count)];
 };
 
-// Samples of the first packings, the first of a row at the start of a group, to grey pixels: n counts
-// samples, of which bits uiShift to uiShift + 7 are shown.
-constexpr unsigned c_uiMonoPackings = 5;
+// Samples that share bytes, P10 to Packed12, the first of a row at the start of a group, to grey pixels: n
+// counts samples, of which bits uiShift to uiShift + 7 are shown.
+constexpr unsigned c_uiMonoPackings = static_cast<unsigned>(Unpack::Packed12) + 1;
 struct PackedMonoKernels {
   RunKernel apfn[c_uiMonoPackings][c_uiOutputs];
 };
