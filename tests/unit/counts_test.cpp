@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "KivoCamUtl.h"
-#include "simd/targets.h"
+#include "support/pinned_kernels.h"
 #include "support/unit.h"
 
 namespace KivoTest {
@@ -15,26 +15,13 @@ void NoteItems(const Kivo::RunJob &job) {
   g_items = job.n;
 }
 
-// Kernels of packed pixels that convert nothing.
-class NotingKernels {
- public:
-  NotingKernels() {
-    for (unsigned output = 0; output < Kivo::c_uiOutputs; ++output)
-      mono_rgb8_.apfnMono[output] = mono_rgb8_.apfnRGB[output] = NoteItems;
-    kernels_.psMonoRgb8 = &mono_rgb8_;
-    Kivo::PinKernels(kernels_);
-  }
-  ~NotingKernels() { Kivo::PinTarget(Kivo::SelectTarget(Kivo::DetectCpu())); }
-  NotingKernels(const NotingKernels &) = delete;
-  NotingKernels &operator=(const NotingKernels &) = delete;
-
- private:
-  Kivo::MonoRgb8Kernels mono_rgb8_{};
-  Kivo::Kernels kernels_ = *Kivo::TargetKernels(Kivo::Target::Baseline);
-};
-
 TEST(Counts, OfGreyPixelsAreNotThoseOfTheirBytesInThePicture) {
-  const NotingKernels noting;
+  Kivo::MonoRgb8Kernels mono_rgb8{};
+  for (unsigned output = 0; output < Kivo::c_uiOutputs; ++output)
+    mono_rgb8.apfnMono[output] = mono_rgb8.apfnRGB[output] = NoteItems;
+  Kivo::Kernels kernels = *Kivo::TargetKernels(Kivo::Target::Baseline);
+  kernels.psMonoRgb8 = &mono_rgb8;
+  const PinnedKernels pinned(kernels);
   PrepareLUT();
   const std::uint8_t source = 0;
   std::uint8_t picture[4] = {};

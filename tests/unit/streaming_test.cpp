@@ -8,6 +8,7 @@
 
 #include <unistd.h>
 
+#include "support/pinned_kernels.h"
 #include "support/unit.h"
 
 namespace KivoTest {
@@ -103,11 +104,7 @@ class NotingKernels {
     mono_rgb8_.pfnBGRToBGRA = Note;
     std::fill(std::begin(reverse_.apfn), std::end(reverse_.apfn), static_cast<Kivo::RunKernel>(Note));
     reverse_.pfnCopy = Note;
-    Kivo::PinKernels(kernels_);
   }
-  ~NotingKernels() { Kivo::PinTarget(Kivo::SelectTarget(Kivo::DetectCpu())); }
-  NotingKernels(const NotingKernels &) = delete;
-  NotingKernels &operator=(const NotingKernels &) = delete;
 
  private:
   Kivo::MonoRgb8Kernels mono_rgb8_{};
@@ -118,6 +115,7 @@ class NotingKernels {
   Kivo::Bayer16Kernels bayer16_{};
   Kivo::ReverseKernels reverse_{};
   Kivo::Kernels kernels_{&mono_rgb8_, &yuv8_, &bayer8_, &acpi8_, &mono_rgb16_, &bayer16_, &reverse_};
+  PinnedKernels pinned_{kernels_};
 };
 
 constexpr std::uint32_t kWidth = 64, kHeight = 6;
